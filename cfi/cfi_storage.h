@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cfi/storage_file.h"
+
+namespace VRX::System::CFI {
+class Storage;
+class Stream;
+}  // namespace VRX::System::CFI
+
+/// Opaque handles of the flat interface. A caller owns what it opened until it closes it: streams before
+/// their storage, storages before their parent, the root storage last. All functions raise
+/// support::ErrorEscape with a container number unless they say otherwise.
+using CFI_storage_t = VRX::System::CFI::Storage*;
+using CFI_stream_t = VRX::System::CFI::Stream*;
+
+/// Opens the container of a file; `options` is "R", "W" or "N" (its first letter decides; any other raises
+/// 1021255). When a root storage of the same file name is open already, that one is returned and counted
+/// once more. Raises 1021080 when the file is of neither kind.
+CFI_storage_t CFI_open_storage_file(const std::string& file_name, const char* options,
+                                    const char* hints = nullptr, int sector_size = 4096);
+
+CFI_storage_t CFI_open_storage(CFI_storage_t parent, std::string_view name, const char* options);
+CFI_stream_t CFI_open_stream(CFI_storage_t storage, std::string_view name, const char* options);
+
+bool CFI_ask_if_storage_child_exists(CFI_storage_t storage, std::string_view child);
+std::vector<VRX::System::CFI::ElementRecord> CFI_ask_storage_contents(CFI_storage_t storage);
+std::vector<std::string> CFI_ask_storage_names(CFI_storage_t storage);
+VRX::System::CFI::ElementRecord CFI_ask_stream_stats(CFI_stream_t stream);
+
+/// Bytes read; a read shorter than asked means the stream's end.
+std::size_t CFI__read_from_stream(CFI_stream_t stream, std::size_t count, void* buffer);
+std::uint64_t CFI_ask_stream_current_pos(CFI_stream_t stream);
+void CFI__set_stream_absolute_pos(CFI_stream_t stream, std::uint64_t position);
+void CFI_set_stream_relative_pos(CFI_stream_t stream, std::int64_t distance);
+
+/// The position as the readers of part records ask for it and set it; one bound for all sources.
+std::uint64_t CFI_get_position(const support::ByteSource& source);
+void CFI_set_position(support::ByteSource& source, std::uint64_t position);
+
+/// 0 on success; never raises. The handle is released either way.
+int CFI_close_stream(CFI_stream_t stream);
+int CFI_close_storage(CFI_storage_t storage);
+
+/// The open file beneath a storage, and the element that the storage is.
+VRX::System::CFI::StorageFile& CFI_storage_file(CFI_storage_t storage);
+VRX::System::CFI::ElementId CFI_element(CFI_storage_t storage);
+
+/// A stream as the source that readers take; lives as long as the handle.
+support::ByteSource& CFI_stream_source(CFI_stream_t stream);
+
+namespace VRX::System::CFI {
+
+struct CloseStorage {
+  void operator()(Storage* storage) const { CFI_close_storage(storage); }
+};
+struct CloseStream {
+  void operator()(Stream* stream) const { CFI_close_stream(stream); }
+};
+
+/// Handles that close themselves; scopes close them in reverse order.
+using OwnedStorage = std::unique_ptr<Storage, CloseStorage>;
+using OwnedStream = std::unique_ptr<Stream, CloseStream>;
+
+}  // namespace VRX::System::CFI

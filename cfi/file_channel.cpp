@@ -1,0 +1,97 @@
+#include "cfi/file_channel.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "cfi/cfi_error_codes.h"
+
+namespace VRX::System::CFI {
+
+FileChannel::FileChannel(std::string name) : name_(std::move(name)) {
+  // O_NONBLOCK: a pipe without a writer must not hold up the run.
+  descriptor_ = ::open(name_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  if (descriptor_ < 0) throw make_error(kSystemCallFailed);
+  struct stat found = {};
+  const bool known = ::fstat(descriptor_, &found) == 0;
+  if (!known || !S_ISREG(found.st_mode)) {
+    const int error = known ? EISDIR : errno;
+    ::close(descriptor_);
+    errno = error;
+    if (known && !S_ISDIR(found.st_mode)) throw make_error(kNotAStorageFile, name_.c_str());
+    throw make_error(kSystemCallFailed);
+  }
+  size_ = static_cast<std::uint64_t>(found.st_size);
+  identity_ = {found.st_dev, found.st_ino};
+}
+
+FileChannel::~FileChannel() { ::close(descriptor_); }
+
+std::size_t FileChannel::read_direct(std::uint64_t offset, void* destination, std::size_t count) {
+  auto* next = static_cast<std::byte*>(destination);
+  std::size_t total = 0;
+  while (total < count) {
+    const ssize_t got = ::pread(descriptor_, next + total, count - total, static_cast<off_t>(offset + total));
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) throw make_error(kSystemCallFailed);
+    if (got == 0) break;
+    total += static_cast<std::size_t>(got);
+  }
+  return total;
+}
+
+FileChannel::Window* FileChannel::window_with(std::uint64_t offset) {
+  for (Window& window : windows_) {
+    if (offset >= window.offset && offset - window.offset < window.length) {
+      window.last_use = ++use_count_;
+      return &window;
+    }
+  }
+  return nullptr;
+}
+
+FileChannel::Window& FileChannel::fill_oldest_window(std::uint64_t offset) {
+  Window& window = *std::ranges::min_element(windows_, {}, &Window::last_use);
+  const auto capacity = static_cast<std::size_t>(std::min<std::uint64_t>(kWindowSize, size_));
+  if (!window.bytes) window.bytes = std::make_unique_for_overwrite<std::byte[]>(capacity);
+  window.length = 0;
+  window.offset = offset;
+  window.length = read_direct(offset, window.bytes.get(), capacity);
+  window.last_use = ++use_count_;
+  return window;
+}
+
+std::size_t FileChannel::read_at(std::uint64_t offset, void* destination, std::size_t count) {
+  if (offset >= size_) return 0;
+  count = static_cast<std::size_t>(std::min<std::uint64_t>(count, size_ - offset));
+  auto* next = static_cast<std::byte*>(destination);
+  std::size_t total = 0;
+  while (total < count) {
+    const std::uint64_t at = offset + total;
+    Window* window = window_with(at);
+    if (window == nullptr && count - total >= kWindowSize) {
+      return total + read_direct(at, next + total, count - total);
+    }
+    if (window == nullptr) window = &fill_oldest_window(at);
+    if (window->length == 0) break;
+    const auto skipped = static_cast<std::size_t>(at - window->offset);
+    const std::size_t piece = std::min(count - total, window->length - skipped);
+    std::memcpy(next + total, window->bytes.get() + skipped, piece);
+    total += piece;
+  }
+  return total;
+}
+
+std::size_t ChannelSource::read(void* destination, std::size_t count) {
+  if (position_ >= size_) return 0;
+  count = static_cast<std::size_t>(std::min<std::uint64_t>(count, size_ - position_));
+  const std::size_t got = channel_.read_at(offset_ + position_, destination, count);
+  position_ += got;
+  return got;
+}
+
+}  // namespace VRX::System::CFI

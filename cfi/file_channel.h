@@ -1,0 +1,77 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "support/byte_source.h"
+#include "support/output_file.h"
+
+namespace VRX::System::CFI {
+
+/// An open regular file, read only. Small reads are served from a few windows of 128 KiB that are filled
+/// with one pread each, so that readers that take a field at a time cost no system call per field; reads
+/// of a window or more go straight to the caller's buffer. Nothing is mapped: a file that is cut while it
+/// is read yields fewer bytes, never a signal.
+class FileChannel {
+ public:
+  static constexpr std::size_t kWindowSize = std::size_t{128} * 1024;
+
+  /// Raises 1020059 (with errno) when the file cannot be opened, 1020059 with EISDIR for a folder, and
+  /// 1021080 for anything else that is no regular file. Never blocks.
+  explicit FileChannel(std::string name);
+  ~FileChannel();
+  FileChannel(const FileChannel&) = delete;
+  FileChannel& operator=(const FileChannel&) = delete;
+
+  const std::string& name() const { return name_; }
+
+  /// Length in bytes when the file was opened.
+  std::uint64_t size() const { return size_; }
+  support::FileIdentity identity() const { return identity_; }
+
+  /// Reads `count` bytes from `offset`; fewer only at the end of the file. Raises 1020059.
+  std::size_t read_at(std::uint64_t offset, void* destination, std::size_t count);
+
+ private:
+  struct Window {
+    std::unique_ptr<std::byte[]> bytes;
+    std::uint64_t offset = 0;
+    std::size_t length = 0;
+    std::uint64_t last_use = 0;
+  };
+
+  std::size_t read_direct(std::uint64_t offset, void* destination, std::size_t count);
+  Window* window_with(std::uint64_t offset);
+  Window& fill_oldest_window(std::uint64_t offset);
+
+  std::string name_;
+  int descriptor_ = -1;
+  std::uint64_t size_ = 0;
+  support::FileIdentity identity_;
+  std::array<Window, 4> windows_;
+  std::uint64_t use_count_ = 0;
+};
+
+/// A part of a file as a source: `size` bytes from `offset`. Bytes that the file no longer has, or never
+/// had, read as the end of the source.
+class ChannelSource final : public support::ByteSource {
+ public:
+  ChannelSource(FileChannel& channel, std::uint64_t offset, std::uint64_t size)
+      : channel_(channel), offset_(offset), size_(size) {}
+
+  std::size_t read(void* destination, std::size_t count) override;
+  std::uint64_t position() const override { return position_; }
+  void set_position(std::uint64_t position) override { position_ = position; }
+  std::uint64_t size() const override { return size_; }
+
+ private:
+  FileChannel& channel_;
+  std::uint64_t offset_;
+  std::uint64_t size_;
+  std::uint64_t position_ = 0;
+};
+
+}  // namespace VRX::System::CFI

@@ -1,0 +1,81 @@
+#include "inspect/records/inspect_errors.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+
+#include "support/console.h"
+#include "support/error_escape.h"
+#include "support/program.h"
+#include "support/text_format.h"
+
+namespace inspect {
+
+namespace {
+
+support::Echo echo_of(const InspectFile& file) {
+  return file.options.print_banner ? support::Echo::on : support::Echo::off;
+}
+
+void report(const InspectFile& file, const std::string& message) {
+  support::report_message(
+      support::format_text("%s: In file %s\n %s\n", support::program_name(), file.name.c_str(), message.c_str()),
+      echo_of(file));
+}
+
+}  // namespace
+
+void inspect_error(InspectFile& file, const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  std::string message = support::format_text_list(format, arguments);
+  va_end(arguments);
+  report(file, message);
+  file.failed = true;
+  throw support::ErrorEscape("vr_inspect_internal", kContentError, std::move(message));
+}
+
+void inspect_fatal(InspectFile& file, const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  const std::string message = support::format_text_list(format, arguments);
+  va_end(arguments);
+  support::report_message(support::format_text("%s: %s\n", support::program_name(), message.c_str()),
+                          echo_of(file));
+  file.failed = true;
+  if (file.escape_on_failure) {
+    throw support::ErrorEscape("vr_inspect_internal", kInspectorError,
+                               support::format_text("vr_inspect failure: %s", format));
+  }
+  support::flush_console();
+  std::fflush(stderr);
+  std::exit(1);
+}
+
+void inspect_warning(InspectFile& file, const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  const std::string message = support::format_text_list(format, arguments);
+  va_end(arguments);
+  support::report_message(
+      support::format_text("%s: In file %s \n %s\n", support::program_name(), file.name.c_str(), message.c_str()),
+      echo_of(file));
+}
+
+void report_problem(InspectFile& file, const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  const std::string message = support::format_text_list(format, arguments);
+  va_end(arguments);
+  report(file, message);
+  file.failed = true;
+  file.problems_found = true;
+}
+
+void report_escape(InspectFile& file, const support::ErrorEscape& escape) {
+  file.failed = true;
+  file.problems_found = true;
+  if (escape.code() != kContentError) report(file, escape.message());
+}
+
+}  // namespace inspect

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "inspect/records/inspect_file.h"
+#include "support/error_escape.h"
+
+namespace inspect {
+
+inline constexpr int kContentError = 99;      ///< code of the escape of inspect_error
+inline constexpr int kInspectorError = 641001;
+
+/// A fatal error in the file's content: written to both streams, the file failed; raises code 99.
+[[noreturn, gnu::format(printf, 2, 3)]] void inspect_error(InspectFile& file, const char* format, ...);
+
+/// A fatal error of the run: written, both streams flushed, exit status 1; with escape_on_failure raises
+/// 641001 instead.
+[[noreturn, gnu::format(printf, 2, 3)]] void inspect_fatal(InspectFile& file, const char* format, ...);
+
+/// A warning about the content: written to both streams. Marks nothing by itself.
+[[gnu::format(printf, 2, 3)]] void inspect_warning(InspectFile& file, const char* format, ...);
+
+/// The driver's failure reporter: "%s: In file %s\n %s\n" to both streams; the file has failed and has
+/// problems, and work goes on.
+[[gnu::format(printf, 2, 3)]] void report_problem(InspectFile& file, const char* format, ...);
+
+/// Reports an escape that reached a place where work can go on: nothing more for code 99, which has been
+/// reported where it was raised, else its message through the failure reporter. The file has failed.
+void report_escape(InspectFile& file, const support::ErrorEscape& escape);
+
+}  // namespace inspect

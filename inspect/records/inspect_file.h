@@ -1,0 +1,105 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "inspect/records/brepsolid_header_bits.h"
+#include "inspect/records/inspect_options.h"
+#include "inspect/records/part_header.h"
+#include "support/byte_source.h"
+#include "support/output_file.h"
+
+namespace inspect {
+
+/// Partition types as the index stores them.
+enum PartitionType : std::int32_t {
+  kUnknownPartition = 0,
+  kRecordManager = 1,
+  kOldBrepsolid = 2,
+  kCmod = 3,
+  kExpression = 4,
+  kPattern = 5,
+  kOccurrence = 6,
+  kPath = 7,
+  kXess = 8,
+  kFacet = 9,
+  kBrepsolid = 10,
+  kVised = 11,
+  kBrepsolidLatent = 12,
+  kBrepsolidSheet = 13,
+  kBrepsolidTool = 14,
+  kKf = 15,
+  kBrepsolidPartition = 16,
+  kBrepsolidPartitionSheet = 17,
+  kBrepsolidPartitionTool = 18,
+  kBrepsolidDelta = 19,
+};
+
+/// The printed name: "Record Mgr", ..., "BS Delta"; "unknown" outside 1 to 19.
+const char* partition_type_name(std::int32_t type);
+
+/// A shared string, or none where the table's slot holds no text.
+using SharedString = std::optional<std::string>;
+
+/// One partition of the part stream. Offsets and positions are in bytes from the start of the stream.
+struct PartitionEntry {
+  std::int32_t id = 0;
+  std::int32_t type = kUnknownPartition;
+  std::int32_t data = 0;      ///< the data word; also the tag field of modeller partitions
+  std::uint64_t offset = 0;   ///< as listed: in older files that of the directory header
+  std::uint64_t base = 0;     ///< where the data begin; object positions count from here
+  bool data_zero = false;     ///< the "secondary flag": an empty directory
+  bool bad = false;           ///< offset out of bounds or marker missing: to be skipped
+  bool truncated = false;     ///< modeller data reach beyond the end of the stream
+  bool done = false;
+
+  // Object-manager layout, set when its header is read.
+  std::int32_t om_file_length_byte_size = 4;  ///< 4 or 12
+  std::uint64_t object_table_offset = 0;
+  bool wide_positions = false;
+  bool compact = false;
+  std::vector<SharedString> shared_strings;
+
+  /// Modeller partitions only: the header as decoded in the reading pass.
+  std::unique_ptr<BrepsolidPartition> solid;
+};
+
+/// The reader context of one part file.
+struct InspectFile {
+  static constexpr std::int32_t kReleaseNotRead = -939;
+
+  InspectFile(const InspectOptions& the_options, std::string file_name)
+      : options(the_options), name(std::move(file_name)) {}
+
+  const InspectOptions& options;
+  std::string name;                      ///< as given on the command line
+  bool failed = false;                   ///< the file's status is 1
+  bool escape_on_failure = false;        ///< inspect_fatal throws instead of ending the process
+  bool problems_found = false;           ///< something was reported that a scan must not call clean
+  bool certain_corruption = false;
+  bool probable_corruption = false;      ///< the file is suspect
+  bool wants_scan = false;               ///< the readers ask for the corruption scan
+  support::FileIdentity identity;        ///< of the part file itself: no output may be it
+
+  std::unique_ptr<support::ByteSource> stream;  ///< the part stream; null until opened
+  std::uint64_t file_length = 0;         ///< of the part stream
+  bool swap_bytes = false;               ///< the file's byte order is not the machine's
+  bool has_markers = false;              ///< 4-byte markers before partitions, and an index
+  bool rm_layout = false;                ///< newer layout of the entity type chains
+
+  PartHeader header;
+  std::int32_t release = kReleaseNotRead;  ///< V once the header is read
+
+  std::deque<PartitionEntry> partitions;   ///< index order; entries never move
+  std::optional<std::int32_t> next_partition_id;
+  std::int32_t empty_directories = 0;      ///< partitions whose data-zero flag is set
+  std::optional<std::int32_t> pattern_mode;
+  std::string kernel_version;              ///< of the last modeller partition read; empty before, or "Unknown"
+  bool has_om_checksums = false;
+};
+
+}  // namespace inspect

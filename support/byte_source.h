@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <span>
+
+namespace support {
+
+/// Where all bytes come from: a stream of a container, a flat file, an expanded temporary file, a test's
+/// buffer. Readers cannot tell which it is. Positions and sizes are in bytes.
+class ByteSource {
+ public:
+  ByteSource() = default;
+  ByteSource(const ByteSource&) = delete;
+  ByteSource& operator=(const ByteSource&) = delete;
+  virtual ~ByteSource() = default;
+
+  /// Reads `count` bytes at the position and moves behind them; fewer only at the end of the source.
+  /// Raises ErrorEscape 1020059 when the system cannot read.
+  virtual std::size_t read(void* destination, std::size_t count) = 0;
+
+  virtual std::uint64_t position() const = 0;
+
+  /// Any position is accepted; a read at or behind the end yields 0 bytes.
+  virtual void set_position(std::uint64_t position) = 0;
+
+  virtual std::uint64_t size() const = 0;
+};
+
+/// A source over bytes in memory that outlive it.
+class MemorySource final : public ByteSource {
+ public:
+  explicit MemorySource(std::span<const std::byte> bytes) : bytes_(bytes) {}
+
+  std::size_t read(void* destination, std::size_t count) override {
+    if (position_ >= bytes_.size()) return 0;
+    const auto at = static_cast<std::size_t>(position_);
+    const std::size_t taken = count < bytes_.size() - at ? count : bytes_.size() - at;
+    if (taken > 0) std::memcpy(destination, bytes_.data() + at, taken);
+    position_ += taken;
+    return taken;
+  }
+  std::uint64_t position() const override { return position_; }
+  void set_position(std::uint64_t position) override { position_ = position; }
+  std::uint64_t size() const override { return bytes_.size(); }
+
+ private:
+  std::span<const std::byte> bytes_;
+  std::uint64_t position_ = 0;
+};
+
+}  // namespace support

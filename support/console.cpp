@@ -1,0 +1,54 @@
+#include "support/console.h"
+
+#include <stdio_ext.h>
+#include <syslog.h>
+
+#include <cstdarg>
+#include <cstdio>
+
+#include "support/environment.h"
+
+namespace support {
+
+namespace {
+
+constexpr std::size_t kOutputBufferSize = std::size_t{128} * 1024;
+char output_buffer[kOutputBufferSize];
+
+}  // namespace
+
+void open_console() {
+  std::setvbuf(stdout, output_buffer, _IOFBF, sizeof output_buffer);
+  // One thread: no lock for each of a million lines.
+  __fsetlocking(stdout, FSETLOCKING_BYCALLER);
+}
+
+void print(const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  std::vfprintf(stdout, format, arguments);
+  va_end(arguments);
+}
+
+void print_text(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+
+void print_message(const char* format, ...) {
+  std::fflush(stdout);
+  std::va_list arguments;
+  va_start(arguments, format);
+  std::vfprintf(stderr, format, arguments);
+  va_end(arguments);
+}
+
+void report_message(std::string_view text, Echo echo) {
+  std::fflush(stdout);
+  std::fwrite(text.data(), 1, text.size(), stderr);
+  if (echo == Echo::on) print_text(text);
+  if (syslog_forced()) syslog(LOG_USER | LOG_ERR, "%.*s", static_cast<int>(text.size()), text.data());
+}
+
+bool console_failed() { return std::ferror(stdout) != 0; }
+
+bool flush_console() { return std::fflush(stdout) == 0 && !console_failed(); }
+
+}  // namespace support

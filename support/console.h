@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string_view>
+
+namespace support {
+
+/// Gives standard output its large buffer. Called once, before anything is printed.
+void open_console();
+
+/// Reports and trace lines: printf to standard output.
+[[gnu::format(printf, 1, 2)]] void print(const char* format, ...);
+
+/// The same for text that is ready; the fast way for lines by the million.
+void print_text(std::string_view text);
+
+/// A message for the person at the terminal: standard output is flushed, then printf to standard error.
+[[gnu::format(printf, 1, 2)]] void print_message(const char* format, ...);
+
+enum class Echo { off, on };
+
+/// An error or a warning: the whole text to standard error, again to standard output when `echo` is on, and
+/// to the system log when that is forced.
+void report_message(std::string_view text, Echo echo);
+
+/// Flushes standard output; false when any write to it has failed since the start.
+bool flush_console();
+
+/// True once a write to standard output has failed (full disk, closed pipe).
+bool console_failed();
+
+}  // namespace support

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace support {
+
+/// Which file a name leads to, whatever the name: device and inode.
+struct FileIdentity {
+  dev_t device = 0;
+  ino_t inode = 0;
+  bool operator==(const FileIdentity&) const = default;
+};
+
+/// True when `name` exists and is the file of `identity`, under whatever name.
+bool is_same_file(const std::string& name, const FileIdentity& identity);
+
+/// A file written from its start by an extraction (mode "wb"): unbuffered, so callers write large pieces.
+class OutputFile {
+ public:
+  OutputFile() = default;
+  OutputFile(OutputFile&&) noexcept;
+  OutputFile& operator=(OutputFile&&) noexcept;
+  ~OutputFile();
+
+  /// Creates or empties the file; false (and errno) when that fails.
+  bool open(const std::string& name);
+  bool is_open() const { return descriptor_ >= 0; }
+
+  /// False when not all bytes could be written.
+  bool write(const void* bytes, std::size_t count);
+
+  /// False when the system reports late that a write failed.
+  bool close();
+
+ private:
+  int descriptor_ = -1;
+};
+
+}  // namespace support

@@ -1,0 +1,59 @@
+#include "support/printable.h"
+
+#include <cstdint>
+
+namespace support {
+
+namespace {
+
+bool is_continuation(unsigned char byte) { return (byte & 0xC0U) == 0x80U; }
+
+/// The length in bytes of the printable UTF-8 character that `text` begins with, 0 when there is none.
+std::size_t printable_length(std::string_view text) {
+  const auto at = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  const unsigned char lead = at(0);
+  if (lead < 0x80) return lead >= 0x20 && lead != 0x7F ? 1 : 0;
+  const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+  if (lead < 0xC2 || lead > 0xF4 || text.size() < length) return 0;
+  std::uint32_t code = lead & (0xFFU >> (length + 1));
+  for (std::size_t i = 1; i < length; ++i) {
+    if (!is_continuation(at(i))) return 0;
+    code = code << 6U | (at(i) & 0x3FU);
+  }
+  const bool overlong = (length == 3 && code < 0x800) || (length == 4 && code < 0x10000);
+  const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
+  const bool control = code < 0xA0;
+  return overlong || surrogate || control || code > 0x10FFFF ? 0 : length;
+}
+
+void append_escaped(std::string& out, unsigned char byte) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  out += "\\x";
+  out += kDigits[byte >> 4U];
+  out += kDigits[byte & 0xFU];
+}
+
+}  // namespace
+
+std::string printable(std::string_view text, KeepLayout layout) {
+  std::string out;
+  out.reserve(text.size());
+  while (!text.empty()) {
+    const std::size_t length = printable_length(text);
+    const char first = text.front();
+    if (length > 0) {
+      out.append(text.substr(0, length));
+      text.remove_prefix(length);
+      continue;
+    }
+    if (layout == KeepLayout::yes && (first == '\n' || first == '\r' || first == '\t')) {
+      out += first;
+    } else {
+      append_escaped(out, static_cast<unsigned char>(first));
+    }
+    text.remove_prefix(1);
+  }
+  return out;
+}
+
+}  // namespace support
