@@ -9,9 +9,9 @@ namespace VRX::System::CFI {
 /// The container's error numbers, 1020000 to 1024999. A negative status -k means 1020000 + k.
 enum ErrorCode : int {
   kErrorBase = 1020000,
-  kEndOfStream = 1020023,           ///< also status -23
-  kBadCompressedStream = 1020029,   ///< bad LZ4 signature or a block length below 1
-  kSystemCallFailed = 1020059,      ///< the text is that of errno
+  kEndOfStream = 1020023,          ///< also status -23
+  kBadCompressedStream = 1020029,  ///< bad LZ4 signature or a block length below 1
+  kSystemCallFailed = 1020059,     ///< the text is that of errno
   kCompressedBlockTooLong = 1020204,
   kSeekToNegativeLocation = 1021001,
   kNotAStorageFile = 1021080,

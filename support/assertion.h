@@ -9,8 +9,10 @@ void report_assertion(const char* text, const char* file, int line);
 }  // namespace support
 
 /// Reports "Never condition true: <condition>" and is true when `condition` is.
-#define VRII_NEVER(condition) \
-  ((condition) ? (::support::report_assertion("Never condition true: " #condition, __FILE__, __LINE__), true) : false)
+#define VRII_NEVER(condition)                                                                         \
+  ((condition)                                                                                        \
+       ? (::support::report_assertion("Never condition true: " #condition, __FILE__, __LINE__), true) \
+       : false)
 
 /// Reports `condition` when it is false; costs nothing in a release build.
 #ifdef NDEBUG

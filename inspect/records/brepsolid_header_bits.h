@@ -31,11 +31,11 @@ struct BrepsolidHeaderBits {
 /// What the reading pass keeps of one modeller partition.
 struct BrepsolidPartition {
   BrepsolidHeaderBits bits;
-  std::string header_text;         ///< own or borrowed, without the closing '+'
-  bool header_saved_here = false;  ///< false: borrowed, or none was found
-  std::uint32_t flags = 0;         ///< the derived flags word
-  std::uint64_t data_position = 0; ///< first byte of the stored data
-  std::string kernel_version;      ///< "Unknown" when it cannot be derived
+  std::string header_text;          ///< own or borrowed, without the closing '+'
+  bool header_saved_here = false;   ///< false: borrowed, or none was found
+  std::uint32_t flags = 0;          ///< the derived flags word
+  std::uint64_t data_position = 0;  ///< first byte of the stored data
+  std::string kernel_version;       ///< "Unknown" when it cannot be derived
 };
 
 }  // namespace inspect

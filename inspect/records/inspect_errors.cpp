@@ -18,9 +18,9 @@ support::Echo echo_of(const InspectFile& file) {
 }
 
 void report(const InspectFile& file, const std::string& message) {
-  support::report_message(
-      support::format_text("%s: In file %s\n %s\n", support::program_name(), file.name.c_str(), message.c_str()),
-      echo_of(file));
+  support::report_message(support::format_text("%s: In file %s\n %s\n", support::program_name(),
+                                               file.name.c_str(), message.c_str()),
+                          echo_of(file));
 }
 
 }  // namespace
@@ -57,9 +57,9 @@ void inspect_warning(InspectFile& file, const char* format, ...) {
   va_start(arguments, format);
   const std::string message = support::format_text_list(format, arguments);
   va_end(arguments);
-  support::report_message(
-      support::format_text("%s: In file %s \n %s\n", support::program_name(), file.name.c_str(), message.c_str()),
-      echo_of(file));
+  support::report_message(support::format_text("%s: In file %s \n %s\n", support::program_name(),
+                                               file.name.c_str(), message.c_str()),
+                          echo_of(file));
 }
 
 void report_problem(InspectFile& file, const char* format, ...) {

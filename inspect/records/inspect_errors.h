@@ -5,7 +5,7 @@
 
 namespace inspect {
 
-inline constexpr int kContentError = 99;      ///< code of the escape of inspect_error
+inline constexpr int kContentError = 99;  ///< code of the escape of inspect_error
 inline constexpr int kInspectorError = 641001;
 
 /// A fatal error in the file's content: written to both streams, the file failed; raises code 99.

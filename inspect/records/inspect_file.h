@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "inspect/records/brepsolid_header_bits.h"
@@ -39,6 +40,20 @@ enum PartitionType : std::int32_t {
   kBrepsolidDelta = 19,
 };
 
+/// A part file with more partitions is refused: each costs some hundred bytes of memory, and real parts hold
+/// dozens.
+inline constexpr std::size_t kMaxPartitions = 200'000;
+
+/// The units that a part can have: 1 metric, 2 inches, 4 meters, 5 micrometers.
+constexpr bool is_part_units(std::int32_t units) {
+  return units == 1 || units == 2 || units == 4 || units == 5;
+}
+
+/// A position from two header words: a block of 512 bytes and a byte in it below version 15, else one number.
+constexpr std::uint32_t combine_position(std::int16_t version, std::uint16_t first, std::uint16_t second) {
+  return version < 15 ? std::uint32_t{first} * 512 + second : std::uint32_t{first} << 16U | second;
+}
+
 /// The printed name: "Record Mgr", ..., "BS Delta"; "unknown" outside 1 to 19.
 const char* partition_type_name(std::int32_t type);
 
@@ -49,12 +64,12 @@ using SharedString = std::optional<std::string>;
 struct PartitionEntry {
   std::int32_t id = 0;
   std::int32_t type = kUnknownPartition;
-  std::int32_t data = 0;      ///< the data word; also the tag field of modeller partitions
-  std::uint64_t offset = 0;   ///< as listed: in older files that of the directory header
-  std::uint64_t base = 0;     ///< where the data begin; object positions count from here
-  bool data_zero = false;     ///< the "secondary flag": an empty directory
-  bool bad = false;           ///< offset out of bounds or marker missing: to be skipped
-  bool truncated = false;     ///< modeller data reach beyond the end of the stream
+  std::int32_t data = 0;     ///< the data word; also the tag field of modeller partitions
+  std::uint64_t offset = 0;  ///< as listed: in older files that of the directory header
+  std::uint64_t base = 0;    ///< where the data begin; object positions count from here
+  bool data_zero = false;    ///< the "secondary flag": an empty directory
+  bool bad = false;          ///< offset out of bounds or marker missing: to be skipped
+  bool truncated = false;    ///< modeller data reach beyond the end of the stream
   bool done = false;
 
   // Object-manager layout, set when its header is read.
@@ -76,29 +91,31 @@ struct InspectFile {
       : options(the_options), name(std::move(file_name)) {}
 
   const InspectOptions& options;
-  std::string name;                      ///< as given on the command line
-  bool failed = false;                   ///< the file's status is 1
-  bool escape_on_failure = false;        ///< inspect_fatal throws instead of ending the process
-  bool problems_found = false;           ///< something was reported that a scan must not call clean
+  std::string name;                ///< as given on the command line
+  bool failed = false;             ///< the file's status is 1
+  bool escape_on_failure = false;  ///< inspect_fatal throws instead of ending the process
+  bool problems_found = false;     ///< something was reported that a scan must not call clean
   bool certain_corruption = false;
-  bool probable_corruption = false;      ///< the file is suspect
-  bool wants_scan = false;               ///< the readers ask for the corruption scan
-  support::FileIdentity identity;        ///< of the part file itself: no output may be it
+  bool probable_corruption = false;  ///< the file is suspect
+  bool wants_scan = false;           ///< the readers ask for the corruption scan
+  support::FileIdentity identity;    ///< of the part file itself: no output may be it
 
   std::unique_ptr<support::ByteSource> stream;  ///< the part stream; null until opened
-  std::uint64_t file_length = 0;         ///< of the part stream
-  bool swap_bytes = false;               ///< the file's byte order is not the machine's
-  bool has_markers = false;              ///< 4-byte markers before partitions, and an index
-  bool rm_layout = false;                ///< newer layout of the entity type chains
+  std::uint64_t file_length = 0;                ///< of the part stream
+  bool swap_bytes = false;                      ///< the file's byte order is not the machine's
+  bool has_markers = false;                     ///< 4-byte markers before partitions, and an index
+  bool rm_layout = false;                       ///< newer layout of the entity type chains
 
   PartHeader header;
   std::int32_t release = kReleaseNotRead;  ///< V once the header is read
 
-  std::deque<PartitionEntry> partitions;   ///< index order; entries never move
+  std::vector<std::int16_t> entity_chain_words;         ///< V below 15: the entity chain header
+  std::unordered_set<std::uint64_t> directory_offsets;  ///< of the directories read so far, without markers
+  std::deque<PartitionEntry> partitions;                ///< index order; entries never move
   std::optional<std::int32_t> next_partition_id;
-  std::int32_t empty_directories = 0;      ///< partitions whose data-zero flag is set
+  std::int32_t empty_directories = 0;  ///< partitions whose data-zero flag is set
   std::optional<std::int32_t> pattern_mode;
-  std::string kernel_version;              ///< of the last modeller partition read; empty before, or "Unknown"
+  std::string kernel_version;  ///< of the last modeller partition read; empty before, or "Unknown"
   bool has_om_checksums = false;
 };
 

@@ -16,7 +16,7 @@ struct InspectOptions {
 
   bool trace = false;
   bool print_cookies = false;
-  std::int32_t refs_level = 0;  ///< 0 none, 1 most recent, 2 all
+  std::int32_t refs_level = 0;                             ///< 0 none, 1 most recent, 2 all
   std::array<bool, kPartitionSlots> print_partition = {};  ///< by partition type
   bool print_summary = true;
   bool print_full_extra = false;

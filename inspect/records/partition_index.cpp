@@ -1,0 +1,193 @@
+#include "inspect/records/partition_index.h"
+
+#include <array>
+
+#include "inspect/records/id_set.h"
+#include "inspect/records/inspect_errors.h"
+#include "inspect/records/part_header_reader.h"
+#include "inspect/records/traced_readers.h"
+#include "support/console.h"
+
+namespace inspect {
+
+namespace {
+
+using ull = unsigned long long;
+
+constexpr std::array<std::uint8_t, 4> kMarker = {0xC0, 0xD1, 0xF1, 0xED};
+constexpr std::int16_t kMaxDirectoryWords = 16;
+constexpr std::int32_t kLastPartitionType = kBrepsolidDelta;
+constexpr std::int32_t kWideIndexFormat = 2;
+
+void check_count(InspectFile& file, std::size_t count) {
+  if (count > kMaxPartitions)
+    inspect_error(file, "More than %zu partitions in the part file", kMaxPartitions);
+}
+
+PartitionEntry read_index_entry(InspectFile& file, bool trace, bool wide, std::int32_t number, IdSet& seen) {
+  PartitionEntry entry;
+  read_ints(trace, file, 1, &entry.id, "Read partition index %d: Partition ID", number);
+  if (!seen.insert(entry.id)) {
+    inspect_warning(file, "duplicate partition id %d\n", entry.id);
+    file.probable_corruption = true;
+    file.failed = true;
+  }
+  read_ints(trace, file, 1, &entry.type, "Read partition index %d: Partition Type ", number);
+  if (wide) {
+    read_int64s(trace, file, 1, &entry.offset, "Read partition index %d: Partition Offset", number);
+  } else {
+    std::uint32_t offset = 0;
+    read_ints(trace, file, 1, &offset, "Read partition index: %d Partition Offset", number);
+    entry.offset = offset;
+  }
+  read_ints(trace, file, 1, &entry.data, "Read partition index %d:  Partition Data", number);
+  entry.base = entry.offset;
+  return entry;
+}
+
+void check_index_entry(InspectFile& file, const PartitionEntry& entry, std::int32_t number) {
+  if (entry.id < 1 || entry.id >= *file.next_partition_id) {
+    inspect_error(file, "Invalid partition id (%d) found in partition #%d\n", entry.id, number);
+  }
+  if (entry.type < 1 || entry.type > kLastPartitionType) {
+    inspect_error(file, "Invalid partition type (%d) found in partition #%d\n", entry.type, number);
+  }
+  if (entry.offset > file.file_length) {
+    inspect_error(file, "Bad offset (%llu) for partition #%d\n", static_cast<ull>(entry.offset), number);
+  }
+}
+
+void mark_bad(InspectFile& file, PartitionEntry& partition) {
+  partition.bad = true;
+  file.failed = true;
+  file.certain_corruption = true;
+  file.wants_scan = true;
+}
+
+bool check_marker(InspectFile& file, PartitionEntry& partition, bool trace) {
+  const auto offset = static_cast<ull>(partition.offset);
+  if (partition.offset < kMarker.size() || partition.offset > file.file_length) {
+    inspect_warning(file, "Partition id %d has offset %llu (%llu) out of bounds for the file", partition.id,
+                    offset, offset);
+    mark_bad(file, partition);
+    return true;
+  }
+  move_to(trace, file, partition.offset - kMarker.size());
+  std::array<std::uint8_t, 4> found = {};
+  read_bytes(trace, file, kMarker.size(), found.data(), "Partition marker");
+  if (found == kMarker) return false;
+  inspect_warning(file, "Missing marker preceding partition id %d at offset %llu - found %02x%02x%02x%02x\n",
+                  partition.id, offset, found[0], found[1], found[2], found[3]);
+  mark_bad(file, partition);
+  return true;
+}
+
+void append_directory(InspectFile& file, std::uint64_t position) {
+  check_count(file, file.partitions.size() + 1);
+  file.partitions.emplace_back();
+  file.partitions.back().offset = position;
+}
+
+/// Where the directory behind this one starts; 0 when there is none.
+std::uint32_t next_directory(const InspectFile& file, const PartitionEntry& partition,
+                             const std::array<std::int16_t, kMaxDirectoryWords>& words) {
+  const PartHeader& header = file.header;
+  if (partition.type == kRecordManager) return header.directory_mode >= 2 ? header.directory_position : 0;
+  return combine_position(header.version, static_cast<std::uint16_t>(words[1]),
+                          static_cast<std::uint16_t>(words[2]));
+}
+
+}  // namespace
+
+void read_partition_index(InspectFile& file, bool trace) {
+  std::int32_t format = 0;
+  read_ints(trace, file, 1, &format, "Partition index format (should be 1 or 2)");
+  if (format != 1 && format != kWideIndexFormat) {
+    inspect_error(file, "Expecting index format of 1 or 2 but found %d\n", format);
+  }
+  std::int32_t count = 0;
+  read_ints(trace, file, 1, &count, "Number partitions");
+  if (count < 1) inspect_error(file, "Expecting positive partition count but found %d\n", count);
+  std::int32_t next_id = 0;
+  read_ints(trace, file, 1, &next_id, "Next partition id");
+  if (trace) support::print("Number partitions %d\n", count);
+  if (next_id < 1) inspect_error(file, "Expecting positive next_partition_id but found %d\n", next_id);
+  file.next_partition_id = next_id;
+
+  IdSet seen;
+  for (std::int32_t i = 0; i < count; ++i) {
+    check_count(file, file.partitions.size() + 1);
+    PartitionEntry entry = read_index_entry(file, trace, format == kWideIndexFormat, i, seen);
+    if (trace) {
+      support::print("Id %d type %d (%s) offset %llu data %d\n", entry.id, entry.type,
+                     partition_type_name(entry.type), static_cast<ull>(entry.offset), entry.data);
+    }
+    check_index_entry(file, entry, i);
+    PartitionEntry& kept = file.partitions.emplace_back(std::move(entry));
+    if (!file.has_markers || kept.type == kOldBrepsolid || kept.type == kPattern) {
+      check_partition_data(file, kept);
+    }
+  }
+}
+
+void start_directory_chain(InspectFile& file) { append_directory(file, current_position(file)); }
+
+bool check_partition_start(InspectFile& file, PartitionEntry& partition, bool trace) {
+  if (file.has_markers) return check_marker(file, partition, trace);
+  read_partition_header(file, partition, trace);
+  return false;
+}
+
+void read_partition_header(InspectFile& file, PartitionEntry& partition, bool trace) {
+  if (!file.directory_offsets.insert(partition.offset).second) {
+    inspect_error(file, "Directory chain comes back to offset %llu\n", static_cast<ull>(partition.offset));
+  }
+  const auto number = static_cast<std::int32_t>(file.directory_offsets.size());
+  move_to(trace, file, partition.offset);
+  std::int16_t count = 0;
+  read_shorts(trace, file, 1, &count, "Partition header count");
+  if (trace) {
+    support::print("Directory %d header size %d shorts at offset %llu\n", number, count,
+                   static_cast<ull>(current_position(file)));
+  }
+  if (count < 1 || count > kMaxDirectoryWords) {
+    inspect_error(file, "Count in directory %d is invalid: %d\n", number, count);
+  }
+  std::array<std::int16_t, kMaxDirectoryWords> words = {};
+  read_shorts(trace, file, count, words.data(), "Partition header");
+  if (trace) print_header_words(count, words.data());
+  partition.type = partition.id = words[0];
+  partition.data = words[static_cast<std::size_t>(count) - 1];
+  partition.base = current_position(file);
+  check_partition_data(file, partition);
+  const std::uint32_t next = next_directory(file, partition, words);
+  if (next != 0) append_directory(file, next);
+}
+
+void check_partition_data(InspectFile& file, PartitionEntry& partition) {
+  const std::int32_t data = partition.data;
+  switch (partition.type) {
+    case kRecordManager:
+      if (!is_part_units(data)) inspect_error(file, "Bad part units %d\n", data);
+      return;
+    case kCmod:
+    case kExpression:
+      if (data != 1) inspect_error(file, "CMOD/EXP partition header data should be 1 but is: %d\n", data);
+      return;
+    case kPattern:
+      if ((data & 3) == 3) inspect_error(file, "Pattern header data should be 0, 1, or 2 but is: %d\n", data);
+      file.pattern_mode = data & 3;
+      break;
+    case kOldBrepsolid:
+      break;
+    default:
+      if (partition.type < 1 || partition.type > kLastPartitionType) {
+        inspect_error(file, "*** Corrupt part - unknown directory type: %d\n", partition.type);
+      }
+      return;
+  }
+  partition.data_zero = data == 0;
+  if (partition.data_zero) ++file.empty_directories;
+}
+
+}  // namespace inspect
