@@ -1,1 +1,50 @@
-int main() { return 0; }
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "inspect/options.h"
+#include "inspect/signals.h"
+#include "inspect/vr_inspect_internal.h"
+#include "support/console.h"
+#include "support/error_escape.h"
+#include "support/program.h"
+#include "support/text_format.h"
+
+namespace {
+
+int inspect_files(int argument_count, const char* const* arguments) {
+  inspect::InspectOptions options;
+  const int first_file = inspect::parse_options(argument_count, arguments, options);
+  int exit_status = 0;
+  for (int i = first_file; i < argument_count && !support::console_failed(); ++i) {
+    if (inspect::inspect_part_file(arguments[i], options) != 0) exit_status = 1;
+  }
+  return exit_status;
+}
+
+/// The way out of an escape that no file's driver could catch.
+int report_uncaught(const support::ErrorEscape& escape) {
+  support::report_message(support::format_text("%s: %s\n", support::program_name(), escape.what()),
+                          support::Echo::on);
+  return 1;
+}
+
+}  // namespace
+
+int main(int argument_count, char** arguments) {
+  support::open_console();
+  if (argument_count > 0) support::set_program_name(arguments[0]);
+  inspect::register_signal_handlers();
+  int exit_status = 1;
+  try {
+    exit_status = inspect_files(argument_count, arguments);
+  } catch (const support::ErrorEscape& escape) {
+    exit_status = report_uncaught(escape);
+  }
+  if (!support::flush_console()) {
+    std::fprintf(stderr, "%s: could not write to standard output\n", support::program_name());
+    exit_status = 1;
+  }
+  return exit_status;
+}

@@ -13,14 +13,14 @@ namespace inspect {
 
 namespace {
 
-support::Echo echo_of(const InspectFile& file) {
-  return file.options.print_banner ? support::Echo::on : support::Echo::off;
+support::Echo echo_of(const InspectOptions& options) {
+  return options.print_banner ? support::Echo::on : support::Echo::off;
 }
 
 void report(const InspectFile& file, const std::string& message) {
   support::report_message(support::format_text("%s: In file %s\n %s\n", support::program_name(),
                                                file.name.c_str(), message.c_str()),
-                          echo_of(file));
+                          echo_of(file.options));
 }
 
 }  // namespace
@@ -41,7 +41,7 @@ void inspect_fatal(InspectFile& file, const char* format, ...) {
   const std::string message = support::format_text_list(format, arguments);
   va_end(arguments);
   support::report_message(support::format_text("%s: %s\n", support::program_name(), message.c_str()),
-                          echo_of(file));
+                          echo_of(file.options));
   file.failed = true;
   if (file.escape_on_failure) {
     throw support::ErrorEscape("vr_inspect_internal", kInspectorError,
@@ -59,7 +59,11 @@ void inspect_warning(InspectFile& file, const char* format, ...) {
   va_end(arguments);
   support::report_message(support::format_text("%s: In file %s \n %s\n", support::program_name(),
                                                file.name.c_str(), message.c_str()),
-                          echo_of(file));
+                          echo_of(file.options));
+}
+
+void report_warning(const InspectOptions& options, const char* message) {
+  support::report_message(support::format_text("%s: %s\n", support::program_name(), message), echo_of(options));
 }
 
 void report_problem(InspectFile& file, const char* format, ...) {

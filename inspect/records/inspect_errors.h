@@ -18,6 +18,9 @@ inline constexpr int kInspectorError = 641001;
 /// A warning about the content: written to both streams. Marks nothing by itself.
 [[gnu::format(printf, 2, 3)]] void inspect_warning(InspectFile& file, const char* format, ...);
 
+/// The driver's warning reporter, for trouble that is not the file's: "%s: %s\n" to both streams.
+void report_warning(const InspectOptions& options, const char* message);
+
 /// The driver's failure reporter: "%s: In file %s\n %s\n" to both streams; the file has failed and has
 /// problems, and work goes on.
 [[gnu::format(printf, 2, 3)]] void report_problem(InspectFile& file, const char* format, ...);

@@ -8,6 +8,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "cfi/storage_file.h"
 #include "inspect/records/brepsolid_header_bits.h"
 #include "inspect/records/inspect_options.h"
 #include "inspect/records/part_header.h"
@@ -102,6 +103,7 @@ struct InspectFile {
 
   std::unique_ptr<support::ByteSource> stream;  ///< the part stream; null until opened
   std::uint64_t file_length = 0;                ///< of the part stream
+  VRX::System::CFI::StorageFile* container = nullptr;  ///< null for a flat file
   bool swap_bytes = false;                      ///< the file's byte order is not the machine's
   bool has_markers = false;                     ///< 4-byte markers before partitions, and an index
   bool rm_layout = false;                       ///< newer layout of the entity type chains
@@ -115,6 +117,7 @@ struct InspectFile {
   std::optional<std::int32_t> next_partition_id;
   std::int32_t empty_directories = 0;  ///< partitions whose data-zero flag is set
   std::optional<std::int32_t> pattern_mode;
+  std::int32_t units = 0;                ///< of the header, else of the older record manager; 0 not recorded
   std::string kernel_version;  ///< of the last modeller partition read; empty before, or "Unknown"
   bool has_om_checksums = false;
 };

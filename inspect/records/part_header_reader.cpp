@@ -4,11 +4,9 @@
 #include <array>
 #include <bit>
 #include <cstring>
-#include <string_view>
 
 #include "inspect/records/inspect_errors.h"
 #include "inspect/records/traced_readers.h"
-#include "support/byte_order.h"
 #include "support/console.h"
 
 namespace inspect {
@@ -201,6 +199,7 @@ void take_units(InspectFile& file, const HeaderWords& words, PartHeader& header)
   if (!is_part_units(header.units)) {
     inspect_error(file, "Found invalid units of %d in part header\n", header.units);
   }
+  file.units = header.units;
   file.has_markers = true;
 }
 
@@ -291,13 +290,9 @@ void read_header_words(InspectFile& file, bool trace, std::uint16_t count) {
 }
 
 /// Reads the header from the copy of the container; the stream is left behind the damaged original.
-void read_header_copy(InspectFile& file, bool trace, std::span<const std::uint16_t> copy) {
-  std::string bytes(copy.size() * 2, '\0');
-  for (std::size_t i = 0; i < copy.size(); ++i) {
-    support::store_little(reinterpret_cast<unsigned char*>(bytes.data()) + 2 * i, copy[i]);
-  }
+void read_header_copy(InspectFile& file, bool trace, std::span<const std::byte> copy) {
   auto part_stream = std::move(file.stream);
-  file.stream = std::make_unique<support::MemorySource>(std::as_bytes(std::span(bytes)));
+  file.stream = std::make_unique<support::MemorySource>(copy);
   try {
     const std::uint16_t count = read_header_count(file, trace);
     check_header_count(file, count);
@@ -337,7 +332,7 @@ void print_header_words(std::int32_t count, const std::int16_t* words) {
   if (count % 10 != 0) support::print_text("\n");
 }
 
-void read_part_header(InspectFile& file, bool trace, std::span<const std::uint16_t> header_copy) {
+void read_part_header(InspectFile& file, bool trace, std::span<const std::byte> header_copy) {
   const std::uint16_t count = read_header_count(file, trace);
   if (!is_header_count(count) && !header_copy.empty()) {
     read_header_copy(file, trace, header_copy);

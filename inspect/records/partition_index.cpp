@@ -169,6 +169,7 @@ void check_partition_data(InspectFile& file, PartitionEntry& partition) {
   switch (partition.type) {
     case kRecordManager:
       if (!is_part_units(data)) inspect_error(file, "Bad part units %d\n", data);
+      if (file.units == 0) file.units = data;
       return;
     case kCmod:
     case kExpression:

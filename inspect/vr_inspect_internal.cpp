@@ -1,0 +1,253 @@
+#include "inspect/vr_inspect_internal.h"
+
+#include <optional>
+#include <string>
+
+#include "cfi/cfi_error_codes.h"
+#include "cfi/tools/corruption_scan.h"
+#include "cfi/tools/feature_toggles.h"
+#include "cfi/tools/storage_listing.h"
+#include "cfi/tools/stream_extraction.h"
+#include "inspect/part_container.h"
+#include "inspect/reading_pass.h"
+#include "inspect/records/inspect_errors.h"
+#include "inspect/records/named_streams.h"
+#include "inspect/report/compatibility.h"
+#include "inspect/report/external_references.h"
+#include "inspect/report/part_summary.h"
+#include "inspect/report/partition_printers.h"
+#include "inspect/report/release_report.h"
+#include "inspect/solid/jt_bodies.h"
+#include "inspect/solid/transmit_extraction.h"
+#include "support/console.h"
+#include "support/program.h"
+
+namespace inspect {
+
+namespace {
+
+using support::ErrorEscape;
+using support::print;
+using support::print_message;
+
+/// The steps of one file, in their order.
+class PartFileDriver {
+ public:
+  PartFileDriver(const char* name, InspectOptions& options) : options_(options), file_(options, name) {}
+
+  /// Returns the status of the file.
+  int run();
+
+ private:
+  bool open();
+  void report_open_failure(const ErrorEscape& escape);
+  void check_truncation();
+  void inspect_content();
+  void read_content();
+  void report_content();
+  void report_corruption();
+  void report_corruption_kind(const char* line);
+  void work_on_partitions();
+  void print_feature_toggles();
+  void use_container();
+  bool scan_finds_corruption();
+
+  /// Runs one step; its escape is reported, and the next step runs.
+  template <typename Step>
+  void attempt(Step step) {
+    try {
+      step();
+    } catch (const ErrorEscape& escape) {
+      report_escape(file_, escape);
+    }
+  }
+
+  InspectOptions& options_;
+  InspectFile file_;
+  PartContainer container_;
+};
+
+int PartFileDriver::run() {
+  if (open()) {
+    if (options_.print_banner) {
+      print("...Running %s version of %s on %s\n", support::kVersionText, support::program_name(),
+            file_.name.c_str());
+    }
+    if (file_.file_length == 0 && file_.container == nullptr) {
+      support::print_text("**** File is empty, not a valid part file\n");
+      file_.failed = true;
+    } else {
+      check_truncation();
+      inspect_content();
+    }
+  }
+  use_container();
+  if (file_.failed && options_.reader_check) {
+    throw ErrorEscape("vr_inspect_internal", kInspectorError, "problem in vr_inspect");
+  }
+  return file_.failed ? 1 : 0;
+}
+
+bool PartFileDriver::open() {
+  try {
+    container_.open(file_.name);
+    file_.identity = container_.identity();
+    file_.container = container_.storage_file();
+    file_.stream = container_.open_part_stream();
+    file_.file_length = file_.stream->size();
+    return true;
+  } catch (const ErrorEscape& escape) {
+    report_open_failure(escape);
+    return false;
+  }
+}
+
+void PartFileDriver::report_open_failure(const ErrorEscape& escape) {
+  namespace CFI = VRX::System::CFI;
+  const char* name = file_.name.c_str();
+  switch (escape.code()) {
+    case CFI::kEncryptedFile:
+      report_problem(file_, "could not open encrypted part %s", name);
+      break;
+    case CFI::kDamagedIndex:
+    case CFI::kIndexChecksumMismatch:
+      attempt([this] { scan_finds_corruption(); });
+      report_problem(file_, "could not open corrupted file %s", name);
+      break;
+    default:
+      report_problem(file_, "could not open %s: status %d", name, escape.code());
+  }
+  print_message("%s: In file %s\n %s\n", support::program_name(), name, escape.what());
+}
+
+void PartFileDriver::check_truncation() {
+  attempt([this] {
+    if (file_.container == nullptr || !file_.container->is_truncated()) return;
+    support::print_text("The file appears to have been truncated.\n");
+    file_.failed = true;
+    file_.problems_found = true;
+  });
+}
+
+/// Steps 8 to 15. What ends the reading ends the reports too, but not the word on a corruption.
+void PartFileDriver::inspect_content() {
+  bool complete = false;
+  attempt([&] {
+    read_content();
+    report_content();
+    complete = true;
+  });
+  if (file_.certain_corruption || file_.probable_corruption) {
+    attempt([this] { report_corruption(); });
+  } else if (complete) {
+    attempt([this] { work_on_partitions(); });
+  }
+}
+
+void PartFileDriver::read_content() {
+  if (!options_.scan) {
+    read_part(file_, container_.header_copy());
+    return;
+  }
+  if (scan_finds_corruption()) return;
+  read_part(file_, container_.header_copy());
+  if (file_.certain_corruption || file_.probable_corruption || file_.problems_found) return;
+  support::print_text("No corruptions identified in this scan\n");
+  if (!file_.has_om_checksums) support::print_text("Part too old to contain OM checksums\n");
+}
+
+void PartFileDriver::report_content() {
+  if (options_.print_summary) print_part_summary(file_);
+  if (options_.release_only && options_.print_banner) print_release_report(file_);
+  if (options_.compatibility) visit_named_stream(file_, "COMPATIBILITY", print_compatibility);
+  if (options_.feature_toggle_info) attempt([this] { print_feature_toggles(); });
+  if (options_.extract_jt) {
+    for (const char* name : {"JT", "DisplayJT"}) {
+      visit_named_stream(file_, name, [&](auto& source) { list_jt_bodies(file_, source, name); });
+    }
+  }
+}
+
+void PartFileDriver::report_corruption_kind(const char* kind) {
+  const char* name = file_.name.c_str();
+  if (options_.print_banner) print("**** %s - %s\n", kind, name);
+  print_message("**** %s - %s\n", kind, name);
+  file_.failed = true;
+}
+
+void PartFileDriver::report_corruption() {
+  if (file_.certain_corruption) {
+    report_corruption_kind("Part corruption");
+    if (file_.wants_scan) scan_finds_corruption();
+  } else {
+    report_corruption_kind("Probable part corruption");
+    scan_finds_corruption();
+  }
+}
+
+void PartFileDriver::work_on_partitions() {
+  if (options_.extract_partition > 0) {
+    options_.extract_partition = extract_partition(file_, options_.extract_partition);
+  }
+  if (options_.extract_all && !extract_all_partitions(file_)) {
+    report_problem(file_, "Failed to extract all Brepsolid partitions");
+  }
+  // Under -scan the reading pass has checked them already.
+  if (options_.check_checksums && !options_.scan && !check_all_checksums(file_)) {
+    report_problem(file_, "Some brepsolid partitions had invalid checksums");
+  }
+  if (options_.print_extref) print_external_references(file_);
+  if (options_.refs_level > 0) print_referenced_parts(file_);
+  print_partitions(file_);
+}
+
+void PartFileDriver::print_feature_toggles() {
+  const auto source = open_child_stream(file_, kPartStorageName, cfi_tools::kToggleStreamName);
+  if (!source) {
+    support::print_text("Feature toggle information not present.\n");
+    return;
+  }
+  const auto checksums = cfi_tools::print_feature_toggles(*source);
+  if (checksums.computed != checksums.stored) {
+    report_problem(file_, "Feature toggle information checksums mismatch: %d and %d",
+                   static_cast<int>(checksums.computed), static_cast<int>(checksums.stored));
+  }
+}
+
+/// Steps 16 to 18: a damaged part must still give up its streams.
+void PartFileDriver::use_container() {
+  file_.stream.reset();
+  file_.partitions.clear();
+  if (file_.container == nullptr) return;
+  if (options_.print_storages) {
+    attempt([this] { cfi_tools::print_storages(container_.root(), file_.name); });
+  }
+  if (options_.extract_stream) {
+    attempt([this] {
+      cfi_tools::extract_stream(container_.root(), options_.stream_path, options_.stream_output_name);
+    });
+  }
+}
+
+bool PartFileDriver::scan_finds_corruption() {
+  cfi_tools::CorruptionScanRequest request;
+  request.file_name = file_.name;
+  request.scan_requested = options_.scan;
+  request.statistics = options_.print_full_extra;
+  request.version = file_.release;
+  const auto verdict = cfi_tools::scan_for_corruption(request);
+  if (verdict == cfi_tools::ScanVerdict::not_opened) {
+    inspect_error(file_, "could not open %s for corruption scan", file_.name.c_str());
+  }
+  if (verdict == cfi_tools::ScanVerdict::clean) return false;
+  file_.certain_corruption = true;
+  file_.failed = true;
+  file_.problems_found = true;
+  return true;
+}
+
+}  // namespace
+
+int inspect_part_file(const char* name, InspectOptions& options) { return PartFileDriver(name, options).run(); }
+
+}  // namespace inspect
