@@ -146,21 +146,24 @@ constexpr std::array kRules = {
                set_flag<&InspectOptions::print_cookies>},
     SwitchRule{{"-refs", "", "Print the most recent referenced part information."}, set_refs_level<1>},
     SwitchRule{{"-all_refs", "", "Print all referenced part information."}, set_refs_level<2>},
-    SwitchRule{{"-extref", "", "Print the External Reference Table."}, set_flag<&InspectOptions::print_extref>},
+    SwitchRule{{"-extref", "", "Print the External Reference Table."},
+               set_flag<&InspectOptions::print_extref>},
     SwitchRule{{"-scan", "", "Scan for known corruptions and check the checksums of the part."},
                set_only<&InspectOptions::scan>},
-    SwitchRule{{"-extract", "<id>",
-                "Extract the Brepsolid partition with this id into a transmit file; the last switch, followed "
-                "by one part file and an optional output name without extension."},
-               parse_extract},
+    SwitchRule{
+        {"-extract", "<id>",
+         "Extract the Brepsolid partition with this id into a transmit file; the last switch, followed "
+         "by one part file and an optional output name without extension."},
+        parse_extract},
     SwitchRule{{"-check_checksums", "", "Check the checksums of compressed Brepsolid data."},
                set_only<&InspectOptions::check_checksums>},
     SwitchRule{{"-compatibility", "", "Print the compatibility of the part with maintenance releases."},
                set_only<&InspectOptions::compatibility>},
-    SwitchRule{{"-extract_all", "",
-                "Extract all Brepsolid partitions; the last switch, followed by one part file and an optional "
-                "output name without extension."},
-               parse_extract_all},
+    SwitchRule{
+        {"-extract_all", "",
+         "Extract all Brepsolid partitions; the last switch, followed by one part file and an optional "
+         "output name without extension."},
+        parse_extract_all},
     SwitchRule{{"-extract_stream", "<stream-path> <filename>",
                 "Copy one stream of the container, named by its path without /Root, into a file."},
                parse_extract_stream},

@@ -9,7 +9,8 @@ namespace inspect {
 
 namespace {
 
-constexpr int kHandled[] = {SIGHUP, SIGINT, SIGQUIT, SIGILL, SIGABRT, SIGBUS, SIGFPE, SIGSEGV, SIGTERM, SIGXCPU};
+constexpr int kHandled[] = {SIGHUP, SIGINT, SIGQUIT, SIGILL,  SIGABRT,
+                            SIGBUS, SIGFPE, SIGSEGV, SIGTERM, SIGXCPU};
 
 /// Only what a signal handler may call: no stdio.
 void write_message(int signal) {

@@ -248,6 +248,8 @@ bool PartFileDriver::scan_finds_corruption() {
 
 }  // namespace
 
-int inspect_part_file(const char* name, InspectOptions& options) { return PartFileDriver(name, options).run(); }
+int inspect_part_file(const char* name, InspectOptions& options) {
+  return PartFileDriver(name, options).run();
+}
 
 }  // namespace inspect

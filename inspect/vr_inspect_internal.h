@@ -5,8 +5,8 @@
 namespace inspect {
 
 /// Inspects one part file: opens it, reads header, index and partitions, and runs the reports and extractions
-/// that `options` ask for, in their fixed order. Returns the file's status, 0 or 1; trouble is reported, never
-/// raised. -extract writes the id that it settles on back into `options`.
+/// that `options` ask for, in their fixed order. Returns the file's status, 0 or 1; trouble is reported,
+/// never raised. -extract writes the id that it settles on back into `options`.
 int inspect_part_file(const char* name, InspectOptions& options);
 
 }  // namespace inspect

@@ -63,7 +63,8 @@ void inspect_warning(InspectFile& file, const char* format, ...) {
 }
 
 void report_warning(const InspectOptions& options, const char* message) {
-  support::report_message(support::format_text("%s: %s\n", support::program_name(), message), echo_of(options));
+  support::report_message(support::format_text("%s: %s\n", support::program_name(), message),
+                          echo_of(options));
 }
 
 void report_problem(InspectFile& file, const char* format, ...) {

@@ -101,12 +101,12 @@ struct InspectFile {
   bool wants_scan = false;           ///< the readers ask for the corruption scan
   support::FileIdentity identity;    ///< of the part file itself: no output may be it
 
-  std::unique_ptr<support::ByteSource> stream;  ///< the part stream; null until opened
-  std::uint64_t file_length = 0;                ///< of the part stream
+  std::unique_ptr<support::ByteSource> stream;         ///< the part stream; null until opened
+  std::uint64_t file_length = 0;                       ///< of the part stream
   VRX::System::CFI::StorageFile* container = nullptr;  ///< null for a flat file
-  bool swap_bytes = false;                      ///< the file's byte order is not the machine's
-  bool has_markers = false;                     ///< 4-byte markers before partitions, and an index
-  bool rm_layout = false;                       ///< newer layout of the entity type chains
+  bool swap_bytes = false;                             ///< the file's byte order is not the machine's
+  bool has_markers = false;                            ///< 4-byte markers before partitions, and an index
+  bool rm_layout = false;                              ///< newer layout of the entity type chains
 
   PartHeader header;
   std::int32_t release = kReleaseNotRead;  ///< V once the header is read
@@ -117,7 +117,7 @@ struct InspectFile {
   std::optional<std::int32_t> next_partition_id;
   std::int32_t empty_directories = 0;  ///< partitions whose data-zero flag is set
   std::optional<std::int32_t> pattern_mode;
-  std::int32_t units = 0;                ///< of the header, else of the older record manager; 0 not recorded
+  std::int32_t units = 0;      ///< of the header, else of the older record manager; 0 not recorded
   std::string kernel_version;  ///< of the last modeller partition read; empty before, or "Unknown"
   bool has_om_checksums = false;
 };

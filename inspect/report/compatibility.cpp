@@ -36,7 +36,8 @@ class FactPrinter {
  private:
   void finish_line() {
     if (pending_.ends_with('\r')) pending_.pop_back();
-    support::print(first_ ? "Earliest compatible release: %s\n" : "%s\n", support::printable(pending_).c_str());
+    support::print(first_ ? "Earliest compatible release: %s\n" : "%s\n",
+                   support::printable(pending_).c_str());
     first_ = false;
     pending_.clear();
   }

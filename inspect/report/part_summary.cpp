@@ -120,8 +120,10 @@ struct PropertyLine {
 };
 
 constexpr PropertyLine kPropertyLines[] = {
-    {&PartHeader::grip_work_part, "A GRIP design-in-context program has been run with this as the work part\n"},
-    {&PartHeader::grip_root_part, "A GRIP design-in-context program has been run with this as the root part\n"},
+    {&PartHeader::grip_work_part,
+     "A GRIP design-in-context program has been run with this as the work part\n"},
+    {&PartHeader::grip_root_part,
+     "A GRIP design-in-context program has been run with this as the root part\n"},
     {&PartHeader::family_template, "Part is a family template part\n"},
     {&PartHeader::family_member, "Part is a family member part\n"},
     {&PartHeader::kx_creator, "Part is a KX Creator part\n"},
@@ -180,7 +182,8 @@ void print_display_stamp(const PartHeader& header) {
     print_text("<none>\n");
     return;
   }
-  const std::int64_t seconds = ((std::int64_t{header.stamp_days} - 3) * 14400 + header.stamp_ticks) * 6 + 28800;
+  const std::int64_t seconds =
+      ((std::int64_t{header.stamp_days} - 3) * 14400 + header.stamp_ticks) * 6 + 28800;
   print_text(support::local_time_line(seconds));
 }
 

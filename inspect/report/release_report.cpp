@@ -9,7 +9,8 @@ namespace inspect {
 void print_release_line(const InspectFile& file) {
   std::int32_t release = file.release;
   if (!is_known_release(release)) {
-    support::print("Release number %d is unknown - are you using the latest version of vr_inspect?\n", release);
+    support::print("Release number %d is unknown - are you using the latest version of vr_inspect?\n",
+                   release);
     return;
   }
   const bool development = file.header.development;

@@ -10,15 +10,20 @@ namespace {
 constexpr std::array kUnits = {"Unknown", "Metric", "Inches", "Unknown (3)", "Meters", "Micrometers"};
 
 constexpr std::array kCodesets = {
-    "ASCII",          "ISO8859-1",      "EUC",            "S-JIS",          "ISO8859-4",      "ISO8859-5",
-    "ISO8859-8",      "BIG5",           "CODE PAGE 866",  "ISO8859-2",      "CODE PAGE 852",  "CODE PAGE 862",
-    "KSC5601",        "GB2312",         "CODE PAGE 1251", "CODE PAGE 1255", "CODE PAGE 1250", "CODE PAGE 1252",
-    "ISO8859-15",     "CODE PAGE 1253", "ISO8859-7",      "UTF-8",          "CODE PAGE 1254", "CODE PAGE 1257",
-    "CODE PAGE 1256", "ISO8859-6",      "CODE PAGE 874",  "CODE PAGE 1258", "Unknown",
+    "ASCII",          "ISO8859-1",      "EUC",
+    "S-JIS",          "ISO8859-4",      "ISO8859-5",
+    "ISO8859-8",      "BIG5",           "CODE PAGE 866",
+    "ISO8859-2",      "CODE PAGE 852",  "CODE PAGE 862",
+    "KSC5601",        "GB2312",         "CODE PAGE 1251",
+    "CODE PAGE 1255", "CODE PAGE 1250", "CODE PAGE 1252",
+    "ISO8859-15",     "CODE PAGE 1253", "ISO8859-7",
+    "UTF-8",          "CODE PAGE 1254", "CODE PAGE 1257",
+    "CODE PAGE 1256", "ISO8859-6",      "CODE PAGE 874",
+    "CODE PAGE 1258", "Unknown",
 };
 
 constexpr std::array kCloneOperations = {
-    "edited in an unknown way", "cloned in the operating system", "imported into Vaultcenter",
+    "edited in an unknown way",  "cloned in the operating system", "imported into Vaultcenter",
     "exported from Vaultcenter", "cloned in Vaultcenter",
 };
 
@@ -26,7 +31,8 @@ constexpr std::array kPatternData = {"<none>", "wireframe only", "wireframe and 
 
 template <std::size_t Size>
 const char* entry(const std::array<const char*, Size>& table, std::int32_t index, const char* otherwise) {
-  return index >= 0 && static_cast<std::size_t>(index) < Size ? table[static_cast<std::size_t>(index)] : otherwise;
+  return index >= 0 && static_cast<std::size_t>(index) < Size ? table[static_cast<std::size_t>(index)]
+                                                              : otherwise;
 }
 
 }  // namespace

@@ -36,18 +36,22 @@ std::vector<int> slots(const InspectOptions& options) {
 
 TEST(CommandLine, SwitchesSetTheirSlotsAndNothingElse) {
   EXPECT_EQ(slots(parse({"-bs", "a"}).options), (std::vector{2, 10, 12, 13, 14, 16, 17, 18, 19}));
-  EXPECT_EQ(slots(parse({"-rm", "-cmod", "-ess", "-occ", "-path", "a"}).options), (std::vector{1, 3, 4, 6, 7}));
+  EXPECT_EQ(slots(parse({"-rm", "-cmod", "-ess", "-occ", "-path", "a"}).options),
+            (std::vector{1, 3, 4, 6, 7}));
   const InspectOptions full = parse({"-full", "a"}).options;
   EXPECT_EQ(slots(full).size(), 20U);
   EXPECT_TRUE(full.print_full_extra && full.print_storages && full.compatibility && full.print_summary);
-  EXPECT_FALSE(full.print_extref || full.scan || full.release_only || full.extract_jt || full.refs_level != 0);
+  EXPECT_FALSE(full.print_extref || full.scan || full.release_only || full.extract_jt ||
+               full.refs_level != 0);
 }
 
 TEST(CommandLine, SwitchesOfOneJobClearTheSummary) {
-  for (const char* name : {"-scan", "-check_checksums", "-compatibility", "-extract_jt", "-release", "-storages"}) {
+  for (const char* name :
+       {"-scan", "-check_checksums", "-compatibility", "-extract_jt", "-release", "-storages"}) {
     EXPECT_FALSE(parse({name, "a"}).options.print_summary) << name;
   }
-  for (const char* name : {"-feature_toggle_info", "-trace", "-cookies", "-refs", "-all_refs", "-extref", "-rm"}) {
+  for (const char* name :
+       {"-feature_toggle_info", "-trace", "-cookies", "-refs", "-all_refs", "-extref", "-rm"}) {
     EXPECT_TRUE(parse({name, "a"}).options.print_summary) << name;
   }
   EXPECT_EQ(parse({"-refs", "-all_refs", "a"}).options.refs_level, 2);
@@ -134,7 +138,8 @@ TEST(CommandLine, HelpTextsAreOnStandardOutputAlone) {
   const auto help = run_program({"-help", "-bogus"});
   EXPECT_EQ(help.status, 0);
   EXPECT_EQ(help.out, inspect::kLongUsage);
-  EXPECT_TRUE(help.out.starts_with("Usage: vr_inspect [<switches>] <filenames...>\n        where <filenames>"));
+  EXPECT_TRUE(
+      help.out.starts_with("Usage: vr_inspect [<switches>] <filenames...>\n        where <filenames>"));
   EXPECT_TRUE(help.out.ends_with("information stored in the part\n "));
 }
 

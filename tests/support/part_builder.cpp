@@ -1,8 +1,6 @@
 #include "tests/support/part_builder.h"
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <utility>
 
@@ -134,18 +132,6 @@ std::string PartBuilder::build() const {
 
 std::uint64_t PartBuilder::data_offset(std::size_t partition_number) const {
   return places().at(partition_number).data;
-}
-
-void write_file(const std::string& path, std::string_view bytes) {
-  std::ofstream out(path, std::ios::binary);
-  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  if (!out.flush()) throw std::runtime_error("can not write " + path);
-}
-
-std::string read_file(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) throw std::runtime_error("can not read " + path);
-  return {std::istreambuf_iterator<char>(in), {}};
 }
 
 }  // namespace test_support

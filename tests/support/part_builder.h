@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "tests/support/files.h"
+
 namespace test_support {
 
 /// One partition of a part to build. What is not set is what a sound part has there.
@@ -73,9 +75,5 @@ class PartBuilder {
   std::map<std::size_t, std::uint16_t> words_;
   std::map<std::size_t, std::string> texts_;
 };
-
-/// Writes a whole file; the test fails when that is not possible.
-void write_file(const std::string& path, std::string_view bytes);
-std::string read_file(const std::string& path);
 
 }  // namespace test_support

@@ -15,9 +15,19 @@ TEST(Printable, EscapesWhatCouldDriveATerminal) {
       {"plain text stays", "Bracket 7", "Bracket 7"},
       {"an escape sequence", "\x1B[2J", "\\x1B[2J"},
       {"line ends, tab, delete", "a\n\t\x7F", "a\\x0A\\x09\\x7F"},
-      {"valid UTF-8 stays", "Stra\xC3\x9F" "e \xE2\x82\xAC \xF0\x9F\x94\xA9", "Stra\xC3\x9F" "e \xE2\x82\xAC \xF0\x9F\x94\xA9"},
-      {"C1 controls in UTF-8", "\xC2\x9B" "2J", "\\xC2\\x9B2J"},
-      {"a lone continuation byte", "a\x80" "b", "a\\x80b"},
+      {"valid UTF-8 stays",
+       "Stra\xC3\x9F"
+       "e \xE2\x82\xAC \xF0\x9F\x94\xA9",
+       "Stra\xC3\x9F"
+       "e \xE2\x82\xAC \xF0\x9F\x94\xA9"},
+      {"C1 controls in UTF-8",
+       "\xC2\x9B"
+       "2J",
+       "\\xC2\\x9B2J"},
+      {"a lone continuation byte",
+       "a\x80"
+       "b",
+       "a\\x80b"},
       {"an overlong slash", "\xC0\xAF", "\\xC0\\xAF"},
       {"an overlong three-byte form", "\xE0\x80\xAF", "\\xE0\\x80\\xAF"},
       {"a surrogate", "\xED\xA0\x80", "\\xED\\xA0\\x80"},

@@ -6,8 +6,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 namespace test_support {
@@ -26,7 +24,8 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
 std::vector<std::string> environment_with(const std::vector<std::string>& additional) {
   std::vector<std::string> variables;
   for (char** variable = environ; *variable != nullptr; ++variable) variables.emplace_back(*variable);
-  std::erase_if(variables, [](const std::string& v) { return v.starts_with("TZ=") || v.starts_with("VRII_"); });
+  std::erase_if(variables,
+                [](const std::string& v) { return v.starts_with("TZ=") || v.starts_with("VRII_"); });
   variables.emplace_back("TZ=UTC");
   variables.insert(variables.end(), additional.begin(), additional.end());
   return variables;
@@ -57,18 +56,13 @@ TemporaryFolder::~TemporaryFolder() {
 
 std::string TemporaryFolder::write(const std::string& name, const std::string& bytes) const {
   const fs::path path = path_ / name;
-  std::ofstream(path, std::ios::binary) << bytes;
+  write_file(path.string(), bytes);
   return path.string();
 }
 
-std::string TemporaryFolder::read(const std::string& name) const { return read_file((path_ / name).string()); }
-
-std::string read_file(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
+std::string TemporaryFolder::read(const std::string& name) const {
+  return read_file((path_ / name).string());
 }
-
-std::string sample(const std::string& name) { return std::string(VRII_SAMPLES) + "/" + name; }
 
 ProgramResult run_program(const std::vector<std::string>& arguments, const fs::path& folder,
                           const std::vector<std::string>& environment) {

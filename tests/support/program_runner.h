@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/files.h"
+
 namespace test_support {
 
 /// What one run of the built program left behind. A run that a signal ended has status 128 + its number.
@@ -34,10 +36,8 @@ class TemporaryFolder {
 
 /// Runs the program under the name "vr_inspect" in `folder` (its current directory) with the arguments and
 /// the additional environment ("NAME=value"); the time zone is UTC.
-ProgramResult run_program(const std::vector<std::string>& arguments, const std::filesystem::path& folder = ".",
+ProgramResult run_program(const std::vector<std::string>& arguments,
+                          const std::filesystem::path& folder = ".",
                           const std::vector<std::string>& environment = {});
-
-std::string sample(const std::string& name);
-std::string read_file(const std::string& path);
 
 }  // namespace test_support
