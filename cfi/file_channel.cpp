@@ -86,6 +86,14 @@ std::size_t FileChannel::read_at(std::uint64_t offset, void* destination, std::s
   return total;
 }
 
+std::size_t FileChannel::read_apart_at(std::uint64_t offset, void* destination, std::size_t count) {
+  const bool one_window_does = size_ <= kWindowSize;
+  if (one_window_does || window_with(offset) != nullptr) return read_at(offset, destination, count);
+  if (offset >= size_) return 0;
+  return read_direct(offset, destination,
+                     static_cast<std::size_t>(std::min<std::uint64_t>(count, size_ - offset)));
+}
+
 std::size_t ChannelSource::read(void* destination, std::size_t count) {
   if (position_ >= size_) return 0;
   count = static_cast<std::size_t>(std::min<std::uint64_t>(count, size_ - position_));

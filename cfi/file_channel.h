@@ -35,6 +35,10 @@ class FileChannel {
   /// Reads `count` bytes from `offset`; fewer only at the end of the file. Raises 1020059.
   std::size_t read_at(std::uint64_t offset, void* destination, std::size_t count);
 
+  /// Like read_at, but what no window holds is read alone and fills none: for small pieces that lie far
+  /// apart, where a window for each would read the whole file.
+  std::size_t read_apart_at(std::uint64_t offset, void* destination, std::size_t count);
+
  private:
   struct Window {
     std::unique_ptr<std::byte[]> bytes;
