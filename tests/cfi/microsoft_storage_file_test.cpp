@@ -1,0 +1,394 @@
+#include "cfi/microsoft_storage_file.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "cfi/cfi_error_codes.h"
+#include "cfi/compound_file_format.h"
+#include "support/error_escape.h"
+#include "support/printable.h"
+#include "support/text_format.h"
+#include "tests/support/compound_builder.h"
+#include "tests/support/memory_file.h"
+
+namespace {
+
+using namespace VRX::System::CFI;
+using test_support::CompoundBuilder;
+using test_support::MemoryFile;
+
+constexpr std::uint32_t kRoot = 0;
+constexpr std::uint32_t kNobody = compound::kFreeSector;
+
+/// Bytes that differ from place to place and from stream to stream.
+std::string content(std::size_t size, unsigned seed = 1) {
+  std::string bytes(size, '\0');
+  for (char& byte : bytes) byte = static_cast<char>((seed = seed * 1664525U + 1013904223U) >> 24U);
+  return bytes;
+}
+
+std::string read_all(support::ByteSource& source) {
+  std::string bytes;
+  char piece[1000];
+  while (const std::size_t got = source.read(piece, sizeof piece)) bytes.append(piece, got);
+  return bytes;
+}
+
+/// An open file over the bytes of a builder.
+struct OpenFile {
+  explicit OpenFile(std::string_view bytes) : memory(bytes), channel(memory.name()), file(channel) {}
+  MemoryFile memory;
+  FileChannel channel;
+  MicrosoftStorageFile file;
+};
+
+/// One line an element, in listing order; a stream's recorded size, and what could be read when that differs.
+std::string listing(MicrosoftStorageFile& file) {
+  std::string out;
+  std::vector<std::pair<ElementId, std::string>> to_visit = {{kRootElement, ""}};
+  while (!to_visit.empty()) {
+    const auto [id, path] = to_visit.back();
+    to_visit.pop_back();
+    const ElementRecord record = file.record(id);
+    const std::string own_path = id == kRootElement ? "" : path + "/" + support::printable(record.name);
+    if (record.type == ElementType::stream) {
+      const std::size_t got = read_all(*file.open_stream(id)).size();
+      out += support::format_text("%s %llu", own_path.c_str(), static_cast<unsigned long long>(record.size));
+      out += got == record.size ? "\n" : support::format_text(" (%zu)\n", got);
+    } else if (id != kRootElement) {
+      out += own_path + "\n";
+    }
+    const std::vector<ElementId> children = file.children(id);
+    for (auto child = children.rbegin(); child != children.rend(); ++child)
+      to_visit.emplace_back(*child, own_path);
+  }
+  return out;
+}
+
+int error_code_of(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const support::ErrorEscape& escape) {
+    return escape.code();
+  }
+  return 0;
+}
+
+TEST(MicrosoftStorageFile, ListsAFileMadeByOthers) {
+  FileChannel channel(VRII_SAMPLES "/gearbox.prt");
+  MicrosoftStorageFile file(channel);
+  EXPECT_EQ(listing(file),
+            "/part\n/part/attrs\n/part/attrs/user 2151\n/images\n/images/preview 9008\n"
+            "/VR_PART\n/VR_PART/VR_PART 43893\n/VR_PART/COMPATIBILITY 65\n/VR_PART/ExternalReferences 45\n"
+            "/VR_PART/LastSavedToggleInfoStream 63\n"
+            "/FastLoad\n/FastLoad/JT 27265\n/FastLoad/Structure 1200\n/FastLoad/RMFastLoad 2500\n"
+            "/FastLoad/PartIdentifier 16\n/FastLoad/ExternalReferences 30\n"
+            "/qafmetadata\n/qafmetadata/meta.xml 54\n");
+  EXPECT_FALSE(file.is_truncated());
+}
+
+TEST(MicrosoftStorageFile, ReadsEveryLayout) {
+  using enum CompoundBuilder::Siblings;
+  for (const std::uint32_t sector_size : {512U, 4096U}) {
+    for (const bool fragmented : {false, true}) {
+      for (const auto siblings : {balanced, list_to_the_left, list_to_the_right}) {
+        CompoundBuilder builder(sector_size);
+        builder.set_fragmented(fragmented);
+        builder.set_siblings(siblings);
+        const std::size_t sizes[] = {0, 1, 63, 64, 65, 4095, 4096, 4097, 8192, 300'000};
+        const std::uint32_t storage = builder.add_storage(kRoot, u"all");
+        for (const std::size_t size : sizes) {
+          const std::string name = std::to_string(size);
+          builder.add_stream(storage, {name.begin(), name.end()}, content(size, static_cast<unsigned>(size)));
+        }
+        builder.compose();
+        OpenFile open(builder.bytes());
+        SCOPED_TRACE(support::format_text("sectors of %u, fragmented %d, siblings %d", sector_size,
+                                          fragmented, static_cast<int>(siblings)));
+        EXPECT_FALSE(open.file.is_truncated());
+        for (const std::size_t size : sizes) {
+          const auto found =
+              open.file.find_child(*open.file.find_child(kRootElement, "ALL"), std::to_string(size));
+          ASSERT_TRUE(found) << size;
+          const std::string wanted = content(size, static_cast<unsigned>(size));
+          const auto source = open.file.open_stream(*found);
+          EXPECT_EQ(source->size(), size);
+          EXPECT_TRUE(read_all(*source) == wanted) << size;
+          source->set_position(size / 2);
+          EXPECT_TRUE(read_all(*source) == wanted.substr(size / 2)) << size;
+        }
+      }
+    }
+  }
+}
+
+TEST(MicrosoftStorageFile, FollowsFatThroughDifatAndManyRuns) {
+  // More than twice 65,536 runs, and a FAT of two DIFAT sectors; read backwards so that windows come and go.
+  const std::string wanted = content(std::size_t{70} << 20U);
+  CompoundBuilder builder;
+  builder.set_fragmented(true);
+  const std::uint32_t stream = builder.add_stream(kRoot, u"large", wanted);
+  builder.compose();
+  ASSERT_GE(builder.difat_sectors().size(), 2U);
+  {
+    OpenFile open(builder.bytes());
+    const auto source = open.file.open_stream(*open.file.find_child(kRootElement, "large"));
+    std::string piece(std::size_t{7} << 20U, '\0');
+    for (std::size_t at = wanted.size(); at > 0;) {
+      at -= piece.size();
+      source->set_position(at);
+      ASSERT_EQ(source->read(piece.data(), piece.size()), piece.size());
+      ASSERT_TRUE(piece == std::string_view(wanted).substr(at, piece.size())) << at;
+    }
+  }
+  builder.put(builder.sector_offset(builder.difat_sectors()[1]) + 508, 4, builder.difat_sectors()[0]);
+  builder.put(builder.sector_offset(builder.difat_sectors()[0]) + 508, 4, builder.difat_sectors()[0]);
+  EXPECT_EQ(error_code_of([&] { OpenFile(builder.bytes()).file.open_stream(stream); }), kDamagedCompoundFile);
+}
+
+TEST(MicrosoftStorageFile, OrdersAndFindsNames) {
+  CompoundBuilder builder;
+  for (const char16_t* name : {u"zz", u"B", u"a", u"longer", u"\u00E9t\u00E9", u"\u0416\u0443\u043A",
+                               u"\U0001F529", u"x\xD83D", u"\x05Summary", u"_"}) {
+    builder.add_stream(kRoot, name, "");
+  }
+  builder.compose();
+  OpenFile open(builder.bytes());
+  EXPECT_EQ(listing(open.file),
+            "/a 0\n/B 0\n/_ 0\n/x\\xED\\xA0\\xBD 0\n/zz 0\n/\U0001F529 0\n/\u00E9t\u00E9 0\n"
+            "/\u0416\u0443\u043A 0\n/longer 0\n/\\x05Summary 0\n");
+  const std::pair<const char*, bool> lookups[] = {{"A", true},
+                                                  {"b", true},
+                                                  {"LONGER", true},
+                                                  {"\u00C9T\u00C9", true},
+                                                  {"\u0436\u0423\u041A", true},
+                                                  {"X\xED\xA0\xBD", true},
+                                                  {"c", false},
+                                                  {"longe", false},
+                                                  {"", false},
+                                                  {"\xFF", false},
+                                                  {"\U0001F529", true},
+                                                  {"\xC3", false}};
+  for (const auto& [name, there] : lookups) {
+    EXPECT_EQ(open.file.find_child(kRootElement, name).has_value(), there) << support::printable(name);
+  }
+}
+
+TEST(MicrosoftStorageFile, TellsClassIdsAndStreamsByName) {
+  CompoundBuilder builder;
+  const std::uint32_t inner = builder.add_storage(builder.add_storage(kRoot, u"aa"), u"c");
+  builder.add_stream(kRoot, u"JT", "last");
+  builder.add_stream(inner, u"jt", "first");
+  builder.add_stream(builder.add_storage(kRoot, u"JT2"), u"JT", "never found before the others");
+  builder.set_class_id(inner, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16});
+  builder.compose();
+  OpenFile open(builder.bytes());
+  std::string sizes;
+  for (const ElementId id : open.file.streams_named("JT"))
+    sizes += std::to_string(open.file.record(id).size) + " ";
+  EXPECT_EQ(sizes, "5 4 29 ");
+  const ElementId outer = *open.file.find_child(kRootElement, "aa");
+  const ClassId wanted = {0x04030201, 0x0605, 0x0807, {9, 10, 11, 12, 13, 14, 15, 16}};
+  EXPECT_EQ(open.file.record(*open.file.find_child(outer, "c")).class_id, wanted);
+}
+
+TEST(MicrosoftStorageFile, ManySiblingsAndDeepNestingAreNoTrouble) {
+  using enum CompoundBuilder::Siblings;
+  for (const auto siblings : {list_to_the_left, list_to_the_right}) {
+    CompoundBuilder builder;
+    builder.set_siblings(siblings);
+    for (int i = 0; i < 100'000; ++i) {
+      const std::string name = std::to_string(i);
+      builder.add_stream(kRoot, {name.begin(), name.end()}, "");
+    }
+    builder.compose();
+    OpenFile open(builder.bytes());
+    EXPECT_EQ(open.file.children(kRootElement).size(), 100'000U);
+    for (int i = 0; i < 100'000; i += 99) ASSERT_TRUE(open.file.find_child(kRootElement, std::to_string(i)));
+  }
+  CompoundBuilder builder;
+  std::uint32_t parent = kRoot;
+  for (int i = 0; i < 10'000; ++i) parent = builder.add_storage(parent, std::u16string(31, u'n'));
+  builder.add_stream(parent, u"deep", "x");
+  builder.compose();
+  OpenFile open(builder.bytes());
+  EXPECT_EQ(open.file.streams_named("DEEP").size(), 1U);
+}
+
+/// A small tree for damage: two streams in sectors, two in mini sectors, one storage.
+struct SmallFile : CompoundBuilder {
+  explicit SmallFile(std::uint32_t sector_size = 512) : CompoundBuilder(sector_size) { compose(); }
+  std::uint32_t root = kRoot;
+  std::uint32_t storage = add_storage(kRoot, u"st");
+  std::uint32_t large = add_stream(storage, u"large", content(5000, 2));
+  std::uint32_t mini = add_stream(storage, u"mini", content(200, 3));
+  std::uint32_t other = add_stream(kRoot, u"other", content(4500, 4));
+  std::uint32_t tiny = add_stream(kRoot, u"tiny", content(10, 5));
+};
+
+constexpr const char* kWhole = "/st\n/st/mini 200\n/st/large 5000\n/tiny 10\n/other 4500\n";
+
+TEST(MicrosoftStorageFile, DamageIsNamedAndTheRestIsListed) {
+  struct Case {
+    const char* what;
+    std::function<void(SmallFile&)> damage;
+    int code;            ///< of opening the file or of reading one of its streams
+    std::string listed;  ///< when there is no error
+    bool truncated = false;
+  };
+  const auto entry_field = [](std::uint32_t SmallFile::*element, std::size_t field, unsigned width,
+                              std::uint64_t value) {
+    return [=](SmallFile& f) { f.put(f.entry_offset(f.*element) + field, width, value); };
+  };
+  const auto header_field = [](std::size_t field, unsigned width, std::uint64_t value) {
+    return [=](SmallFile& f) { f.put(field, width, value); };
+  };
+  using namespace compound;
+  const Case cases[] = {
+      {"no damage", [](SmallFile&) {}, 0, kWhole},
+      {"sector shift 10", header_field(header::kSectorShift, 2, 10), kInternalFailure, ""},
+      {"sector shift 12 in version 3", header_field(header::kSectorShift, 2, 12), kInternalFailure, ""},
+      {"version 5", header_field(header::kMajorVersion, 2, 5), kInternalFailure, ""},
+      {"mini sector shift", header_field(header::kMiniSectorShift, 2, 60), kDamagedCompoundFile, ""},
+      {"mini stream cutoff", header_field(header::kMiniStreamCutoff, 4, 0), kDamagedCompoundFile, ""},
+      {"absurd number of FAT sectors", header_field(header::kFatSectorCount, 4, 0xFFFFFFFF), 0, kWhole, true},
+      {"absurd number of mini FAT sectors", header_field(header::kMiniFatSectorCount, 4, 1U << 30U), 0,
+       kWhole, true},
+      {"no directory", header_field(header::kFirstDirectorySector, 4, kEndOfChain), kDamagedCompoundFile, ""},
+      {"directory beyond the file", header_field(header::kFirstDirectorySector, 4, 5000), 0, "", true},
+      {"directory in the data",
+       [](SmallFile& f) { f.put(header::kFirstDirectorySector, 4, f.sectors(f.large)[3]); },
+       kDamagedCompoundFile, ""},
+      {"stream chain in a circle",
+       [](SmallFile& f) { f.put(f.fat_entry_offset(f.sectors(f.large)[6]), 4, f.sectors(f.large)[2]); },
+       kDamagedCompoundFile, ""},
+      {"last sector linked to itself",
+       [](SmallFile& f) { f.put(f.fat_entry_offset(f.sectors(f.large)[9]), 4, f.sectors(f.large)[9]); },
+       kDamagedCompoundFile, ""},
+      {"mini chain in a circle",
+       [](SmallFile& f) { f.put(f.mini_fat_entry_offset(f.sectors(f.mini)[1]), 4, f.sectors(f.mini)[0]); },
+       kDamagedCompoundFile, ""},
+      {"stream chain ends early",
+       [](SmallFile& f) { f.put(f.fat_entry_offset(f.sectors(f.large)[2]), 4, kEndOfChain); }, 0,
+       "/st\n/st/mini 200\n/st/large 5000 (1536)\n/tiny 10\n/other 4500\n"},
+      {"stream chain leaves the file",
+       [](SmallFile& f) { f.put(f.fat_entry_offset(f.sectors(f.large)[2]), 4, 9999); }, 0,
+       "/st\n/st/mini 200\n/st/large 5000 (1536)\n/tiny 10\n/other 4500\n", true},
+      {"mini chain leaves the mini stream",
+       [](SmallFile& f) { f.put(f.mini_fat_entry_offset(f.sectors(f.mini)[1]), 4, 99); }, 0,
+       "/st\n/st/mini 200 (128)\n/st/large 5000\n/tiny 10\n/other 4500\n"},
+      {"stream longer than the file", entry_field(&SmallFile::large, entry::kStreamSize, 4, 0xFFFFFFFF), 0,
+       "/st\n/st/mini 200\n/st/large 4294967295 (5120)\n/tiny 10\n/other 4500\n", true},
+      {"garbage above a 32-bit size", entry_field(&SmallFile::large, entry::kStreamSize + 4, 4, 0xCAFE), 0,
+       kWhole},
+      {"unknown type", entry_field(&SmallFile::storage, entry::kType, 1, 7), 0, "/tiny 10\n/other 4500\n"},
+      {"name of odd length", entry_field(&SmallFile::tiny, entry::kNameLength, 2, 9), 0,
+       "/st\n/st/mini 200\n/st/large 5000\n/other 4500\n"},
+      {"empty name", entry_field(&SmallFile::tiny, entry::kNameLength, 2, 2), 0,
+       "/st\n/st/mini 200\n/st/large 5000\n/other 4500\n"},
+      {"name too long", entry_field(&SmallFile::tiny, entry::kNameLength, 2, 66), 0,
+       "/st\n/st/mini 200\n/st/large 5000\n/other 4500\n"},
+      {"sibling outside the directory", entry_field(&SmallFile::tiny, entry::kLeftSibling, 4, 70000), 0,
+       "/tiny 10\n/other 4500\n"},
+      {"siblings in a circle", entry_field(&SmallFile::other, entry::kRightSibling, 4, 5), 0, kWhole},
+      {"storage inside itself",
+       [](SmallFile& f) { f.put(f.entry_offset(f.storage) + entry::kChild, 4, f.storage); }, 0,
+       "/st\n/tiny 10\n/other 4500\n"},
+      {"storage around the root", entry_field(&SmallFile::storage, entry::kChild, 4, kRoot), 0,
+       "/st\n/tiny 10\n/other 4500\n"},
+      {"nobody below the root",
+       [](SmallFile& f) { f.put(f.entry_offset(kRoot) + entry::kChild, 4, kNobody); }, 0, ""},
+  };
+  for (const Case& c : cases) {
+    SmallFile damaged;
+    c.damage(damaged);
+    std::string listed;
+    bool truncated = false;
+    const int code = error_code_of([&] {
+      OpenFile open(damaged.bytes());
+      truncated = open.file.is_truncated();
+      listed = listing(open.file);
+    });
+    EXPECT_EQ(code, c.code) << c.what;
+    EXPECT_EQ(listed, c.listed) << c.what;
+    EXPECT_EQ(truncated, c.truncated) << c.what;
+  }
+}
+
+TEST(MicrosoftStorageFile, SizesBeyond32BitsAreListedInVersion4) {
+  SmallFile file(4096);
+  file.put(file.entry_offset(file.large) + compound::entry::kStreamSize, 8, 5'368'709'121);
+  OpenFile open(file.bytes());
+  EXPECT_EQ(listing(open.file), "/st\n/st/mini 200\n/st/large 5368709121 (8192)\n/tiny 10\n/other 4500\n");
+  EXPECT_TRUE(open.file.is_truncated());
+}
+
+TEST(MicrosoftStorageFile, OnlyAStreamsOwnBytesMakeAFileTruncated) {
+  struct Case {
+    const char* what;
+    std::uint32_t SmallFile::*element;
+    std::size_t own_bytes;  // in the file's last sector
+    const char* listed;     // with one of them missing
+  };
+  const Case cases[] = {
+      {"stream in sectors", &SmallFile::large, 392,
+       "/st\n/st/mini 200\n/st/large 5000 (4999)\n/tiny 10\n/other 4500\n"},
+      {"mini stream", &SmallFile::root, 266,
+       "/st\n/st/mini 200\n/st/large 5000\n/tiny 10 (9)\n/other 4500\n"},
+  };
+  for (const Case& c : cases) {
+    SmallFile small;
+    small.move_last_sector_to_end(small.*c.element);
+    const std::string_view bytes = small.bytes();
+    const std::size_t padding = 512 - c.own_bytes;
+    OpenFile whole(bytes.substr(0, bytes.size() - padding));
+    EXPECT_FALSE(whole.file.is_truncated()) << c.what;
+    EXPECT_EQ(listing(whole.file), kWhole) << c.what;
+    OpenFile cut(bytes.substr(0, bytes.size() - padding - 1));
+    EXPECT_TRUE(cut.file.is_truncated()) << c.what;
+    EXPECT_EQ(listing(cut.file), c.listed) << c.what;
+  }
+}
+
+TEST(MicrosoftStorageFile, WholeFileCutAtEveryLength) {
+  SmallFile whole;
+  const std::string listed = kWhole;
+  MemoryFile memory(whole.bytes());
+  for (std::size_t length = whole.bytes().size(); length-- > 0;) {
+    memory.set_length(length);
+    std::string got;
+    bool truncated = true;
+    const int code = error_code_of([&] {
+      FileChannel channel(memory.name());
+      MicrosoftStorageFile file(channel);
+      truncated = file.is_truncated();
+      got = listing(file);
+    });
+    ASSERT_TRUE(code == 0 || code == kDamagedCompoundFile) << length << ": " << code;
+    ASSERT_TRUE(truncated || got == listed) << length << "\n" << got;
+  }
+}
+
+TEST(MicrosoftStorageFile, AnyByteMayBeWrong) {
+  const SmallFile sound;
+  std::string bytes = sound.bytes();
+  MemoryFile memory(bytes);
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    for (const unsigned flip : {0x01U, 0x80U, 0xFFU}) {
+      const char wrong = static_cast<char>(static_cast<unsigned char>(bytes[i]) ^ flip);
+      memory.write_at(i, {&wrong, 1});
+      std::string got;
+      const int code = error_code_of([&] {
+        FileChannel channel(memory.name());
+        MicrosoftStorageFile file(channel);
+        file.is_truncated();
+        got = listing(file);
+      });
+      ASSERT_TRUE(code == 0 || code == kDamagedCompoundFile || code == kInternalFailure) << i << ": " << code;
+    }
+    memory.write_at(i, {&bytes[i], 1});
+  }
+}
+
+}  // namespace
