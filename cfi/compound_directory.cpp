@@ -1,6 +1,7 @@
 #include "cfi/compound_directory.h"
 
 #include <algorithm>
+#include <numeric>
 #include <span>
 
 #include "cfi/cfi_error_codes.h"
@@ -46,10 +47,17 @@ class CompoundDirectoryReader {
   void read();
 
  private:
+  /// An entry of the tree of siblings, before or after its left side.
+  struct Visit {
+    std::uint32_t index;
+    bool left_done;
+  };
+
   EntryBytes entry_bytes(std::uint32_t index);
   void read_root();
   void read_children(std::uint32_t storage);
-  void visit(std::uint32_t index);
+  void walk_siblings(std::uint32_t top);
+  void take(EntryBytes bytes);
   void append(EntryBytes bytes, ElementType type, std::uint8_t name_length);
   void sort_children(const CompoundElement& storage);
 
@@ -58,7 +66,7 @@ class CompoundDirectoryReader {
   SectorChain chain_;
   std::uint32_t entry_count_;
   std::vector<bool> visited_;
-  std::vector<std::uint32_t> to_visit_;
+  std::vector<Visit> to_visit_;
   std::vector<std::uint32_t> child_links_;  ///< of each element, the entry at the top of its children
 };
 
@@ -75,7 +83,7 @@ CompoundDirectoryReader::CompoundDirectoryReader(SectorAllocationTable& table, C
 
 /// Empty when the file ends inside the entry.
 EntryBytes CompoundDirectoryReader::entry_bytes(std::uint32_t index) {
-  const std::uint32_t per_sector = table_.header().sector_size() / entry::kSize;
+  const auto per_sector = static_cast<std::uint32_t>(table_.header().sector_size() / entry::kSize);
   const EntryBytes sector = table_.tables().sector(chain_.sector(index / per_sector));
   const std::size_t at = entry::kSize * (index % per_sector);
   if (sector.size() >= at + entry::kSize) return sector.subspan(at, entry::kSize);
@@ -106,24 +114,36 @@ void CompoundDirectoryReader::read_root() {
 
 void CompoundDirectoryReader::read_children(std::uint32_t storage) {
   const auto first = static_cast<std::uint32_t>(directory_.elements_.size());
-  to_visit_.assign(1, child_links_[storage]);
-  while (!to_visit_.empty()) {
-    const std::uint32_t index = to_visit_.back();
-    to_visit_.pop_back();
-    if (index < entry_count_ && !visited_[index]) visit(index);
-  }
+  walk_siblings(child_links_[storage]);
   CompoundElement& parent = directory_.elements_[storage];
   parent.first_child = first;
   parent.child_count = static_cast<std::uint32_t>(directory_.elements_.size()) - first;
   sort_children(parent);
 }
 
-void CompoundDirectoryReader::visit(std::uint32_t index) {
-  visited_[index] = true;
-  const EntryBytes bytes = entry_bytes(index);
-  if (bytes.empty()) return;
-  to_visit_.push_back(link_at(bytes, entry::kRightSibling));
-  to_visit_.push_back(link_at(bytes, entry::kLeftSibling));
+/// Takes the left side, the entry, then the right side, which is the order of a sound tree.
+void CompoundDirectoryReader::walk_siblings(std::uint32_t top) {
+  to_visit_.assign(1, {top, false});
+  while (!to_visit_.empty()) {
+    const Visit visit = to_visit_.back();
+    to_visit_.pop_back();
+    if (!visit.left_done) {
+      if (visit.index >= entry_count_ || visited_[visit.index]) continue;
+      visited_[visit.index] = true;
+    }
+    const EntryBytes bytes = entry_bytes(visit.index);
+    if (bytes.empty()) continue;
+    if (visit.left_done) {
+      take(bytes);
+      continue;
+    }
+    to_visit_.push_back({link_at(bytes, entry::kRightSibling), false});
+    to_visit_.push_back({visit.index, true});
+    to_visit_.push_back({link_at(bytes, entry::kLeftSibling), false});
+  }
+}
+
+void CompoundDirectoryReader::take(EntryBytes bytes) {
   const unsigned char type = bytes[entry::kType];
   const std::uint8_t name_length = name_length_of(bytes);
   if (name_length == 0 || (type != kStorageObject && type != kStreamObject)) return;
@@ -147,28 +167,27 @@ void CompoundDirectoryReader::append(EntryBytes bytes, ElementType type, std::ui
   child_links_.push_back(link_at(bytes, entry::kChild));
 }
 
+/// Only a damaged or strangely written tree is not in order already.
 void CompoundDirectoryReader::sort_children(const CompoundElement& storage) {
-  const auto first = directory_.elements_.begin() + storage.first_child;
-  const auto count = static_cast<std::ptrdiff_t>(storage.child_count);
-  // The child links must move with their elements, so the order is found first.
+  auto& elements = directory_.elements_;
+  const auto before = [&](const CompoundElement& left, const CompoundElement& right) {
+    return compare_element_names(directory_.name(left), directory_.name(right)) < 0;
+  };
+  const auto first = elements.begin() + storage.first_child;
+  if (std::is_sorted(first, elements.end(), before)) return;
+  // The child links move with their elements, so the order is found first.
   std::vector<std::uint32_t> order(storage.child_count);
-  for (std::uint32_t i = 0; i < storage.child_count; ++i) order[i] = storage.first_child + i;
-  const auto& elements = directory_.elements_;
-  std::ranges::sort(order, [&](std::uint32_t left, std::uint32_t right) {
-    const int difference =
-        compare_element_names(directory_.name(elements[left]), directory_.name(elements[right]));
-    return difference != 0 ? difference < 0 : left < right;
-  });
-  std::vector<CompoundElement> sorted;
+  std::iota(order.begin(), order.end(), storage.first_child);
+  std::ranges::stable_sort(order,
+                           [&](auto left, auto right) { return before(elements[left], elements[right]); });
+  std::vector<CompoundElement> sorted_elements;
   std::vector<std::uint32_t> sorted_links;
-  sorted.reserve(order.size());
-  sorted_links.reserve(order.size());
   for (const std::uint32_t number : order) {
-    sorted.push_back(elements[number]);
+    sorted_elements.push_back(elements[number]);
     sorted_links.push_back(child_links_[number]);
   }
-  std::copy_n(sorted.begin(), count, first);
-  std::copy_n(sorted_links.begin(), count, child_links_.begin() + storage.first_child);
+  std::ranges::copy(sorted_elements, first);
+  std::ranges::copy(sorted_links, child_links_.begin() + storage.first_child);
 }
 
 CompoundDirectory::CompoundDirectory(SectorAllocationTable& table) {

@@ -113,6 +113,7 @@ char16_t upper_case(char16_t unit) {
 int compare_element_names(std::u16string_view left, std::u16string_view right) {
   if (left.size() != right.size()) return left.size() < right.size() ? -1 : 1;
   for (std::size_t i = 0; i < left.size(); ++i) {
+    if (left[i] == right[i]) continue;
     const int difference = upper_case(left[i]) - upper_case(right[i]);
     if (difference != 0) return difference;
   }

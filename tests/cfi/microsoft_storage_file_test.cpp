@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 
 #include "cfi/cfi_error_codes.h"
@@ -149,6 +150,8 @@ TEST(MicrosoftStorageFile, FollowsFatThroughDifatAndManyRuns) {
 
 TEST(MicrosoftStorageFile, OrdersAndFindsNames) {
   CompoundBuilder builder;
+  builder.set_siblings(CompoundBuilder::Siblings::list_as_added);
+  builder.add_stream(builder.add_storage(kRoot, u"storage"), u"inside", "");
   for (const char16_t* name : {u"zz", u"B", u"a", u"longer", u"\u00E9t\u00E9", u"\u0416\u0443\u043A",
                                u"\U0001F529", u"x\xD83D", u"\x05Summary", u"_"}) {
     builder.add_stream(kRoot, name, "");
@@ -157,7 +160,7 @@ TEST(MicrosoftStorageFile, OrdersAndFindsNames) {
   OpenFile open(builder.bytes());
   EXPECT_EQ(listing(open.file),
             "/a 0\n/B 0\n/_ 0\n/x\\xED\\xA0\\xBD 0\n/zz 0\n/\U0001F529 0\n/\u00E9t\u00E9 0\n"
-            "/\u0416\u0443\u043A 0\n/longer 0\n/\\x05Summary 0\n");
+            "/\u0416\u0443\u043A 0\n/longer 0\n/storage\n/storage/inside 0\n/\\x05Summary 0\n");
   const std::pair<const char*, bool> lookups[] = {{"A", true},
                                                   {"b", true},
                                                   {"LONGER", true},

@@ -87,9 +87,10 @@ std::uint32_t CompoundBuilder::link_balanced(const std::vector<std::uint32_t>& c
 
 std::uint32_t CompoundBuilder::link_siblings(const std::vector<std::uint32_t>& children) {
   std::vector<std::uint32_t> sorted = children;
-  std::ranges::sort(sorted, [this](std::uint32_t left, std::uint32_t right) {
+  const auto by_name = [this](std::uint32_t left, std::uint32_t right) {
     return VRX::System::CFI::compare_element_names(elements_[left].name, elements_[right].name) < 0;
-  });
+  };
+  if (siblings_ != Siblings::list_as_added) std::ranges::sort(sorted, by_name);
   if (sorted.empty() || siblings_ == Siblings::balanced) return link_balanced(sorted, 0, sorted.size());
   const bool to_the_left = siblings_ == Siblings::list_to_the_left;
   if (to_the_left) std::ranges::reverse(sorted);

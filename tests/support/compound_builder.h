@@ -12,7 +12,7 @@ namespace test_support {
 /// root is 0. compose() lays the file out; afterwards the places of its parts are known, and put() damages.
 class CompoundBuilder {
  public:
-  enum class Siblings { balanced, list_to_the_left, list_to_the_right };
+  enum class Siblings { balanced, list_to_the_left, list_to_the_right, list_as_added };
 
   explicit CompoundBuilder(std::uint32_t sector_size = 512);
 
