@@ -60,9 +60,9 @@ std::string listing(MicrosoftStorageFile& file) {
     } else if (id != kRootElement) {
       out += own_path + "\n";
     }
-    const std::vector<ElementId> children = file.children(id);
-    for (auto child = children.rbegin(); child != children.rend(); ++child)
-      to_visit.emplace_back(*child, own_path);
+    std::vector<ElementId> children = file.children(id);
+    std::ranges::reverse(children);
+    for (const ElementId child : children) to_visit.emplace_back(child, own_path);
   }
   return out;
 }
