@@ -1,8 +1,8 @@
 #pragma once
 
 #include <exception>
-#include <source_location>
 #include <string>
+#include <utility>
 
 namespace support {
 
@@ -11,9 +11,9 @@ namespace support {
 /// in a file's content that has been reported already, 641001 the inspector, 1510005 a text too long.
 class ErrorEscape : public std::exception {
  public:
-  ErrorEscape(const char* module, int code, std::string message,
-              std::source_location where = std::source_location::current())
-      : module_(module), line_(static_cast<int>(where.line())), code_(code), message_(std::move(message)) {}
+  // __builtin_LINE: clang 14 cannot read this library's <source_location>.
+  ErrorEscape(const char* module, int code, std::string message, int line = __builtin_LINE())
+      : module_(module), line_(line), code_(code), message_(std::move(message)) {}
 
   const char* what() const noexcept override { return message_.c_str(); }
   const char* module() const noexcept { return module_; }
