@@ -1,5 +1,11 @@
 #include "cfi/storage_file.h"
 
+#include "cfi/cfi_error_codes.h"
+#include "cfi/kvpm_storage_file.h"
+#if __has_include("cfi/microsoft_storage_file.h")
+#include "cfi/microsoft_storage_file.h"
+#endif
+
 namespace VRX::System::CFI {
 
 FileKind recognise(FileChannel& channel) {
@@ -9,6 +15,61 @@ FileKind recognise(FileChannel& channel) {
   if (signature == kKvpmSignature) return FileKind::kvpm;
   if (signature == kMicrosoftSignature) return FileKind::microsoft;
   return FileKind::flat;
+}
+
+std::unique_ptr<StorageFile> open_storage_file(FileChannel& channel) {
+  switch (recognise(channel)) {
+    case FileKind::kvpm:
+      return std::make_unique<KVPMStorageFile>(channel);
+    case FileKind::microsoft:
+#if __has_include("cfi/microsoft_storage_file.h")
+      return std::make_unique<MicrosoftStorageFile>(channel);
+#else
+      throw make_error(kUnsupportedOperation, "reading a Microsoft storage file");
+#endif
+    case FileKind::flat:
+      break;
+  }
+  return nullptr;
+}
+
+std::vector<ElementId> StorageFile::streams_named(std::string_view name) {
+  std::vector<ElementId> found;
+  std::vector<ElementId> to_visit = {kRootElement};  // the next element is the last
+  while (!to_visit.empty()) {
+    const ElementId element = to_visit.back();
+    to_visit.pop_back();
+    const ElementRecord shown = record(element);
+    if (shown.type == ElementType::stream) {
+      if (shown.name == name) found.push_back(element);
+      continue;
+    }
+    const std::vector<ElementId> inside = children(element);
+    to_visit.insert(to_visit.end(), inside.rbegin(), inside.rend());
+  }
+  return found;
+}
+
+namespace {
+
+std::optional<ElementId> find_stream(StorageFile& file, std::optional<ElementId> storage,
+                                     std::string_view name) {
+  if (!storage || file.record(*storage).type != ElementType::storage) return std::nullopt;
+  const std::optional<ElementId> found = file.find_child(*storage, name);
+  if (!found || file.record(*found).type != ElementType::stream) return std::nullopt;
+  return found;
+}
+
+}  // namespace
+
+std::optional<ElementId> find_stream_by_name(StorageFile& file, std::string_view name) {
+  if (const auto found = find_stream(file, kRootElement, name)) return found;
+  for (const std::string_view storage : {"VR_PART", "FastLoad"}) {
+    if (const auto found = find_stream(file, file.find_child(kRootElement, storage), name)) return found;
+  }
+  const std::vector<ElementId> found = file.streams_named(name);
+  if (found.empty()) return std::nullopt;
+  return found.front();
 }
 
 }  // namespace VRX::System::CFI

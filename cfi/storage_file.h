@@ -68,8 +68,19 @@ class StorageFile {
   /// The bytes of a stream; the source lives no longer than this object.
   virtual std::unique_ptr<support::ByteSource> open_stream(ElementId stream) = 0;
 
+  /// All streams of that name, wherever they lie, in the order of a listing that goes into each storage where
+  /// it stands.
+  virtual std::vector<ElementId> streams_named(std::string_view name);
+
   /// True when what has been loaded so far reaches beyond the end of the file. Loads nothing itself.
   virtual bool is_truncated() = 0;
 };
+
+/// A stream wanted by its name alone: in "/Root", "/Root/VR_PART", "/Root/FastLoad", then in the rest of the
+/// tree in listing order.
+std::optional<ElementId> find_stream_by_name(StorageFile& file, std::string_view name);
+
+/// The open container over the channel, which must outlive it; nothing when the file is of neither kind.
+std::unique_ptr<StorageFile> open_storage_file(FileChannel& channel);
 
 }  // namespace VRX::System::CFI

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "cfi/replacement_file.h"
+#include "support/byte_source.h"
+
+namespace VRX::System::CFI {
+
+/// The bytes under a stream that can be written.
+class Container : public support::ByteSource {
+ public:
+  /// Writes at the position and moves behind the bytes; a gap behind the end is filled with zeros.
+  virtual void write(const void* bytes, std::size_t count) = 0;
+
+  std::uint64_t position() const override { return position_; }
+  void set_position(std::uint64_t position) override { position_ = position; }
+
+ protected:
+  std::uint64_t position_ = 0;
+};
+
+/// A stream that is kept in memory until a commit flushes it to its place in the file.
+class BufferedContainer final : public Container {
+ public:
+  BufferedContainer() = default;
+  explicit BufferedContainer(std::string bytes) : bytes_(std::move(bytes)) {}
+
+  std::size_t read(void* destination, std::size_t count) override;
+  void write(const void* bytes, std::size_t count) override;
+  std::uint64_t size() const override { return bytes_.size(); }
+  const std::string& bytes() const { return bytes_; }
+
+ private:
+  std::string bytes_;
+};
+
+/// A stream that is written directly to its window of the file: it grows from `offset` on, and nothing may
+/// be placed behind it as long as it does.
+class DirectContainer final : public Container {
+ public:
+  /// The file must outlive this object.
+  DirectContainer(ReplacementFile& file, std::uint64_t offset) : file_(file), offset_(offset) {}
+
+  std::size_t read(void* destination, std::size_t count) override;
+  void write(const void* bytes, std::size_t count) override;
+  std::uint64_t size() const override { return size_; }
+
+ private:
+  ReplacementFile& file_;
+  std::uint64_t offset_;
+  std::uint64_t size_ = 0;
+};
+
+}  // namespace VRX::System::CFI

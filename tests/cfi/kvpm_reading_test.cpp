@@ -1,0 +1,232 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "cfi/cfi_error_codes.h"
+#include "cfi/kvpm_storage_file.h"
+#include "tests/support/container_builder.h"
+#include "tests/support/program_runner.h"
+
+using namespace VRX::System::CFI;
+using test_support::ContainerBuilder;
+using test_support::ContainerDamage;
+using test_support::TemporaryFolder;
+
+namespace {
+
+constexpr ClassId kPartClass = {0x12345678, 0x9ABC, 0xDEF0, {1, 2, 3, 4, 5, 6, 7, 8}};
+
+struct Opened {
+  explicit Opened(const std::string& bytes) : channel(folder.write("part", bytes)), file(channel) {}
+
+  std::optional<ElementId> find(std::initializer_list<const char*> names) {
+    std::optional<ElementId> element = kRootElement;
+    for (const char* name : names) {
+      element = file.find_child(*element, name);
+      if (!element) return std::nullopt;
+    }
+    return element;
+  }
+  std::string read(std::initializer_list<const char*> names) {
+    const auto source = file.open_stream(find(names).value());
+    std::string bytes(static_cast<std::size_t>(source->size()), '\0');
+    bytes.resize(source->read(bytes.data(), bytes.size()));
+    return bytes;
+  }
+  // Names in listing order, "name/" for storages.
+  std::string listing(ElementId storage) {
+    std::string names;
+    for (const ElementId child : file.children(storage)) {
+      const ElementNode node = file.node(child);
+      names += std::string(node.name) + (node.type == ElementType::storage ? "/ " : " ");
+    }
+    return names;
+  }
+
+  TemporaryFolder folder;
+  FileChannel channel;
+  KVPMStorageFile file;
+};
+
+// Header: Root, VR_PART with its stream, FastLoad/JT. Footer: images2/a, VR_PART/JT.
+ContainerBuilder small_container(int version) {
+  ContainerBuilder builder(version);
+  builder.header_area(512)
+      .storage("/Root/VR_PART", kPartClass)
+      .stream("/Root/VR_PART/VR_PART", "the part")
+      .stream("/Root/FastLoad/JT", "fast jt")
+      .stream("/Root/images2/a", "picture")
+      .stream("/Root/VR_PART/JT", "jt")
+      .part_header(std::string("\x0D\x01\x02\x03", 4));
+  return builder;
+}
+
+// The number and text with which `use` of a file with these bytes ends, "" when it succeeds.
+std::string outcome(const std::string& bytes, const std::function<void(Opened&)>& use) {
+  try {
+    Opened opened(bytes);
+    use(opened);
+    return "";
+  } catch (const support::ErrorEscape& escape) {
+    return std::to_string(escape.code()) + " " + escape.message();
+  }
+}
+
+void list_root(Opened& opened) { opened.file.children(kRootElement); }
+
+class EveryVersion : public testing::TestWithParam<int> {};
+INSTANTIATE_TEST_SUITE_P(Kvpm, EveryVersion, testing::Range(0, kCurrentVersion + 1));
+
+}  // namespace
+
+TEST_P(EveryVersion, ReadsWhatTheWriterWrote) {
+  Opened opened(small_container(GetParam()).bytes());
+  EXPECT_EQ(opened.file.top_storage().version(), GetParam());
+  EXPECT_EQ(opened.read({"VR_PART", "VR_PART"}), "the part");
+  EXPECT_EQ(opened.read({"FastLoad", "JT"}), "fast jt");
+  EXPECT_FALSE(opened.file.top_storage().footer_is_loaded()) << "header paths need no footer";
+  EXPECT_EQ(opened.read({"images2", "a"}), "picture");
+  EXPECT_EQ(opened.read({"VR_PART", "JT"}), "jt");
+  EXPECT_EQ(opened.file.record(*opened.find({"VR_PART"})).class_id, kPartClass);
+  EXPECT_EQ(opened.listing(kRootElement), "FastLoad/ VR_PART/ images2/ ");
+  EXPECT_EQ(opened.listing(*opened.find({"VR_PART"})), "VR_PART JT ");
+  EXPECT_EQ(opened.file.node(*opened.find({"VR_PART", "JT"})).area, IndexArea::footer);
+  EXPECT_EQ(opened.file.top_storage().fast_load_end(), 512 + 7 + 8);
+  EXPECT_EQ(opened.file.top_storage().part_header_unit(1).value_or(0), GetParam() >= 3 ? 0x0302 : 0);
+  EXPECT_FALSE(opened.file.is_truncated());
+}
+
+TEST_P(EveryVersion, EndsEveryCutInAnErrorOrATruncation) {
+  const std::string whole = small_container(GetParam()).bytes();
+  const ContainerDamage places(whole);
+  const std::size_t header_end = places.index_end(IndexArea::header);
+  for (std::size_t size = kSignatureSize; size < whole.size(); ++size) {
+    const std::string result = outcome(whole.substr(0, size), [&](Opened& opened) {
+      EXPECT_GE(size, header_end);
+      EXPECT_THROW(list_root(opened), support::ErrorEscape);
+      EXPECT_TRUE(opened.file.is_truncated()) << "cut at " << size;
+    });
+    EXPECT_EQ(result, size < header_end ? "1020023 unexpected end of stream" : "") << "cut at " << size;
+  }
+}
+
+TEST_P(EveryVersion, DetectsAFlippedBitInAnIndex) {
+  const std::string whole = small_container(GetParam()).bytes();
+  for (const IndexArea area : {IndexArea::header, IndexArea::footer}) {
+    const ContainerDamage places(whole);
+    for (std::size_t at = places.index_start(area); at < places.index_end(area); ++at) {
+      const std::string flipped = ContainerDamage(whole).flip(at, at % 8).bytes();
+      const std::string result = outcome(flipped, list_root);
+      EXPECT_TRUE(GetParam() < kFirstVersionWithChecksum || !result.empty()) << "byte " << at;
+    }
+  }
+}
+
+TEST(KvpmReading, NamesEveryDamageOfAnIndex) {
+  struct Row {
+    const char* name;
+    std::function<void(ContainerDamage&)> damage;
+    const char* outcome;
+  };
+  const Row rows[] = {
+      {"version", [](auto& d) { d.put(8, "\x07"); },
+       "1021260 Cannot read version 7 storage file (greater than current version 6)"},
+      {"header signature", [](auto& d) { d.wrong_signature(IndexArea::header); },
+       "1021253 Structured storage internal failure: wrong signature of the header index"},
+      {"footer signature", [](auto& d) { d.wrong_signature(IndexArea::footer); },
+       "1021253 Structured storage internal failure: wrong signature of the footer index"},
+      {"negative count", [](auto& d) { d.entry_count(IndexArea::footer, -1); },
+       "1021265 Number of index entries should not be negative"},
+      {"count beyond the file", [](auto& d) { d.entry_count(IndexArea::header, 0x7FFFFFFF); },
+       "1020023 unexpected end of stream"},
+      {"empty path", [](auto& d) { d.path_length("/Root/VR_PART", 0); },
+       "1021502 Structured Storage Error: Storage name is too long: 0"},
+      {"long path", [](auto& d) { d.path_length("/Root/VR_PART", 0x40000000); },
+       "1021502 Structured Storage Error: Storage name is too long: 1073741824"},
+      {"path beyond the file", [](auto& d) { d.path_length("/Root/VR_PART", 0x3FFFFFFF); },
+       "1020023 unexpected end of stream"},
+      {"negative offset", [](auto& d) { d.stream_place("/Root/VR_PART/VR_PART", -1, 8); },
+       "1021265 element offset should not be negative"},
+      {"negative size", [](auto& d) { d.stream_place("/Root/VR_PART/VR_PART", 8, -1); },
+       "1021265 element size should not be negative"},
+      {"header length", [](auto& d) { d.part_header_length(4097); },
+       "1021265 Header Length 4097 is not sane"},
+      {"negative header length", [](auto& d) { d.part_header_length(-2); },
+       "1021265 Header Length -2 is not sane"},
+      {"negative footer offset", [](auto& d) { d.footer_offset(-2); },
+       "1021001 Attempt to seek to negative absolute location: 0xfffffffffffffffe"},
+      {"footer beyond the file", [](auto& d) { d.footer_offset(1 << 30); },
+       "1020023 unexpected end of stream"},
+      {"ill-formed path", [](auto& d) { d.put(d.bytes().find("/images2/a"), "/images2//").fix_checksums(); },
+       "1021253 Structured Storage check failed"},
+  };
+  for (const Row& row : rows) {
+    ContainerDamage damage(small_container(kCurrentVersion).bytes());
+    row.damage(damage);
+    EXPECT_TRUE(outcome(damage.bytes(), list_root).starts_with(row.outcome))
+        << row.name << ": " << outcome(damage.bytes(), list_root);
+  }
+  ContainerDamage damage(small_container(kCurrentVersion).bytes());
+  damage.wrong_checksum(IndexArea::header);
+  const std::string text = outcome(damage.bytes(), list_root);
+  EXPECT_TRUE(text.starts_with("1021501 Checksum of Index read (") &&
+              text.ends_with("), file has been corrupted"))
+      << text;
+}
+
+TEST(KvpmReading, RemembersThatTheFooterIsDamaged) {
+  Opened opened(ContainerDamage(small_container(6).bytes()).wrong_checksum(IndexArea::footer).bytes());
+  EXPECT_EQ(opened.find({"FastLoad", "Structure"}), std::nullopt) << "a header path needs no footer";
+  for (int i = 0; i < 2; ++i) EXPECT_THROW(opened.find({"nothing"}), support::ErrorEscape);
+  EXPECT_THROW(opened.file.children(kRootElement), support::ErrorEscape);
+  EXPECT_EQ(opened.read({"VR_PART", "VR_PART"}), "the part");
+  EXPECT_FALSE(opened.file.is_truncated());
+}
+
+TEST(KvpmReading, NeedsNoFooterWhenThereIsNone) {
+  Opened opened(small_container(6).no_footer().bytes());
+  EXPECT_EQ(opened.find({"nothing"}), std::nullopt);
+  EXPECT_EQ(opened.read({"images2", "a"}), "picture");
+}
+
+TEST(KvpmReading, IsTruncatedWhenAStreamReachesBeyondTheFile) {
+  ContainerDamage damage(small_container(6).bytes());
+  damage.stream_place("/Root/VR_PART/VR_PART", INT64_MAX, INT64_MAX).fix_checksums();
+  Opened opened(damage.bytes());
+  EXPECT_TRUE(opened.file.is_truncated());
+  EXPECT_EQ(opened.file.record(*opened.find({"VR_PART", "VR_PART"})).size, std::uint64_t{INT64_MAX});
+}
+
+TEST(KvpmReading, MakesStoragesOfPathPrefixes) {
+  // Only the streams stay listed: the storages' paths become those of streams of another storage.
+  ContainerDamage damage(ContainerBuilder().stream("/Root/a/b/c", "deep").stream("/Root/x", "flat").bytes());
+  std::string bytes = damage.bytes();
+  for (const char* storage : {"/Root/a/", "/Root/a/b/"}) {
+    const std::size_t at = bytes.find(std::string(storage) + std::string(16, '\0'));
+    ASSERT_NE(at, std::string::npos);
+    bytes[at + std::string_view(storage).size() - 1] = 'z';
+    bytes[at + 6] = 'q';
+  }
+  Opened opened(ContainerDamage(bytes).fix_checksums().bytes());
+  EXPECT_EQ(opened.read({"a", "b", "c"}), "deep");
+  EXPECT_EQ(opened.listing(*opened.find({"a"})), "b/ ");
+  EXPECT_EQ(opened.file.record(*opened.find({"a"})).class_id, ClassId());
+  EXPECT_EQ(opened.file.node(*opened.find({"a", "b"})).area, IndexArea::footer);
+}
+
+TEST(KvpmReading, FindsAStreamByNameInTheNearestPlaceFirst) {
+  ContainerBuilder builder;
+  builder.stream("/Root/z/JT", "far").stream("/Root/y/JT", "farther").stream("/Root/y/X", "short");
+  const auto text_of = [](const ContainerBuilder& built, const char* name) {
+    Opened opened(built.bytes());
+    const auto found = find_stream_by_name(opened.file, name);
+    if (!found) return std::string("none");
+    return std::string(opened.file.node(*found).name) + std::to_string(opened.file.node(*found).size);
+  };
+  EXPECT_EQ(text_of(builder, "JT"), "JT3") << "the earlier offset is listed first";
+  EXPECT_EQ(text_of(builder, "X"), "X5");
+  EXPECT_EQ(text_of(builder, "y"), "none") << "a storage is no stream";
+  EXPECT_EQ(text_of(builder.stream("/Root/FastLoad/JT", "fast"), "JT"), "JT4");
+  EXPECT_EQ(text_of(builder.stream("/Root/VR_PART/JT", "p"), "JT"), "JT1");
+}
