@@ -1,0 +1,131 @@
+#include "cfi/cfi_storage.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <functional>
+#include <string>
+
+#include "cfi/cfi_error_codes.h"
+#include "tests/support/container_builder.h"
+#include "tests/support/program_runner.h"
+
+using namespace VRX::System::CFI;
+using test_support::ContainerBuilder;
+using test_support::TemporaryFolder;
+
+namespace {
+
+class CfiStorage : public testing::Test {
+ protected:
+  CfiStorage() {
+    ContainerBuilder().stream("/Root/VR_PART/VR_PART", "0123456789").stream("/Root/extra", "x").write(name);
+  }
+
+  OwnedStorage open_root() { return OwnedStorage(CFI_open_storage_file(name, "R")); }
+
+  TemporaryFolder folder;
+  const std::string name = folder.path() / "part.prt";
+};
+
+std::string failure_of(const std::function<void()>& call) {
+  try {
+    call();
+    return "";
+  } catch (const support::ErrorEscape& escape) {
+    return std::to_string(escape.code()) + " " + escape.message();
+  }
+}
+
+}  // namespace
+
+TEST_F(CfiStorage, ReadsAndPositionsAStream) {
+  const OwnedStorage root = open_root();
+  const OwnedStorage part(CFI_open_storage(root.get(), "VR_PART", "R"));
+  const OwnedStream stream(CFI_open_stream(part.get(), "VR_PART", "R"));
+  char bytes[16] = {};
+  EXPECT_EQ(CFI_ask_stream_current_pos(stream.get()), 0U);
+  EXPECT_EQ(CFI__read_from_stream(stream.get(), 4, bytes), 4U);
+  CFI_set_stream_relative_pos(stream.get(), -1);
+  EXPECT_EQ(CFI_ask_stream_current_pos(stream.get()), 3U);
+  EXPECT_EQ(CFI__read_from_stream(stream.get(), sizeof bytes, bytes), 7U) << "short at the end";
+  EXPECT_EQ(std::string(bytes, 7), "3456789");
+  CFI__set_stream_absolute_pos(stream.get(), 0);
+  EXPECT_EQ(failure_of([&] { CFI_set_stream_relative_pos(stream.get(), -1); }),
+            "1021001 Attempt to seek to negative absolute location: 0xffffffffffffffff");
+  EXPECT_EQ(failure_of([&] { CFI__set_stream_absolute_pos(stream.get(), 11); }),
+            "1020023 unexpected end of stream");
+  EXPECT_EQ(CFI_ask_stream_stats(stream.get()).size, 10U);
+}
+
+TEST_F(CfiStorage, TellsWhatAStorageHolds) {
+  const OwnedStorage root = open_root();
+  const auto contents = CFI_ask_storage_contents(root.get());
+  ASSERT_EQ(contents.size(), 2U);
+  EXPECT_EQ(contents[0].name, "VR_PART");
+  EXPECT_EQ(contents[1].name, "extra");
+  EXPECT_EQ(contents[1].size, 1U);
+  EXPECT_EQ(CFI_ask_storage_names(root.get()), std::vector<std::string>{"VR_PART"});
+  EXPECT_TRUE(CFI_ask_if_storage_child_exists(root.get(), "extra"));
+  EXPECT_FALSE(CFI_ask_if_storage_child_exists(root.get(), "nothing"));
+}
+
+TEST_F(CfiStorage, RaisesNumberedErrors) {
+  const std::string flat = folder.write("flat.prt", "no container at all");
+  const OwnedStorage root = open_root();
+  const struct {
+    std::function<void()> call;
+    std::string failure;
+  } rows[] = {
+      {[&] { CFI_open_storage_file(name, "r"); }, "1021255 Invalid options 'r'"},
+      {[&] { CFI_open_storage_file(name, nullptr); }, "1021255 Invalid options ''"},
+      {[&] { CFI_open_storage_file(flat, "R"); }, "1021080 File is not a structured-storage file: " + flat},
+      {[&] { CFI_open_storage_file(name + "x", "R"); }, "1020059 No such file or directory"},
+      {[&] { CFI_open_storage_file(folder.path(), "R"); }, "1020059 Is a directory"},
+      {[&] { CFI_open_storage(root.get(), "nothing", "R"); },
+       "1021251 Storage element /Root/nothing was not found when opening for read"},
+      {[&] { CFI_open_storage(root.get(), "extra", "R"); },
+       "1021253 Structured storage internal failure: /Root/extra is no storage"},
+      {[&] { CFI_open_stream(root.get(), "VR_PART", "R"); },
+       "1021253 Structured storage internal failure: /Root/VR_PART is no stream"},
+      {[&] { CFI_open_stream(root.get(), "", "R"); },
+       "1021253 Structured Storage check failed: !name.empty()"},
+      {[&] { CFI_open_stream(root.get(), "VR_PART/VR_PART", "R"); },
+       "1021253 Structured Storage check failed for VR_PART/VR_PART: name.find(\"/\") == npos"},
+      {[&] { CFI_open_stream(root.get(), "extra", "Q"); }, "1021255 Invalid options 'Q'"},
+  };
+  for (const auto& row : rows) EXPECT_EQ(failure_of(row.call), row.failure);
+}
+
+TEST_F(CfiStorage, CountsTheHandlesOfAFile) {
+  CFI_storage_t first = CFI_open_storage_file(name, "R");
+  CFI_storage_t second = CFI_open_storage_file(name, "R");
+  EXPECT_EQ(first, second);
+  EXPECT_EQ(CFI_close_storage(first), 0);
+  EXPECT_TRUE(CFI_ask_if_storage_child_exists(second, "extra")) << "one handle is left";
+  EXPECT_EQ(CFI_close_storage(second), 0);
+}
+
+TEST_F(CfiStorage, OutlivesItsHandleUntilItsChildrenAreClosed) {
+  CFI_storage_t root = CFI_open_storage_file(name, "R");
+  CFI_storage_t part = CFI_open_storage(root, "VR_PART", "R");
+  CFI_stream_t stream = CFI_open_stream(part, "VR_PART", "R");
+  EXPECT_NE(CFI_close_storage(root), 0);
+  EXPECT_NE(CFI_close_storage(part), 0);
+  char byte = 0;
+  EXPECT_EQ(CFI__read_from_stream(stream, 1, &byte), 1U);
+  EXPECT_EQ(CFI_close_stream(stream), 0);
+  EXPECT_NE(CFI_close_storage(nullptr), 0);
+  EXPECT_NE(CFI_close_stream(nullptr), 0);
+}
+
+TEST_F(CfiStorage, BoundsThePositionOfASource) {
+  const OwnedStorage root = open_root();
+  const OwnedStream stream(CFI_open_stream(root.get(), "extra", "R"));
+  support::ByteSource& source = CFI_stream_source(stream.get());
+  CFI_set_position(source, std::uint64_t{INT64_MAX});
+  EXPECT_EQ(CFI_get_position(source), std::uint64_t{INT64_MAX});
+  errno = 0;
+  EXPECT_THROW(CFI_set_position(source, std::uint64_t{1} << 63U), support::ErrorEscape);
+  EXPECT_EQ(errno, EINVAL);
+}
