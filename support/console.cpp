@@ -14,6 +14,7 @@ namespace {
 
 constexpr std::size_t kOutputBufferSize = std::size_t{128} * 1024;
 char output_buffer[kOutputBufferSize];
+bool passing_line_shown = false;
 
 }  // namespace
 
@@ -23,16 +24,34 @@ void open_console() {
   __fsetlocking(stdout, FSETLOCKING_BYCALLER);
 }
 
+void erase_passing_line() {
+  if (!passing_line_shown) return;
+  passing_line_shown = false;
+  std::fputs("\r\033[K", stderr);
+}
+
+void show_passing_line(std::string_view text) {
+  // What waits in the buffer of standard output belongs above the line, not into it.
+  std::fflush(stdout);
+  std::fprintf(stderr, "\r%.*s\033[K", static_cast<int>(text.size()), text.data());
+  passing_line_shown = true;
+}
+
 void print(const char* format, ...) {
+  erase_passing_line();
   std::va_list arguments;
   va_start(arguments, format);
   std::vfprintf(stdout, format, arguments);
   va_end(arguments);
 }
 
-void print_text(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+void print_text(std::string_view text) {
+  erase_passing_line();
+  std::fwrite(text.data(), 1, text.size(), stdout);
+}
 
 void print_message(const char* format, ...) {
+  erase_passing_line();
   std::fflush(stdout);
   std::va_list arguments;
   va_start(arguments, format);
@@ -41,6 +60,7 @@ void print_message(const char* format, ...) {
 }
 
 void report_message(std::string_view text, Echo echo) {
+  erase_passing_line();
   std::fflush(stdout);
   std::fwrite(text.data(), 1, text.size(), stderr);
   if (echo == Echo::on) print_text(text);

@@ -25,6 +25,11 @@ void report_message(std::string_view text, Echo echo);
 /// Flushes standard output; false when any write to it has failed since the start.
 bool flush_console();
 
+/// One passing line on standard error, in place of the one shown before; whatever is printed next through
+/// these functions erases it first. For a terminal only; `text` holds no control characters.
+void show_passing_line(std::string_view text);
+void erase_passing_line();
+
 /// True once a write to standard output has failed (full disk, closed pipe).
 bool console_failed();
 
