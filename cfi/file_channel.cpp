@@ -29,6 +29,16 @@ FileChannel::FileChannel(std::string name) : name_(std::move(name)) {
   identity_ = {found.st_dev, found.st_ino};
 }
 
+FileChannel::FileChannel(int descriptor, std::string name) : name_(std::move(name)), descriptor_(descriptor) {
+  struct stat found = {};
+  if (::fstat(descriptor_, &found) != 0) {
+    ::close(descriptor_);
+    throw make_error(kSystemCallFailed);
+  }
+  size_ = static_cast<std::uint64_t>(found.st_size);
+  identity_ = {found.st_dev, found.st_ino};
+}
+
 FileChannel::~FileChannel() { ::close(descriptor_); }
 
 std::size_t FileChannel::read_direct(std::uint64_t offset, void* destination, std::size_t count) {

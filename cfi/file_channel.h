@@ -22,6 +22,10 @@ class FileChannel {
   /// Raises 1020059 (with errno) when the file cannot be opened, 1020059 with EISDIR for a folder, and
   /// 1021080 for anything else that is no regular file. Never blocks.
   explicit FileChannel(std::string name);
+
+  /// Takes over an open descriptor of a regular file; `name` is for messages. Raises 1020059.
+  FileChannel(int descriptor, std::string name);
+
   ~FileChannel();
   FileChannel(const FileChannel&) = delete;
   FileChannel& operator=(const FileChannel&) = delete;

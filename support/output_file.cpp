@@ -44,6 +44,8 @@ bool OutputFile::write(const void* bytes, std::size_t count) {
   return true;
 }
 
+int OutputFile::release() { return std::exchange(descriptor_, -1); }
+
 bool OutputFile::close() {
   if (!is_open()) return true;
   return ::close(std::exchange(descriptor_, -1)) == 0;

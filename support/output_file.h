@@ -23,6 +23,10 @@ bool is_same_file(const std::string& name, const FileIdentity& identity);
 class OutputFile {
  public:
   OutputFile() = default;
+
+  /// Takes over a descriptor that is open for writing; a negative one makes a file that is not open.
+  explicit OutputFile(int descriptor) : descriptor_(descriptor) {}
+
   OutputFile(OutputFile&&) noexcept;
   OutputFile& operator=(OutputFile&&) noexcept;
   ~OutputFile();
@@ -33,6 +37,9 @@ class OutputFile {
 
   /// False when not all bytes could be written.
   bool write(const void* bytes, std::size_t count);
+
+  /// Gives the descriptor away.
+  int release();
 
   /// False when the system reports late that a write failed.
   bool close();

@@ -19,8 +19,8 @@ using VRX::System::CFI::FileChannel;
 using VRX::System::CFI::FileKind;
 
 constexpr std::size_t kBlockSize = 8192;
-constexpr std::size_t kReadSize = 32 * kBlockSize;  // fits the second-level cache
-constexpr std::size_t kLeadSize = 64;               // keeps the data aligned behind the byte carried over
+constexpr std::size_t kReadSize = 128 * kBlockSize;  // fewer system calls weigh more than a smaller cache
+constexpr std::size_t kLeadSize = 64;                // keeps the data aligned behind the byte carried over
 constexpr std::int32_t kFirstTerminatedVersion = 15;
 constexpr unsigned char kTerminator = 0xff;
 constexpr std::uint64_t kDiskBlockSize = 256;
@@ -35,7 +35,7 @@ class Scan {
       : request_(request),
         channel_(channel),
         is_storage_file_(recognise(channel) != FileKind::flat),
-        buffer_(std::make_unique<unsigned char[]>(kLeadSize + kReadSize)) {}
+        buffer_(std::make_unique_for_overwrite<unsigned char[]>(kLeadSize + kReadSize)) {}
 
   ScanVerdict run();
 
@@ -89,6 +89,7 @@ ScanVerdict Scan::run() {
 
 void Scan::read_blocks() {
   unsigned char* const data = buffer_.get() + kLeadSize;
+  data[-1] = 0;
   support::ProgressLine progress(request_.file_name, channel_.size());
   for (std::uint64_t left = channel_.size(); left > 0;) {
     const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(left, kReadSize));

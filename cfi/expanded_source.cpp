@@ -1,0 +1,143 @@
+#include "cfi/expanded_source.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+#include "cfi/cfi_error_codes.h"
+#include "cfi/file_channel.h"
+#include "support/environment.h"
+#include "support/output_file.h"
+#include "support/text_format.h"
+
+namespace VRX::System::CFI {
+
+namespace {
+
+constexpr std::size_t kPieceSize = 8 * LZ4DecompressStream::kBlockSize;
+
+support::ErrorEscape frame_failure(const std::string& name, int status) {
+  return {"cfi", status,
+          support::format_text("compressed stream %s ends with status %d: %s", name.c_str(), status,
+                               error_text(status).c_str())};
+}
+
+/// An unnamed file, which disappears with its descriptor.
+int open_temporary_file() {
+  const std::string folder = support::temporary_folder();
+  const int unnamed = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+  if (unnamed >= 0) return unnamed;
+  std::string name = folder + "/vr_inspect_XXXXXX";  // not every file system has files without a name
+  const int named = ::mkostemp(name.data(), O_CLOEXEC);
+  if (named >= 0) ::unlink(name.c_str());
+  return named;
+}
+
+support::ErrorEscape temporary_file_failure() {
+  const int error = errno;
+  return {"cfi", kSystemCallFailed,
+          support::format_text("could not write a temporary file in %s: %s",
+                               support::temporary_folder().c_str(), std::strerror(error))};
+}
+
+class TemporaryFileSource final : public support::ByteSource {
+ public:
+  explicit TemporaryFileSource(int descriptor)
+      : channel_(descriptor, "temporary file"), source_(channel_, 0, channel_.size()) {}
+
+  std::size_t read(void* destination, std::size_t count) override { return source_.read(destination, count); }
+  std::uint64_t position() const override { return source_.position(); }
+  void set_position(std::uint64_t position) override { source_.set_position(position); }
+  std::uint64_t size() const override { return source_.size(); }
+
+ private:
+  FileChannel channel_;
+  ChannelSource source_;
+};
+
+}  // namespace
+
+ExpandedSource::ExpandedSource(support::ByteSource& inner, std::string name)
+    : inner_(inner), name_(std::move(name)) {}
+
+ExpandedSource::ExpandedSource(std::unique_ptr<support::ByteSource> inner, std::string name)
+    : owned_(std::move(inner)), inner_(*owned_), name_(std::move(name)) {}
+
+std::size_t ExpandedSource::read(void* destination, std::size_t count) {
+  if (!reach_position()) return 0;
+  const auto [bytes_read, status] = decoder_->read(destination, static_cast<std::int64_t>(count));
+  if (bytes_read == 0 && status != 0) throw frame_failure(name_, status);
+  position_ += bytes_read;
+  return bytes_read;
+}
+
+/// Brings the decoder to the position; false when the frame ends before it.
+bool ExpandedSource::reach_position() {
+  if (!decoder_ || decoder_->position() > position_) {
+    inner_.set_position(0);
+    decoder_.emplace(inner_);
+  }
+  if (decoder_->position() == position_) return true;
+  constexpr std::uint64_t kFarthest = std::numeric_limits<std::int64_t>::max();
+  const std::uint64_t distance = std::min(position_ - decoder_->position(), kFarthest);
+  decoder_->seek(static_cast<std::int64_t>(distance), LZ4DecompressStream::kFromCurrent);
+  if (decoder_->position() == position_) return true;
+  std::byte next;
+  if (const int end = decoder_->read(&next, 1).status; end != 0) throw frame_failure(name_, end);
+  return false;
+}
+
+std::uint64_t ExpandedSource::size() const {
+  if (size_) return *size_;
+  const std::uint64_t inner_position = inner_.position();
+  inner_.set_position(0);
+  LZ4DecompressStream decoder(inner_);
+  const auto piece = std::make_unique_for_overwrite<std::byte[]>(kPieceSize);
+  LZ4DecompressStream::ReadResult result;
+  do {
+    result = decoder.read(piece.get(), kPieceSize);
+  } while (result.bytes_read == kPieceSize);
+  inner_.set_position(inner_position);
+  if (result.status != 0) throw frame_failure(name_, result.status);
+  size_ = decoder.position();
+  return *size_;
+}
+
+bool is_lz4_framed(support::ByteSource& source) {
+  std::array<unsigned char, LZ4DecompressStream::kSignature.size()> first;
+  source.set_position(0);
+  const std::size_t got = source.read(first.data(), first.size());
+  source.set_position(0);
+  return got == first.size() && first == LZ4DecompressStream::kSignature;
+}
+
+std::unique_ptr<support::ByteSource> expand_when_framed(std::unique_ptr<support::ByteSource> source,
+                                                        std::string name) {
+  if (!is_lz4_framed(*source)) return source;
+  return std::make_unique<ExpandedSource>(std::move(source), std::move(name));
+}
+
+ExpandedFile expand_to_temporary_file(support::ByteSource& framed, const std::string& name) {
+  framed.set_position(0);
+  LZ4DecompressStream decoder(framed);
+  const auto piece = std::make_unique_for_overwrite<std::byte[]>(kPieceSize);
+  support::OutputFile file(open_temporary_file());
+  if (!file.is_open()) throw temporary_file_failure();
+  LZ4DecompressStream::ReadResult result;
+  do {
+    result = decoder.read(piece.get(), kPieceSize);
+    if (!file.write(piece.get(), result.bytes_read)) throw temporary_file_failure();
+  } while (result.bytes_read == kPieceSize);
+  ExpandedFile expanded;
+  expanded.source = std::make_unique<TemporaryFileSource>(file.release());
+  if (result.status != 0) expanded.failure.emplace(frame_failure(name, result.status));
+  return expanded;
+}
+
+}  // namespace VRX::System::CFI

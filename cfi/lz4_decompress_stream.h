@@ -1,0 +1,90 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "support/byte_source.h"
+
+namespace VRX::System::CFI {
+
+/// Expands an LZ4-framed stream, front to back. The frame, all integers little-endian:
+///
+///     0  4  signature: 'L' 'Z' '4' 0x01
+///     4  4  compressed length N of block 1, 1 to 65809
+///     8  N  LZ4 block, at most 65536 bytes expanded; may refer back to the block before it
+///     ...   further blocks, to the end of the inner stream
+///
+/// Each operation gives a status: 0, or the container's number for what is wrong. The bytes before a
+/// failure are delivered; once the frame has failed or ended it stays so.
+class LZ4DecompressStream {
+ public:
+  static constexpr std::array<unsigned char, 4> kSignature = {'L', 'Z', '4', 0x01};
+  static constexpr std::size_t kBlockSize = 65536;
+  static constexpr std::int32_t kLongestBlock = 65809;  ///< the compress bound of a full block
+
+  enum Origin : int { kFromStart = 0, kFromCurrent = 1 };
+
+  struct ReadResult {
+    std::size_t bytes_read = 0;
+    int status = 0;
+  };
+  struct SeekResult {
+    std::uint64_t position = 0;
+    int status = 0;
+  };
+
+  /// Reads `inner` from its current position; it must outlive this object and not be moved meanwhile.
+  explicit LZ4DecompressStream(support::ByteSource& inner);
+  ~LZ4DecompressStream();
+  LZ4DecompressStream(const LZ4DecompressStream&) = delete;
+  LZ4DecompressStream& operator=(const LZ4DecompressStream&) = delete;
+
+  /// Reads `count` bytes; fewer with status 0 at the end of the frame. Status 1020029: bad signature or
+  /// block length below 1; 1020204: block length above kLongestBlock; 1020023: cut in a length or a block.
+  ReadResult read(void* destination, std::int64_t count);
+
+  /// Moves forward only: a target behind the position, or an origin other than these two, is status 1021254.
+  /// 1020023 when the frame ends before the target.
+  SeekResult seek(std::int64_t offset, int origin);
+
+  /// Bytes delivered so far.
+  std::uint64_t position() const { return position_; }
+
+ private:
+  struct Decoder;
+
+  std::size_t deliver(std::byte* destination, std::uint64_t count);
+  int read_signature();
+  std::size_t take_expanded(std::byte* destination, std::uint64_t count);
+  std::int32_t expand_block(std::byte* target);
+  void keep_dictionary();
+  const std::byte* take_inner(std::size_t count);
+  std::int32_t finish(int status);
+  std::byte* buffer(std::size_t index) { return buffers_.get() + index * kBlockSize; }
+
+  support::ByteSource& inner_;
+  std::unique_ptr<Decoder> decoder_;
+
+  // What has been read ahead of the inner stream.
+  std::unique_ptr<std::byte[]> input_;
+  std::size_t input_used_ = 0;
+  std::size_t input_length_ = 0;
+
+  // Two decode buffers side by side: the second continues the first, where the decoder is fastest.
+  std::unique_ptr<std::byte[]> buffers_;
+  std::size_t current_ = 1;
+  std::int32_t offset_ = 0;
+  std::int32_t unread_ = 0;
+  const std::byte* dictionary_ = nullptr;  ///< the last block: in a buffer, or with the caller for now
+  std::int32_t dictionary_size_ = 0;
+
+  std::uint64_t position_ = 0;
+  bool signature_read_ = false;
+  int signature_status_ = 0;
+  bool finished_ = false;
+  int status_ = 0;  ///< of the end, once finished
+};
+
+}  // namespace VRX::System::CFI

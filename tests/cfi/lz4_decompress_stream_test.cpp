@@ -1,0 +1,170 @@
+#include "cfi/lz4_decompress_stream.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "cfi/expanded_source.h"
+#include "tests/support/lz4_frame.h"
+
+namespace {
+
+using namespace VRX::System::CFI;
+using test_support::int32_bytes;
+using test_support::lz4_frame;
+
+/// Compresses well, and across blocks: words in random order.
+std::string sample_text(std::size_t size) {
+  std::mt19937 random(3);
+  std::string text;
+  while (text.size() < size)
+    text += "word" + std::to_string(random() % 5000) + (random() % 9 == 0 ? "\n" : " ");
+  text.resize(size);
+  return text;
+}
+
+support::MemorySource source_of(const std::string& bytes) {
+  return support::MemorySource(std::as_bytes(std::span(bytes)));
+}
+
+TEST(LZ4DecompressStream, DeliversTheSameBytesHoweverTheyAreAskedFor) {
+  const std::string text = sample_text(700'001);
+  for (const std::size_t block : {65536, 65535, 20'000, 1}) {
+    const std::string content = text.substr(0, block == 1 ? 300 : text.size());
+    const std::string frame = lz4_frame(content, block);
+    for (const std::size_t piece : {1'000'000, 524'288, 131'072, 131'071, 65'536, 4096, 777}) {
+      support::MemorySource inner = source_of(frame);
+      LZ4DecompressStream stream(inner);
+      std::string got;
+      std::string buffer(piece, '?');
+      LZ4DecompressStream::ReadResult result;
+      do {
+        buffer.assign(piece, '?');  // the caller's memory is the caller's between the reads
+        result = stream.read(buffer.data(), static_cast<std::int64_t>(piece));
+        got.append(buffer, 0, result.bytes_read);
+      } while (result.bytes_read == piece);
+      EXPECT_EQ(result.status, 0);
+      EXPECT_EQ(stream.position(), content.size());
+      EXPECT_TRUE(got == content) << "blocks of " << block << " in pieces of " << piece;
+    }
+  }
+}
+
+TEST(LZ4DecompressStream, EndsWithTheStatusOfTheDamage) {
+  const std::string signature("LZ4\x01");
+  const std::string sound = lz4_frame("sound block");
+  const struct {
+    const char* what;
+    std::string frame;
+    std::size_t bytes_read;
+    int status;
+  } cases[] = {
+      {"nothing at all", "", 0, 1020029},
+      {"cut signature", "LZ4", 0, 1020029},
+      {"other signature", "LZ4\x02", 0, 1020029},
+      {"signature only", signature, 0, 0},
+      {"one block", sound, 11, 0},
+      {"length 0", sound + int32_bytes(0), 11, 1020029},
+      {"negative length", sound + int32_bytes(0x80000000), 11, 1020029},
+      {"length 65810", sound + int32_bytes(65810) + std::string(65810, 'x'), 11, 1020204},
+      {"length 65809, cut", sound + int32_bytes(65809) + "x", 11, 1020023},
+      {"cut length", sound + std::string(3, '\0'), 11, 1020023},
+      {"a block that expands to nothing ends it", sound + int32_bytes(1) + '\0' + sound.substr(4), 11, 0},
+      {"a block that is no LZ4 ends it", sound + int32_bytes(4) + "\xFF\xFF\xFF\xFF" + sound.substr(4), 11,
+       0},
+  };
+  for (const auto& c : cases) {
+    support::MemorySource inner = source_of(c.frame);
+    LZ4DecompressStream stream(inner);
+    std::string buffer(200'000, '?');
+    const auto [bytes_read, status] = stream.read(buffer.data(), 200'000);
+    EXPECT_EQ(bytes_read, c.bytes_read) << c.what;
+    EXPECT_EQ(status, c.status) << c.what;
+    const auto again = stream.read(buffer.data(), 200'000);
+    EXPECT_EQ(again.bytes_read, 0U) << c.what;
+    EXPECT_EQ(again.status, c.status) << c.what;
+  }
+}
+
+TEST(LZ4DecompressStream, SeeksForwardOnly) {
+  const std::string text = sample_text(300'000);
+  const std::string frame = lz4_frame(text);
+  support::MemorySource inner = source_of(frame);
+  LZ4DecompressStream stream(inner);
+  const struct {
+    const char* what;
+    std::int64_t offset;
+    int origin;
+    std::uint64_t position;
+    int status;
+  } steps[] = {
+      {"the end as origin", 0, 2, 0, 1021254},
+      {"over several blocks", 200'000, 0, 200'000, 0},
+      {"to where it stands", 200'000, 0, 200'000, 0},
+      {"by nothing", 0, 1, 200'000, 0},
+      {"back from the start", 199'999, 0, 200'000, 1021254},
+      {"back from here", -1, 1, 200'000, 1021254},
+      {"on from here", 50'000, 1, 250'000, 0},
+  };
+  for (const auto& step : steps) {
+    const auto [position, status] = stream.seek(step.offset, step.origin);
+    EXPECT_EQ(position, step.position) << step.what;
+    EXPECT_EQ(status, step.status) << step.what;
+  }
+  std::string rest(50'000, '?');
+  EXPECT_EQ(stream.read(rest.data(), 50'000).bytes_read, 50'000U);
+  EXPECT_TRUE(rest == text.substr(250'000));
+  EXPECT_EQ(stream.seek(1, 1).status, 1020023);
+  std::string bad("nope");
+  support::MemorySource no_frame = source_of(bad);
+  EXPECT_EQ(LZ4DecompressStream(no_frame).seek(0, 0).status, 1020029);
+}
+
+TEST(ExpandedSource, ReadsAtAnyPosition) {
+  const std::string text = sample_text(300'000);
+  const std::string frame = lz4_frame(text);
+  const auto plain =
+      expand_when_framed(std::make_unique<support::MemorySource>(std::as_bytes(std::span(text))), "T");
+  const auto expanded =
+      expand_when_framed(std::make_unique<support::MemorySource>(std::as_bytes(std::span(frame))), "T");
+  support::MemorySource inner = source_of(frame);
+  const ExpandedFile file = expand_to_temporary_file(inner, "T");
+  EXPECT_FALSE(file.failure);
+  for (support::ByteSource* source : {plain.get(), expanded.get(), file.source.get()}) {
+    for (const std::uint64_t at : {250'000, 10, 299'990, 400'000, 0}) {
+      std::string got(20, '?');
+      source->set_position(at);
+      got.resize(source->read(got.data(), got.size()));
+      EXPECT_EQ(got, at > text.size() ? "" : text.substr(at, 20)) << at;
+      EXPECT_EQ(source->size(), text.size());
+    }
+  }
+}
+
+TEST(ExpandedSource, NamesStreamAndStatusOfADamagedFrame) {
+  const std::string text = sample_text(100'000);
+  const std::string frame = lz4_frame(text) + "x";
+  support::MemorySource inner = source_of(frame);
+  ExpandedSource source(inner, "COMPATIBILITY");
+  std::string got(200'000, '?');
+  EXPECT_EQ(source.read(got.data(), got.size()), text.size());
+  const auto expect_failure = [](const char* name, const auto& action) {
+    try {
+      action();
+      ADD_FAILURE() << "no escape";
+    } catch (const support::ErrorEscape& escape) {
+      EXPECT_EQ(escape.code(), 1020023);
+      EXPECT_NE(escape.message().find(std::string(name) + " ends with status 1020023"), std::string::npos);
+    }
+  };
+  expect_failure("COMPATIBILITY", [&] { source.read(got.data(), 1); });
+  expect_failure("COMPATIBILITY", [&] { (void)source.size(); });
+  source.set_position(500'000);
+  expect_failure("COMPATIBILITY", [&] { source.read(got.data(), 1); });
+
+  const ExpandedFile file = expand_to_temporary_file(inner, "VR_PART");
+  EXPECT_EQ(file.source->size(), text.size());
+  expect_failure("VR_PART", [&] { throw *file.failure; });
+}
+
+}  // namespace
