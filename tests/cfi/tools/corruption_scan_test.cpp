@@ -5,7 +5,7 @@
 #include <random>
 
 #include "support/text_format.h"
-#include "tests/support/temporary_file.h"
+#include "tests/support/program_runner.h"
 
 namespace {
 
@@ -17,10 +17,11 @@ const std::string kNetwork = "    This might be the result of some network trans
 
 std::string scan(const std::string& content, std::int32_t version, bool statistics,
                  ScanVerdict expected = ScanVerdict::corrupt) {
-  const test_support::TemporaryFile file(content);
+  static const test_support::TemporaryFolder folder;
+  const std::string file = folder.write("part", content);
   testing::internal::CaptureStdout();
   const ScanVerdict verdict = cfi_tools::scan_for_corruption(
-      {.file_name = file.name(), .silent = true, .statistics = statistics, .version = version});
+      {.file_name = file, .silent = true, .statistics = statistics, .version = version});
   std::string output = testing::internal::GetCapturedStdout();
   EXPECT_EQ(verdict, expected) << output;
   return output;
@@ -155,7 +156,8 @@ TEST(CorruptionScan, SaysWhatTheEndAndTheLineEndsTell) {
 }
 
 TEST(CorruptionScan, SpeaksOnlyWhenAskedAndNotSilent) {
-  const test_support::TemporaryFile file(std::string("\r \n\0 \xff", 6));
+  const test_support::TemporaryFolder folder;
+  const std::string file = folder.write("part", std::string("\r \n\0 \xff", 6));
   const std::string announced = "     Scanning for some known file copying corruptions ....\n";
   const struct {
     std::string name;
@@ -164,9 +166,9 @@ TEST(CorruptionScan, SpeaksOnlyWhenAskedAndNotSilent) {
     ScanVerdict verdict;
     std::string output;
   } cases[] = {
-      {file.name(), false, true, ScanVerdict::clean, announced + "Found no known file copying corruptions\n"},
-      {file.name(), true, true, ScanVerdict::clean, ""},
-      {file.name(), false, false, ScanVerdict::clean, ""},
+      {file, false, true, ScanVerdict::clean, announced + "Found no known file copying corruptions\n"},
+      {file, true, true, ScanVerdict::clean, ""},
+      {file, false, false, ScanVerdict::clean, ""},
       {"/nonexistent/part", false, true, ScanVerdict::not_opened, announced},
       {"/nonexistent/part", true, true, ScanVerdict::clean, ""},
       {"/tmp", false, false, ScanVerdict::not_opened, ""},

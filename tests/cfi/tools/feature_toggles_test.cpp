@@ -1,0 +1,87 @@
+#include "cfi/tools/feature_toggles.h"
+
+#include <gtest/gtest.h>
+#include <xxhash.h>
+
+#include "support/error_escape.h"
+#include "tests/support/record_bytes.h"
+
+namespace {
+
+std::string toggle_stream(std::uint8_t format, std::uint32_t count, const std::vector<std::string>& toggles) {
+  test_support::RecordBytes bytes(std::endian::little);
+  bytes.u8(format).u32(count);
+  for (const std::string& toggle : toggles) bytes.u32(toggle.size()).raw(toggle);
+  return bytes.bytes();
+}
+
+std::string with_checksum(const std::string& bytes) {
+  return bytes +
+         test_support::RecordBytes(std::endian::little).u32(XXH32(bytes.data(), bytes.size(), 0)).bytes();
+}
+
+std::string print(const std::string& bytes, cfi_tools::ToggleChecksums& checksums) {
+  support::MemorySource source(std::as_bytes(std::span(bytes)));
+  testing::internal::CaptureStdout();
+  try {
+    checksums = cfi_tools::print_feature_toggles(source);
+  } catch (const support::ErrorEscape& escape) {
+    return testing::internal::GetCapturedStdout() + "!" + escape.message();
+  }
+  return testing::internal::GetCapturedStdout();
+}
+
+TEST(FeatureToggles, PrintsEachAndComputesTheChecksum) {
+  const std::string long_toggle(200'000, 'x');
+  const struct {
+    const char* what;
+    std::string stream;
+    std::string output;
+  } cases[] = {
+      {"none", with_checksum(toggle_stream(1, 0, {})), "Feature Toggles(Stream Format: 1)\n"},
+      {"an empty one between two", with_checksum(toggle_stream(255, 3, {"FT_A=1", "", "FT_B=0"})),
+       "Feature Toggles(Stream Format: 255)\nFT_A=1\n\nFT_B=0\n"},
+      {"control characters", with_checksum(toggle_stream(2, 1, {"a\x1B[2J\n"})),
+       "Feature Toggles(Stream Format: 2)\na\\x1B[2J\\x0A\n"},
+      {"a long one", with_checksum(toggle_stream(2, 1, {long_toggle})),
+       "Feature Toggles(Stream Format: 2)\n" + long_toggle + "\n"},
+  };
+  for (const auto& c : cases) {
+    cfi_tools::ToggleChecksums checksums;
+    EXPECT_EQ(print(c.stream, checksums), c.output) << c.what;
+    EXPECT_EQ(checksums.computed, checksums.stored) << c.what;
+  }
+  cfi_tools::ToggleChecksums checksums;
+  std::string damaged = with_checksum(toggle_stream(1, 1, {"FT_A=1"}));
+  damaged[9] ^= 1;
+  print(damaged, checksums);
+  EXPECT_NE(checksums.computed, checksums.stored);
+}
+
+TEST(FeatureToggles, PrintsWhatIsThereOfADamagedStream) {
+  const std::string end = "!unexpected end of stream LastSavedToggleInfoStream";
+  const std::string head = "Feature Toggles(Stream Format: 1)\n";
+  const std::string one = toggle_stream(1, 0xFFFFFFFF, {"FT_A=1"});
+  const auto with_length = [&](std::uint32_t length) {
+    return one + test_support::RecordBytes(std::endian::little).u32(length).bytes() + "abc";
+  };
+  const struct {
+    const char* what;
+    std::string stream;
+    std::string output;
+  } cases[] = {
+      {"nothing", "", end},
+      {"cut in the count", std::string("\1\1\0", 3), end},
+      {"more announced than there are", one, head + "FT_A=1\n" + end},
+      {"cut in a text", with_length(4), head + "FT_A=1\n" + end},
+      {"an absurd length", with_length(0xFFFFFFFF),
+       head + "FT_A=1\n!feature toggle text of 4294967295 bytes in LastSavedToggleInfoStream is too long"},
+      {"no checksum", toggle_stream(1, 1, {"FT_A=1"}), head + "FT_A=1\n" + end},
+  };
+  for (const auto& c : cases) {
+    cfi_tools::ToggleChecksums checksums;
+    EXPECT_EQ(print(c.stream, checksums), c.output) << c.what;
+  }
+}
+
+}  // namespace
