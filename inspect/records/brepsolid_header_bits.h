@@ -1,13 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
-#include <string>
-#include <vector>
 
 namespace inspect {
 
-enum class ReferenceKind : std::uint8_t { body = 0, reference = 1, pseudo_reference = 2 };
+inline constexpr std::uint8_t kReference = 1;
+inline constexpr std::uint8_t kPseudoReference = 2;
 
 /// The bit header at the start of a modeller partition, with its extension. Sizes are in bytes.
 struct BrepsolidHeaderBits {
@@ -28,14 +26,23 @@ struct BrepsolidHeaderBits {
   std::int32_t list_count = 0;
 };
 
-/// What the reading pass keeps of one modeller partition.
+/// What the derived flags word of a modeller partition says.
+enum BrepsolidFlags : std::uint32_t {
+  kHasListFlag = 1,
+  kReferenceFlag = 2,  ///< holds no solid body
+  kHasSkippedFlag = 4,
+  kPseudoReferenceFlag = 8,
+};
+
+/// What the reading pass keeps of one modeller partition. The header text stays in the file: a part may have
+/// very many partitions.
 struct BrepsolidPartition {
   BrepsolidHeaderBits bits;
-  std::string header_text;          ///< own or borrowed, without the closing '+'
-  bool header_saved_here = false;   ///< false: borrowed, or none was found
-  std::uint32_t flags = 0;          ///< the derived flags word
-  std::uint64_t data_position = 0;  ///< first byte of the stored data
-  std::string kernel_version;       ///< "Unknown" when it cannot be derived
+  bool header_saved_here = false;     ///< false: borrowed, or none was found
+  std::uint32_t header_length = 0;    ///< of the text, own or borrowed, without a closing '+'; 0 to 4096
+  std::uint64_t header_position = 0;  ///< of the text; counts only when the length is positive
+  std::uint32_t flags = 0;            ///< BrepsolidFlags
+  std::uint64_t data_position = 0;    ///< first byte of the stored data
 };
 
 }  // namespace inspect

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -63,6 +64,7 @@ using SharedString = std::optional<std::string>;
 
 /// One partition of the part stream. Offsets and positions are in bytes from the start of the stream.
 struct PartitionEntry {
+  std::size_t number = 0;  ///< its place in the file's list, from 0
   std::int32_t id = 0;
   std::int32_t type = kUnknownPartition;
   std::int32_t data = 0;     ///< the data word; also the tag field of modeller partitions
@@ -117,8 +119,12 @@ struct InspectFile {
   std::optional<std::int32_t> next_partition_id;
   std::int32_t empty_directories = 0;  ///< partitions whose data-zero flag is set
   std::optional<std::int32_t> pattern_mode;
-  std::int32_t units = 0;      ///< of the header, else of the older record manager; 0 not recorded
-  std::string kernel_version;  ///< of the last modeller partition read; empty before, or "Unknown"
+  std::int32_t units = 0;               ///< of the header, else of the older record manager; 0 not recorded
+  std::string kernel_version;           ///< of the last modeller partition read; empty before, or "Unknown"
+  std::size_t lender_search_start = 0;  ///< no partition before it can lend a Brepsolid header
+  std::uint64_t checked_bytes = 0;      ///< partition bytes that checks and extractions have read
+  std::map<std::int32_t, std::int32_t> sources;  ///< partition id to source partition id, for output names
+  bool development_warnings = false;             ///< no switch sets it
   bool has_om_checksums = false;
 };
 

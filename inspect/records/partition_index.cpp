@@ -84,8 +84,9 @@ bool check_marker(InspectFile& file, PartitionEntry& partition, bool trace) {
 
 void append_directory(InspectFile& file, std::uint64_t position) {
   check_count(file, file.partitions.size() + 1);
-  file.partitions.emplace_back();
-  file.partitions.back().offset = position;
+  PartitionEntry& entry = file.partitions.emplace_back();
+  entry.number = file.partitions.size() - 1;
+  entry.offset = position;
 }
 
 /// Where the directory behind this one starts; 0 when there is none.
@@ -123,6 +124,7 @@ void read_partition_index(InspectFile& file, bool trace) {
                      partition_type_name(entry.type), static_cast<ull>(entry.offset), entry.data);
     }
     check_index_entry(file, entry, i);
+    entry.number = file.partitions.size();
     PartitionEntry& kept = file.partitions.emplace_back(std::move(entry));
     if (!file.has_markers || kept.type == kOldBrepsolid || kept.type == kPattern) {
       check_partition_data(file, kept);

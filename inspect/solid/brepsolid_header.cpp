@@ -1,0 +1,198 @@
+#include "inspect/solid/brepsolid_header.h"
+
+#include <array>
+#include <memory>
+
+#include "inspect/records/inspect_errors.h"
+#include "inspect/records/traced_readers.h"
+#include "inspect/solid/header_keywords.h"
+#include "inspect/solid/modeller_kinds.h"
+#include "support/console.h"
+
+namespace inspect {
+
+namespace {
+
+using ull = unsigned long long;
+
+constexpr std::uint32_t kCompressedBit = 1U << 31U;
+constexpr std::uint32_t kExtensionBit = 1U << 30U;
+constexpr std::uint32_t kWideDeltaBit = 1U << 29U;
+constexpr std::uint32_t kHeaderSizeMask = 0x3FFFFFFF;
+constexpr std::uint32_t kMaxHeaderSize = 4096;
+
+constexpr std::uint16_t kReferenceBitVersion = 2;
+constexpr std::uint16_t kReferenceKindVersion = 3;
+constexpr std::uint16_t kSecondSizeVersion = 4;
+constexpr std::uint16_t kWideSizesVersion = 5;
+
+/// Steps over `count` values; a negative count stands for none.
+void skip_ints(InspectFile& file, bool trace, std::int32_t count, std::uint64_t arrays) {
+  if (count <= 0) return;
+  const std::uint64_t bytes = static_cast<std::uint64_t>(count) * 4 * arrays;
+  const std::uint64_t position = current_position(file);
+  if (position > file.file_length || bytes > file.file_length - position) {
+    inspect_error(file, "unexpected end of file");
+  }
+  move_to(trace, file, position + bytes);
+}
+
+void read_reference(InspectFile& file, BrepsolidHeaderBits& bits, bool trace) {
+  read_bytes(trace, file, 1, &bits.reference_kind, "Brepsolid reference kind");
+  if (bits.ext_version == kReferenceBitVersion) bits.reference_kind &= kReference;
+  if (bits.ext_version >= kReferenceKindVersion) {
+    read_ints(trace, file, 1, &bits.skip_count, "Brepsolid skip count");
+    skip_ints(file, trace, bits.skip_count, 1);
+  }
+  if (bits.reference_kind != 0) {
+    read_ints(trace, file, 1, &bits.reference_target, "Brepsolid reference target");
+    return;
+  }
+  read_ints(trace, file, 1, &bits.list_count, "Brepsolid list count");
+  skip_ints(file, trace, bits.list_count, 2);
+}
+
+void read_extension_sizes(InspectFile& file, BrepsolidHeaderBits& bits, bool trace) {
+  if (bits.ext_version == kSecondSizeVersion) {
+    std::uint32_t second = 0;
+    read_ints(trace, file, 1, &second, "Brepsolid second data size");
+    bits.second_size = second;
+  }
+  if (bits.ext_version == kWideSizesVersion) {
+    read_int64s(trace, file, 1, &bits.rest_size, "Brepsolid data size");
+    read_int64s(trace, file, 1, &bits.second_size, "Brepsolid second data size");
+    bits.wide_sizes = true;
+  }
+}
+
+void read_extension(InspectFile& file, BrepsolidHeaderBits& bits, bool trace) {
+  read_ints(trace, file, 1, &bits.body_tag, "Brepsolid body tag");
+  read_shorts(trace, file, 1, &bits.ext_version, "Brepsolid extension version");
+  if (bits.ext_version < 1 || bits.ext_version > kWideSizesVersion) return;
+  read_extension_sizes(file, bits, trace);
+  std::array<std::uint8_t, 2> flags = {};
+  read_bytes(trace, file, 2, flags.data(), "Brepsolid extension flags");
+  bits.flag_a = flags[0] != 0;
+  bits.flag_b = flags[1] != 0;
+  read_ints(trace, file, 1, &bits.linked_partition_id, "Brepsolid linked partition");
+  if (bits.ext_version >= kReferenceBitVersion) read_reference(file, bits, trace);
+}
+
+std::uint32_t derived_flags(const BrepsolidHeaderBits& bits) {
+  std::uint32_t flags = 0;
+  if (bits.list_count != 0) {
+    flags = kHasListFlag;
+  } else if (bits.skip_count != 0) {
+    flags = kHasSkippedFlag;
+  } else if (bits.reference_target != 0) {
+    flags = kReferenceFlag;
+  }
+  return bits.reference_kind == kPseudoReference ? flags | kPseudoReferenceFlag : flags;
+}
+
+bool can_lend(const PartitionEntry& entry) {
+  return !entry.data_zero && !entry.bad && is_in_set(entry.type, kModellerSet);
+}
+
+/// The first modeller partition but the borrower itself.
+const PartitionEntry* find_lender(InspectFile& file, const PartitionEntry& borrower) {
+  std::size_t& start = file.lender_search_start;
+  while (start < file.partitions.size() && !can_lend(file.partitions[start])) {
+    // The type of a directory that has not been read yet is unknown: it may lend later.
+    if (file.partitions[start].type == kUnknownPartition) return nullptr;
+    ++start;
+  }
+  for (std::size_t i = start; i < file.partitions.size(); ++i) {
+    const PartitionEntry& entry = file.partitions[i];
+    if (&entry != &borrower && can_lend(entry)) return &entry;
+  }
+  return nullptr;
+}
+
+/// Reads the header text at the stream's position and notes its place. What is in front of a closing '+'
+/// belongs to the text, the '+' does not.
+std::string take_header_text(InspectFile& file, BrepsolidPartition& solid, std::uint32_t size, bool trace) {
+  if (size > kMaxHeaderSize) {
+    inspect_error(file, "Bad value %d for Brepsolid header size", static_cast<std::int32_t>(size));
+  }
+  solid.header_position = current_position(file);
+  std::string text(size, '\0');
+  if (size > 0) read_bytes(trace, file, static_cast<std::int32_t>(size), text.data(), "Brepsolid header");
+  if (text.ends_with('+')) text.pop_back();
+  solid.header_length = static_cast<std::uint32_t>(text.size());
+  return text;
+}
+
+std::string borrow_header_text(InspectFile& file, const PartitionEntry& borrower, BrepsolidPartition& solid,
+                               bool trace) {
+  const PartitionEntry* lender = find_lender(file, borrower);
+  if (lender == nullptr) {
+    support::print("Can't find a brepsolid header; writing as zero length (should be fine).\n");
+    return {};
+  }
+  move_to(trace, file, lender->base);
+  const BrepsolidHeaderBits bits = read_header_bits(file, lender->type, trace);
+  std::string text = take_header_text(file, solid, bits.header_size, trace);
+  move_to(trace, file, solid.data_position);
+  return text;
+}
+
+/// The test leaves out the header on purpose: a shorter overrun shows when the data are read.
+void mark_truncation(InspectFile& file, PartitionEntry& entry, const BrepsolidHeaderBits& bits) {
+  const std::uint64_t left = file.file_length > entry.base ? file.file_length - entry.base : 0;
+  if (entry.truncated || bits.rest_size <= left) return;
+  entry.truncated = true;
+  report_problem(file, "**** Brepsolid partition id %d is truncated - size %llu\n", entry.id,
+                 static_cast<ull>(bits.rest_size));
+}
+
+}  // namespace
+
+BrepsolidHeaderBits read_header_bits(InspectFile& file, std::int32_t type, bool trace) {
+  std::array<std::uint32_t, 2> words = {};
+  read_bytes(trace, file, sizeof words, words.data(), "Reading bits of the Brepsolid partition header");
+  swap_ints(trace, file, words.size(), words.data());
+  BrepsolidHeaderBits bits;
+  bits.compressed = (words[0] & kCompressedBit) != 0;
+  bits.has_extension = (words[0] & kExtensionBit) != 0;
+  bits.header_size = words[0] & kHeaderSizeMask;
+  bits.rest_size = words[1];
+  if (type == kBrepsolidDelta && (words[0] & kWideDeltaBit) != 0) {
+    bits.header_size &= ~kWideDeltaBit;
+    bits.has_extension = false;
+    read_int64s(trace, file, 1, &bits.rest_size, "Brepsolid data size");
+    bits.wide_sizes = true;
+  } else if (bits.has_extension) {
+    read_extension(file, bits, trace);
+  }
+  return bits;
+}
+
+void read_brepsolid_partition(InspectFile& file, PartitionEntry& entry, bool trace) {
+  if (current_position(file) != entry.base) move_to(trace, file, entry.base);
+  auto solid = std::make_unique<BrepsolidPartition>();
+  solid->bits = read_header_bits(file, entry.type, trace);
+  const BrepsolidHeaderBits& bits = solid->bits;
+  if (trace) {
+    support::print("Size of BS header = %d, size of rest of file = %llu\n",
+                   static_cast<std::int32_t>(bits.header_size), static_cast<ull>(bits.rest_size));
+  }
+  solid->header_saved_here = bits.header_size > 0;
+  solid->data_position = current_position(file) + bits.header_size;
+  const std::string text = solid->header_saved_here ? take_header_text(file, *solid, bits.header_size, trace)
+                                                    : borrow_header_text(file, entry, *solid, trace);
+  solid->flags = derived_flags(bits);
+  mark_truncation(file, entry, bits);
+  file.kernel_version = kernel_version_of(text);
+  entry.solid = std::move(solid);
+}
+
+std::string read_header_text(InspectFile& file, const BrepsolidPartition& solid, bool trace) {
+  std::string text(solid.header_length, '\0');
+  if (text.empty()) return text;
+  move_to(trace, file, solid.header_position);
+  read_bytes(trace, file, static_cast<std::int32_t>(solid.header_length), text.data(), "Brepsolid header");
+  return text;
+}
+
+}  // namespace inspect

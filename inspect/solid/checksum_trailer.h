@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+
+#include "inspect/records/inspect_file.h"
+#include "inspect/solid/data_block_copy.h"
+#include "inspect/solid/deflated_copy.h"
+
+namespace inspect {
+
+/// The trailer of a compressed block: three values of 4 bytes, or of 8 with wide sizes, most significant byte
+/// first whatever the file's byte order.
+struct ChecksumTrailer {
+  std::uint64_t plain_checksum = 0;   ///< Adler-32 of the expanded data
+  std::uint64_t expanded_size = 0;    ///< in bytes
+  std::uint64_t stored_checksum = 0;  ///< Adler-32 of the stored data
+};
+
+/// Reads the trailer, and the padding byte behind it, at the stream's position.
+ChecksumTrailer read_checksum_trailer(InspectFile& file, const DataBlock& block);
+
+/// True when the block of this entry must lack its trailer: only latent bodies were once stored so.
+bool is_trailer_missing(const InspectFile& file, const PartitionEntry& entry, const DataBlock& block);
+
+/// Compares what was saved with what copying has shown, and tells the differences as the mode demands.
+/// True when there are none.
+bool compare_with_trailer(InspectFile& file, const PartitionEntry& entry, CopyMode mode,
+                          const ChecksumTrailer& saved, const DeflatedResult& found);
+
+}  // namespace inspect

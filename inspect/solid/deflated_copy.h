@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "inspect/records/inspect_file.h"
+#include "inspect/solid/inflate_stream.h"
+#include "inspect/solid/piece_reader.h"
+#include "inspect/solid/transmit_file.h"
+
+namespace inspect {
+
+/// What copying a compressed block has shown.
+struct DeflatedResult {
+  std::uint64_t produced = 0;  ///< expanded bytes
+  std::uint32_t plain_checksum = 1;
+  std::uint32_t stored_checksum = 1;
+  int error = 0;  ///< the first error of inflate
+};
+
+/// Expands one zlib stream of a partition into a file or nowhere. What can be seen of it is as if it went
+/// through an output buffer of 1024 bytes that an error throws away; the real buffer is larger.
+class DeflatedCopy {
+ public:
+  /// Raises inspect_error "failed to initialise decompressor".
+  DeflatedCopy(InspectFile& file, TransmitFile* output);
+
+  /// Copies the stored bytes at the stream's position and leaves the stream behind them.
+  DeflatedResult run(std::uint64_t stored_length);
+
+ private:
+  int expand_piece(std::span<const unsigned char> piece);
+  bool piece_just_filled() const;
+  void write_pieces(std::uint64_t up_to);
+  void write(std::uint64_t up_to);
+
+  InspectFile& file_;
+  TransmitFile* output_;
+  InflateStream inflate_;
+  std::unique_ptr<unsigned char[]> buffer_;
+  std::uint64_t written_ = 0;      ///< expanded bytes that have left the buffer
+  std::uint64_t piece_start_ = 0;  ///< expanded bytes when the current piece of input was begun
+};
+
+/// Folds all that is left of a run into an Adler-32.
+std::uint32_t fold_rest(PieceReader& pieces, std::uint32_t checksum);
+
+}  // namespace inspect

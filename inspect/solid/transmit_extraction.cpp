@@ -1,0 +1,197 @@
+#include "inspect/solid/transmit_extraction.h"
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "inspect/records/inspect_errors.h"
+#include "inspect/records/traced_readers.h"
+#include "inspect/solid/brepsolid_header.h"
+#include "inspect/solid/data_block_copy.h"
+#include "inspect/solid/header_keywords.h"
+#include "inspect/solid/modeller_kinds.h"
+#include "inspect/solid/transmit_file.h"
+#include "inspect/solid/transmit_names.h"
+#include "support/console.h"
+#include "support/error_escape.h"
+#include "support/printable.h"
+#include "support/program.h"
+
+namespace inspect {
+
+namespace {
+
+/// Extracts or checks partitions of one file, and remembers which names it has written.
+class Extractor {
+ public:
+  Extractor(InspectFile& file, CopyMode mode) : file_(file), mode_(mode) {}
+
+  /// True when nothing was found.
+  bool extract(const PartitionEntry& entry, AppendId append);
+
+ private:
+  bool skip_reference(const PartitionEntry& entry) const;
+  TransmitFormat read_format(std::int32_t type, const std::string& header);
+  bool write_files(const PartitionEntry& entry, const TransmitFormat& format, const std::string& header,
+                   AppendId append);
+  TransmitFile open(const std::string& name, const PartitionEntry& entry);
+  bool copy_blocks(const PartitionEntry& entry, bool binary, TransmitFile* main, TransmitFile* second);
+  bool copy_block(const PartitionEntry& entry, std::uint64_t length, bool binary, TransmitFile* output);
+
+  InspectFile& file_;
+  CopyMode mode_;
+  std::map<std::string, std::int32_t> written_;  ///< file name to partition id
+};
+
+bool Extractor::skip_reference(const PartitionEntry& entry) const {
+  const std::uint32_t flags = entry.solid->flags;
+  if ((flags & kReferenceFlag) == 0) return false;
+  if (mode_ == CopyMode::extract) {
+    support::print(
+        "Partition %d is a %s partition, and thus does not have a solid body to extract. Skipping this "
+        "partition.\n",
+        entry.id, (flags & kPseudoReferenceFlag) != 0 ? "pseudo reference" : "reference");
+  }
+  return true;
+}
+
+TransmitFormat Extractor::read_format(std::int32_t type, const std::string& header) {
+  const bool trace = file_.options.trace;
+  const auto show = [](std::string_view text) { return support::printable(text, support::KeepLayout::yes); };
+  if (trace) support::print("BS Header:\n%s\n", show(header).c_str());
+  const std::optional<std::string_view> value = transmit_format_of(header);
+  if (trace) {
+    support::print("BS File format:\n%s\n", show(value.value_or("unknown, assuming binary")).c_str());
+  }
+  return transmit_format(file_, type, value);
+}
+
+bool Extractor::extract(const PartitionEntry& entry, AppendId append) {
+  if (skip_reference(entry)) return true;
+  const std::string header = read_header_text(file_, *entry.solid, file_.options.trace);
+  const TransmitFormat format = read_format(entry.type, header);
+  move_to(file_.options.trace, file_, entry.solid->data_position);
+  if (mode_ != CopyMode::extract) return copy_blocks(entry, format.binary, nullptr, nullptr);
+  return write_files(entry, format, header, append);
+}
+
+/// A name that this run has written before is written anew: that must not pass unseen.
+TransmitFile Extractor::open(const std::string& name, const PartitionEntry& entry) {
+  TransmitFile output(file_, name);
+  const auto [place, is_new] = written_.try_emplace(name, entry.id);
+  if (!is_new) {
+    support::print_message("%s: file %s of partition %d is replaced by partition %d\n",
+                           support::program_name(), name.c_str(), place->second, entry.id);
+    place->second = entry.id;
+  }
+  return output;
+}
+
+bool Extractor::write_files(const PartitionEntry& entry, const TransmitFormat& format,
+                            const std::string& header, AppendId append) {
+  const TransmitNames names = transmit_names(file_, entry.id, format, append);
+  TransmitFile main = open(names.main, entry);
+  if (entry.type != kBrepsolidDelta) main.write(header.data(), header.size());
+  std::optional<TransmitFile> second;
+  if (entry.solid->bits.second_size != 0) {
+    second.emplace(open(names.second, entry));
+    second->write(header.data(), header.size());
+  }
+  return copy_blocks(entry, format.binary, &main, second ? &*second : nullptr);
+}
+
+bool Extractor::copy_blocks(const PartitionEntry& entry, bool binary, TransmitFile* main,
+                            TransmitFile* second) {
+  const BrepsolidHeaderBits& bits = entry.solid->bits;
+  const bool sound = copy_block(entry, bits.rest_size, binary, main);
+  if (bits.second_size == 0) return sound;
+  return copy_block(entry, bits.second_size, binary, second) && sound;
+}
+
+bool Extractor::copy_block(const PartitionEntry& entry, std::uint64_t length, bool binary,
+                           TransmitFile* output) {
+  const BrepsolidHeaderBits& bits = entry.solid->bits;
+  const DataBlock block = {length, bits.compressed, bits.wide_sizes, binary};
+  try {
+    return copy_data_block(file_, entry, block, mode_, output);
+  } catch (const support::ErrorEscape&) {
+    if (output != nullptr) report_problem(file_, "output file %s is incomplete", output->name().c_str());
+    throw;
+  }
+}
+
+bool is_readable(const PartitionEntry& entry) {
+  return !entry.data_zero && !entry.truncated && entry.solid != nullptr;
+}
+
+const PartitionEntry* find_partition(const InspectFile& file, std::int32_t id) {
+  for (const PartitionEntry& entry : file.partitions) {
+    if (entry.id == id && is_in_set(entry.type, kModellerSet) && is_readable(entry)) return &entry;
+  }
+  return nullptr;
+}
+
+bool may_link(std::int32_t type) {
+  return type == kBrepsolidPartition || type == kBrepsolidPartitionSheet || type == kBrepsolidPartitionTool;
+}
+
+/// The id that comes next in the chain; 0 at its end.
+std::int32_t linked_id(const PartitionEntry& entry) {
+  return may_link(entry.type) ? entry.solid->bits.linked_partition_id : 0;
+}
+
+/// Bodies first, deltas in a pass of their own.
+bool run_all(InspectFile& file, CopyMode mode) {
+  Extractor extractor(file, mode);
+  bool sound = true;
+  for (const std::uint32_t set : {kExtractAllSet, std::uint32_t{1} << kBrepsolidDelta}) {
+    for (const PartitionEntry& entry : file.partitions) {
+      if (entry.data_zero || !is_in_set(entry.type, set)) continue;
+      if (!is_readable(entry)) {
+        // Reported when it was read; there is nothing to check, but something is not extracted.
+        sound = sound && mode != CopyMode::extract;
+        continue;
+      }
+      const AppendId append = entry.type == kOldBrepsolid ? AppendId::no : AppendId::yes;
+      sound = extractor.extract(entry, append) && sound;
+    }
+  }
+  return sound;
+}
+
+}  // namespace
+
+std::int32_t extract_partition(InspectFile& file, std::int32_t id) {
+  Extractor extractor(file, CopyMode::extract);
+  std::set<std::int32_t> seen;
+  std::int32_t settled = id;
+  for (std::int32_t wanted = id; wanted != 0;) {
+    if (!seen.insert(wanted).second) {
+      report_problem(file, "the chain of linked partitions comes back to id %d", wanted);
+      break;
+    }
+    const PartitionEntry* entry = find_partition(file, wanted);
+    if (entry == nullptr) {
+      report_problem(file, "no Brepsolid partition with id %d can be extracted", wanted);
+      break;
+    }
+    settled = wanted;
+    extractor.extract(*entry, AppendId::no);
+    wanted = linked_id(*entry);
+  }
+  return settled;
+}
+
+bool extract_all_partitions(InspectFile& file) { return run_all(file, CopyMode::extract); }
+
+bool check_all_partitions(InspectFile& file) { return run_all(file, CopyMode::check); }
+
+void check_scanned_partition(InspectFile& file, const PartitionEntry& entry) {
+  if (!is_readable(entry)) return;
+  if (Extractor(file, CopyMode::scan).extract(entry, AppendId::no)) return;
+  file.failed = true;
+  file.problems_found = true;
+}
+
+}  // namespace inspect

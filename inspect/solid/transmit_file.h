@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "inspect/records/inspect_file.h"
+#include "support/output_file.h"
+
+namespace inspect {
+
+/// A transmit file being written. A failed write is reported with the file's name and the system's reason,
+/// and raises inspect_error "write failed"; what was written stays.
+class TransmitFile {
+ public:
+  /// Creates or empties the file. Raises inspect_error "can not open output file %s" when that fails and when
+  /// the name leads to the part file itself.
+  TransmitFile(InspectFile& file, std::string name);
+
+  const std::string& name() const { return name_; }
+  void write(const void* bytes, std::size_t count);
+  void close();
+
+ private:
+  [[noreturn]] void fail();
+
+  InspectFile& file_;
+  std::string name_;
+  support::OutputFile output_;
+};
+
+}  // namespace inspect
