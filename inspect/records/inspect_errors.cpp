@@ -30,8 +30,10 @@ void inspect_error(InspectFile& file, const char* format, ...) {
   va_start(arguments, format);
   std::string message = support::format_text_list(format, arguments);
   va_end(arguments);
-  report(file, message);
-  file.failed = true;
+  if (!file.quiet) {
+    report(file, message);
+    file.failed = true;
+  }
   throw support::ErrorEscape("vr_inspect_internal", kContentError, std::move(message));
 }
 
@@ -40,6 +42,7 @@ void inspect_fatal(InspectFile& file, const char* format, ...) {
   va_start(arguments, format);
   const std::string message = support::format_text_list(format, arguments);
   va_end(arguments);
+  if (file.quiet) throw support::ErrorEscape("vr_inspect_internal", kInspectorError, message);
   support::report_message(support::format_text("%s: %s\n", support::program_name(), message.c_str()),
                           echo_of(file.options));
   file.failed = true;

@@ -29,4 +29,18 @@ void report_warning(const InspectOptions& options, const char* message);
 /// reported where it was raised, else its message through the failure reporter. The file has failed.
 void report_escape(InspectFile& file, const support::ErrorEscape& escape);
 
+/// While one lives, inspect_error and inspect_fatal raise their escape and do nothing else: for content that
+/// a report can do without.
+class QuietErrors {
+ public:
+  explicit QuietErrors(InspectFile& file) : file_(file), before_(file.quiet) { file.quiet = true; }
+  ~QuietErrors() { file_.quiet = before_; }
+  QuietErrors(const QuietErrors&) = delete;
+  QuietErrors& operator=(const QuietErrors&) = delete;
+
+ private:
+  InspectFile& file_;
+  bool before_;
+};
+
 }  // namespace inspect

@@ -13,6 +13,7 @@
 #include "inspect/records/brepsolid_header_bits.h"
 #include "inspect/records/inspect_options.h"
 #include "inspect/records/part_header.h"
+#include "inspect/records/shared_strings.h"
 #include "support/byte_source.h"
 #include "support/output_file.h"
 
@@ -59,9 +60,6 @@ constexpr std::uint32_t combine_position(std::int16_t version, std::uint16_t fir
 /// The printed name: "Record Mgr", ..., "BS Delta"; "unknown" outside 1 to 19.
 const char* partition_type_name(std::int32_t type);
 
-/// A shared string, or none where the table's slot holds no text.
-using SharedString = std::optional<std::string>;
-
 /// One partition of the part stream. Offsets and positions are in bytes from the start of the stream.
 struct PartitionEntry {
   std::size_t number = 0;  ///< its place in the file's list, from 0
@@ -80,7 +78,7 @@ struct PartitionEntry {
   std::uint64_t object_table_offset = 0;
   bool wide_positions = false;
   bool compact = false;
-  std::vector<SharedString> shared_strings;
+  SharedStrings shared_strings;
 
   /// Modeller partitions only: the header as decoded in the reading pass.
   std::unique_ptr<BrepsolidPartition> solid;
@@ -125,7 +123,9 @@ struct InspectFile {
   std::uint64_t checked_bytes = 0;      ///< partition bytes that checks and extractions have read
   std::map<std::int32_t, std::int32_t> sources;  ///< partition id to source partition id, for output names
   bool development_warnings = false;             ///< no switch sets it
-  bool has_om_checksums = false;
+  bool has_om_checksums = false;      ///< some object-manager partition carries a checksum
+  bool all_have_om_checksums = true;  ///< no object-manager partition read so far lacks one
+  bool quiet = false;                 ///< see QuietErrors
 };
 
 }  // namespace inspect

@@ -275,7 +275,8 @@ void seek_object(InspectFile& file, const PartitionEntry& partition, std::int32_
   read_position(trace, file, partition.wide_positions, position, "File position of object %d", object_index);
   VRII_ASSERT(partition.om_file_length_byte_size == 4 || partition.om_file_length_byte_size == 12);
   move_to(trace, file,
-          partition.base + static_cast<std::uint64_t>(partition.om_file_length_byte_size) + position);
+          position_behind(partition.base + static_cast<std::uint64_t>(partition.om_file_length_byte_size),
+                          position));
 }
 
 }  // namespace inspect

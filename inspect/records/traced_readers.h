@@ -48,6 +48,12 @@ enum class StringTyping { plain, vla_typed };
 void move_to(bool trace, InspectFile& file, std::uint64_t position);
 std::uint64_t current_position(const InspectFile& file);
 
+/// `offset` bytes behind `base`; a sum beyond any file stays there instead of wrapping into it.
+constexpr std::uint64_t position_behind(std::uint64_t base, std::uint64_t offset) {
+  constexpr std::uint64_t kBeyondAnyFile = INT64_MAX;
+  return base > kBeyondAnyFile || offset > kBeyondAnyFile - base ? kBeyondAnyFile : base + offset;
+}
+
 /// Moves to the first byte behind the length field of an object of the partition's object table.
 void seek_object(InspectFile& file, const PartitionEntry& partition, std::int32_t object_index, bool trace);
 

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "inspect/records/inspect_file.h"
+#include "inspect/records/object_manager_partition.h"
+
+namespace inspect {
+
+/// Reads the heads of the entity type chains at the stream's position, behind the audit trail of a record
+/// manager. Older layout: 256 labels. Newer (`file.rm_layout`): a list of n labels, the creation display
+/// data, three labels more, and the n entity types of the list; heads of types not named are -1. A first
+/// version of -1 says that the record manager has no chains: all heads are -1 then.
+void read_entity_type_chains(bool trace, InspectFile& file, const PartitionEntry& partition,
+                             EntityTypeChains& heads);
+
+}  // namespace inspect
