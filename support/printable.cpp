@@ -8,8 +8,17 @@ namespace {
 
 bool is_continuation(unsigned char byte) { return (byte & 0xC0U) == 0x80U; }
 
-/// The length in bytes of the printable UTF-8 character that `text` begins with, 0 when there is none.
+void append_escaped(std::string& out, unsigned char byte) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  out += "\\x";
+  out += kDigits[byte >> 4U];
+  out += kDigits[byte & 0xFU];
+}
+
+}  // namespace
+
 std::size_t printable_length(std::string_view text) {
+  if (text.empty()) return 0;
   const auto at = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
   const unsigned char lead = at(0);
   if (lead < 0x80) return lead >= 0x20 && lead != 0x7F ? 1 : 0;
@@ -26,18 +35,14 @@ std::size_t printable_length(std::string_view text) {
   return overlong || surrogate || control || code > 0x10FFFF ? 0 : length;
 }
 
-void append_escaped(std::string& out, unsigned char byte) {
-  constexpr char kDigits[] = "0123456789ABCDEF";
-  out += "\\x";
-  out += kDigits[byte >> 4U];
-  out += kDigits[byte & 0xFU];
-}
-
-}  // namespace
-
 std::string printable(std::string_view text, KeepLayout layout) {
   std::string out;
   out.reserve(text.size());
+  append_printable(out, text, layout);
+  return out;
+}
+
+void append_printable(std::string& out, std::string_view text, KeepLayout layout) {
   while (!text.empty()) {
     const std::size_t length = printable_length(text);
     const char first = text.front();
@@ -53,7 +58,6 @@ std::string printable(std::string_view text, KeepLayout layout) {
     }
     text.remove_prefix(1);
   }
-  return out;
 }
 
 }  // namespace support

@@ -11,4 +11,10 @@ enum class KeepLayout { no, yes };
 /// no valid UTF-8 become \xNN. With KeepLayout::yes line ends and tabs stay.
 std::string printable(std::string_view text, KeepLayout layout = KeepLayout::no);
 
+/// The same, appended to `out`.
+void append_printable(std::string& out, std::string_view text, KeepLayout layout = KeepLayout::no);
+
+/// The length in bytes of the printable UTF-8 character that `text` begins with; 0 when there is none.
+std::size_t printable_length(std::string_view text);
+
 }  // namespace support

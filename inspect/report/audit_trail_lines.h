@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "inspect/records/object_manager_partition.h"
@@ -13,19 +15,26 @@ class ShownTexts {
  public:
   explicit ShownTexts(const TextPool& texts) : texts_(texts) {}
 
-  /// Appends the text, padded with blanks to `width` columns; "<none>" for kNoText.
+  /// Appends the text, padded with blanks to `width` bytes; "<none>" for kNoText.
   void append(std::string& line, TextId id, std::size_t width = 0);
 
  private:
   const TextPool& texts_;
-  std::vector<bool> shown_long_;
+  std::vector<bool> shown_;  ///< by TextId, for long texts
 };
 
-/// Seconds since 1970 as local date and time in the form of ctime, 24 characters without line end; what a
-/// pseudo entry shows instead.
-std::string save_time_text(std::int32_t seconds);
+/// Appends a number, padded on the left with blanks to `width` columns.
+void append_number(std::string& line, std::int64_t number, std::size_t width = 0);
 
-/// Appends ", version N, machine type N" of a save, aligned, and the line end.
+/// Appends the time of a save, local date and time in the form of ctime: 24 characters, no line end. A pseudo
+/// entry has no time and says so.
+void append_save_time(std::string& line, std::int32_t seconds);
+
+/// Appends version number and machine type of a save.
 void append_save_numbers(std::string& line, const AuditEntry& entry);
+
+/// The audit trail as read: a line for each program version, below it a line for each of its saves;
+/// `with_cookies` adds magic cookie and maximum object id.
+void print_audit_trail(const ObjectManagerPartition& om, bool with_cookies);
 
 }  // namespace inspect

@@ -1,0 +1,102 @@
+#include "inspect/report/audit_trail_lines.h"
+
+#include <charconv>
+
+#include "support/console.h"
+#include "support/local_time.h"
+#include "support/printable.h"
+
+namespace inspect {
+
+namespace {
+
+constexpr std::size_t kLongText = 256;  ///< bytes; longer texts are cut when they come again
+constexpr std::size_t kCutText = 48;    ///< bytes left of them
+constexpr std::size_t kTimeColumns = 24;
+constexpr std::size_t kNameColumns = 16;
+constexpr std::string_view kPseudoEntry = "(pseudo entry)";
+
+void pad_to(std::string& line, std::size_t length) {
+  if (line.size() < length) line.append(length - line.size(), ' ');
+}
+
+void append_cookies(std::string& line, const AuditEntry& entry) {
+  line += "  magic cookie ";
+  append_number(line, entry.magic_cookie, 10);
+  line += "  maximum object id ";
+  append_number(line, entry.maximum_object_id, 10);
+}
+
+}  // namespace
+
+void ShownTexts::append(std::string& line, TextId id, std::size_t width) {
+  const std::size_t begin = line.size();
+  std::string_view text = texts_[id];
+  bool cut = false;
+  if (text.size() > kLongText) {
+    if (shown_.empty()) shown_.resize(texts_.size());
+    cut = shown_[id];
+    shown_[id] = true;
+  }
+  if (cut) text = text.substr(0, kCutText);
+  if (id == kNoText) {
+    line += "<none>";
+  } else {
+    support::append_printable(line, text);
+  }
+  if (cut) line += "...";
+  pad_to(line, begin + width);
+}
+
+void append_number(std::string& line, std::int64_t number, std::size_t width) {
+  char digits[24];
+  const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+  const auto count = static_cast<std::size_t>(end - digits);
+  if (count < width) line.append(width - count, ' ');
+  line.append(digits, count);
+}
+
+void append_save_time(std::string& line, std::int32_t seconds) {
+  const std::size_t begin = line.size();
+  if (seconds == 0) {
+    line += kPseudoEntry;
+  } else {
+    line += support::local_time_line(seconds);
+    line.pop_back();
+  }
+  pad_to(line, begin + kTimeColumns);
+}
+
+void append_save_numbers(std::string& line, const AuditEntry& entry) {
+  line += "  version ";
+  append_number(line, entry.version_number, 5);
+  line += "  machine type ";
+  append_number(line, entry.machine_type, 5);
+}
+
+void print_audit_trail(const ObjectManagerPartition& om, bool with_cookies) {
+  const AuditTrail& audit = om.audit;
+  support::print("Audit trail: %zu program versions, %zu saves\n", audit.objects.size(),
+                 audit.entries.size());
+  ShownTexts texts(om.texts);
+  std::string line;
+  for (const AuditObject& object : audit.objects) {
+    line = "  Program version: ";
+    texts.append(line, object.program_version);
+    line += '\n';
+    support::print_text(line);
+    for (std::size_t i = 0; i < object.entry_count; ++i) {
+      const AuditEntry& entry = audit.entries[object.first_entry + i];
+      line = "    ";
+      append_save_time(line, entry.save_time);
+      line += "  ";
+      texts.append(line, entry.user_name, kNameColumns);
+      append_save_numbers(line, entry);
+      if (with_cookies && audit.has_cookies) append_cookies(line, entry);
+      line += '\n';
+      support::print_text(line);
+    }
+  }
+}
+
+}  // namespace inspect

@@ -1,0 +1,134 @@
+#include "inspect/report/object_manager_listing.h"
+
+#include <array>
+#include <cstdio>
+#include <string>
+
+#include "inspect/report/audit_trail_lines.h"
+#include "support/console.h"
+#include "support/local_time.h"
+#include "support/printable.h"
+
+namespace inspect {
+
+namespace {
+
+using support::print;
+using support::print_text;
+using support::printable;
+
+constexpr std::size_t kNameColumns = 32;
+constexpr std::size_t kSchemaColumns = 16;
+
+/// By OM version, from 3.
+constexpr std::array kVersionTexts = {
+    "(audit objects by label)", "(audit objects by label)",    "(audit objects inline)",
+    "(audit objects inline)",   "(no superclass table)",       "(no superclass table)",
+    "(no superclass table)",    "(schemas and class entries)",
+};
+
+const char* version_text(std::int32_t version) {
+  const bool known = version >= kFirstOmVersion && version <= kLastOmVersion;
+  return known ? kVersionTexts[static_cast<std::size_t>(version - kFirstOmVersion)] : "";
+}
+
+void append_hex(std::string& line, std::int32_t value) {
+  char digits[12];
+  const int count = std::snprintf(digits, sizeof digits, "%08x", static_cast<unsigned>(value));
+  line.append(digits, static_cast<std::size_t>(count));
+}
+
+void print_schemas(const ObjectManagerPartition& om, ShownTexts& texts) {
+  print("Schemas: %zu\n", om.schemas.size());
+  std::string line;
+  for (std::size_t i = 0; i < om.schemas.size(); ++i) {
+    line = "  ";
+    append_number(line, static_cast<std::int64_t>(i), 4);
+    line += "  ";
+    texts.append(line, om.schemas[i].name, kNameColumns);
+    line += "  version ";
+    append_number(line, om.schemas[i].version);
+    line += '\n';
+    print_text(line);
+  }
+}
+
+/// Index, name, schema with version, superclass and sub file of a class; from version 10 its digest.
+void append_class(std::string& line, std::size_t index, const OmClass& om_class, ShownTexts& texts) {
+  append_number(line, static_cast<std::int64_t>(index), 6);
+  line += "  ";
+  texts.append(line, om_class.name, kNameColumns);
+  line += "  schema ";
+  texts.append(line, om_class.schema_name, kSchemaColumns);
+  line += " version ";
+  append_number(line, om_class.schema_version, 5);
+  line += "  superclass ";
+  append_number(line, om_class.superclass, 4);
+  line += "  sub file ";
+  append_number(line, om_class.sub_file_id, 4);
+}
+
+void print_classes(const ObjectManagerPartition& om, ShownTexts& texts) {
+  print("Classes: %zu\n", om.classes.size());
+  std::string line;
+  for (std::size_t i = 0; i < om.classes.size(); ++i) {
+    line.clear();
+    append_class(line, i, om.classes[i], texts);
+    if (om.version >= kLastOmVersion) {
+      line += "  digest ";
+      append_hex(line, om.classes[i].digest);
+      line += ' ';
+      append_number(line, om.classes[i].second_word);
+    }
+    line += '\n';
+    print_text(line);
+  }
+}
+
+}  // namespace
+
+void print_om_start(const ObjectManagerPartition& om) {
+  const auto start = static_cast<long long>(om.start);
+  print("Starts at file offset: %lld (0x%llx)\n", start, om.start + 0ULL);
+  print("Length: %llu bytes\n", om.length + 0ULL);
+}
+
+void print_om_identity(const PartitionEntry& partition, const ObjectManagerPartition& om) {
+  print("Machine format: %s\n", printable(om.machine_name).c_str());
+  print("Time of saving: %s", support::local_time_line(om.save_time).c_str());
+  print("OM file name: %s\n", printable(om.file_name).c_str());
+  print("OM file format version: %d %s\n", om.version, version_text(om.version));
+  print("Number encoding: %s\n", partition.compact ? "compact" : "plain");
+  print("Carries a checksum: %s\n", om.has_checksum ? "yes" : "no");
+  print("Number of objects: %d\n", om.object_count);
+}
+
+void print_om_counts(const PartitionEntry& partition, const ObjectManagerPartition& om) {
+  print("Label of saving object: %d\n", om.saving_object_label);
+  print("Label of root object: %d\n", om.root_object_label);
+  if (om.external_references) {
+    print("Number of external references out of this directory: %d\n", *om.external_references);
+  }
+  if (om.external_root_groups) print("Number of external root object groups: %d\n", *om.external_root_groups);
+  if (om.external_file_ids.value_or(-1) >= 0) {
+    print("Number of inter-part references out of this directory: %d\n", *om.external_file_ids);
+  }
+  if (partition.wide_positions) print_text("Uses 64 bit offsets\n");
+}
+
+void print_om_classes(const ObjectManagerPartition& om) {
+  ShownTexts texts(om.texts);
+  if (om.version >= kLastOmVersion) print_schemas(om, texts);
+  print_classes(om, texts);
+}
+
+void print_om_root(const PartitionEntry& partition, const ObjectManagerPartition& om) {
+  if (!om.has_root()) {
+    print_text("Root object: none\n");
+    return;
+  }
+  print("Shared strings: %zu\n", partition.shared_strings.size());
+  print("Root object: %d \"%s\"\n", om.root_object, printable(om.root_name).c_str());
+}
+
+}  // namespace inspect

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "inspect/records/object_manager_partition.h"
+
+/// The listing of an object-manager partition, one function for each step of reading it.
+namespace inspect {
+
+void print_om_start(const ObjectManagerPartition& om);
+void print_om_identity(const PartitionEntry& partition, const ObjectManagerPartition& om);
+void print_om_counts(const PartitionEntry& partition, const ObjectManagerPartition& om);
+void print_om_classes(const ObjectManagerPartition& om);
+void print_om_root(const PartitionEntry& partition, const ObjectManagerPartition& om);
+
+}  // namespace inspect
