@@ -1,0 +1,130 @@
+#include "inspect/report/external_references.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <string_view>
+#include <unordered_map>
+
+#include "inspect/report/printable_texts.h"
+#include "support/console.h"
+
+namespace inspect {
+
+namespace {
+
+constexpr std::string_view kPartExtension = ".prt";
+constexpr std::string_view kMainPartType = "VRX::ModlFeature::MainPartModuleExtFileRefType";
+constexpr std::string_view kLinkedPartType = "VRX::ModlFeature::LinkedPartModuleExtFileRefType";
+constexpr std::size_t kMaxModules = 10'000;
+constexpr std::size_t kMaxModuleName = 1024;                   ///< bytes
+constexpr std::size_t kMaxKeptNames = std::size_t{16} << 20U;  ///< bytes, with what the map adds to each
+
+void print_line(std::string_view text) {
+  support::print_text("  ");
+  support::print_text(text);
+  support::print_text("\n");
+}
+
+void print_table(const char* heading, support::ByteSource* stream) {
+  support::print_text(heading);
+  bool empty = true;
+  if (stream != nullptr) {
+    PrintableTexts texts(*stream);
+    for (; const auto text = texts.next(); empty = false) print_line(*text);
+  }
+  if (empty) print_line("<none>");
+}
+
+char lower_case(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+bool names_part(std::string_view text) {
+  const auto same = [](char a, char b) { return lower_case(a) == b; };
+  return std::ranges::search(text, kPartExtension, same).begin() != text.end();
+}
+
+/// Calls `visit(name)` for every text of the streams that names a part.
+template <typename Visit>
+void visit_part_names(support::ByteSource* part_stream, support::ByteSource* fast_load_stream, Visit visit) {
+  for (support::ByteSource* stream : {part_stream, fast_load_stream}) {
+    if (stream == nullptr) continue;
+    PrintableTexts texts(*stream);
+    while (const auto text = texts.next()) {
+      if (names_part(*text)) visit(*text);
+    }
+  }
+}
+
+/// How often each name is still to come. Names beyond a bound on memory are not kept.
+class RemainingNames {
+ public:
+  void add(std::string_view name) {
+    const auto known = counts_.find(std::string(name));
+    if (known != counts_.end()) {
+      ++known->second;
+    } else if (kept_bytes_ < kMaxKeptNames) {
+      kept_bytes_ += name.size() + kEntryOverhead;
+      counts_.emplace(name, 1);
+    }
+  }
+
+  /// True when `name` does not come again, as far as is known.
+  bool is_last(std::string_view name) {
+    const auto known = counts_.find(std::string(name));
+    return known == counts_.end() || --known->second == 0;
+  }
+
+ private:
+  static constexpr std::size_t kEntryOverhead = 96;
+  std::unordered_map<std::string, std::uint64_t> counts_;
+  std::size_t kept_bytes_ = 0;
+};
+
+}  // namespace
+
+void print_external_references(support::ByteSource* part_stream, support::ByteSource* fast_load_stream) {
+  print_table("Contents of ExternalReferenceTable for VRPart Storage:\n", part_stream);
+  print_table("Contents of ExternalReferenceTable for Fast Load Partition Storage:\n", fast_load_stream);
+}
+
+void print_referenced_parts(support::ByteSource* part_stream, support::ByteSource* fast_load_stream,
+                            ReferenceListing listing) {
+  bool empty = true;
+  const auto show = [&](std::string_view name) {
+    print_line(name);
+    empty = false;
+  };
+  if (listing == ReferenceListing::all) {
+    support::print_text("\nReferenced parts (all):\n");
+    visit_part_names(part_stream, fast_load_stream, show);
+  } else {
+    support::print_text("\nReferenced parts (most recent):\n");
+    RemainingNames remaining;
+    visit_part_names(part_stream, fast_load_stream, [&](std::string_view name) { remaining.add(name); });
+    visit_part_names(part_stream, fast_load_stream, [&](std::string_view name) {
+      if (remaining.is_last(name)) show(name);
+    });
+  }
+  if (empty) print_line("<none>");
+}
+
+PartModuleReferences find_part_modules(support::ByteSource& stream) {
+  PartModuleReferences modules;
+  PrintableTexts texts(stream);
+  std::string* unnamed = nullptr;
+  std::size_t count = 0;
+  while (const auto text = texts.next()) {
+    const bool main_part = text->find(kMainPartType) != std::string_view::npos;
+    const bool linked_part = text->find(kLinkedPartType) != std::string_view::npos;
+    if (main_part || linked_part) {
+      if (++count > kMaxModules) break;
+      auto& names = main_part ? modules.main_parts : modules.linked_parts;
+      unnamed = &names.emplace_back("Unknown");
+    } else if (unnamed != nullptr) {
+      unnamed->assign(text->substr(0, kMaxModuleName));
+      unnamed = nullptr;
+    }
+  }
+  return modules;
+}
+
+}  // namespace inspect
