@@ -40,7 +40,7 @@ class MicrosoftStorageFile final : public StorageFile {
   bool is_truncated() override;
 
   /// Every stream of that name in the tree, in listing order: depth first, children in their order.
-  std::vector<ElementId> streams_named(std::string_view name);
+  std::vector<ElementId> streams_named(std::string_view name) override;
 
  private:
   const CompoundElement& element(ElementId id) const;

@@ -3,6 +3,7 @@
 #include "inspect/records/part_header_reader.h"
 #include "inspect/records/partition_index.h"
 #include "inspect/solid/brepsolid_header.h"
+#include "inspect/solid/modeller_kinds.h"
 #include "inspect/solid/object_manager_checksum.h"
 #include "inspect/solid/transmit_extraction.h"
 
@@ -16,8 +17,8 @@ void visit_partition(InspectFile& file, PartitionEntry& partition) {
   if (holds_modeller_data(partition)) {
     read_brepsolid_partition(file, partition, trace);
     if (file.options.scan) check_scanned_partition(file, partition);
-  } else if (file.options.scan && holds_objects(file, partition)) {
-    check_object_manager_partition(file, partition, trace);
+  } else if (file.options.scan && may_hold_objects(file, partition)) {
+    check_object_manager_checksum(file, partition, trace);
   }
 }
 

@@ -48,6 +48,7 @@ class PartFileDriver {
   void report_corruption();
   void report_corruption_kind(const char* line);
   void work_on_partitions();
+  void list_references();
   void print_feature_toggles();
   void use_container();
   bool scan_finds_corruption();
@@ -193,12 +194,20 @@ void PartFileDriver::work_on_partitions() {
     report_problem(file_, "Failed to extract all Brepsolid partitions");
   }
   // Under -scan the reading pass has checked them already.
-  if (options_.check_checksums && !options_.scan && !check_all_checksums(file_)) {
+  if (options_.check_checksums && !options_.scan && !check_all_partitions(file_)) {
     report_problem(file_, "Some brepsolid partitions had invalid checksums");
   }
-  if (options_.print_extref) print_external_references(file_);
-  if (options_.refs_level > 0) print_referenced_parts(file_);
+  if (options_.print_extref || options_.refs_level > 0) list_references();
   print_partitions(file_);
+}
+
+void PartFileDriver::list_references() {
+  const auto part = open_child_stream(file_, kPartStorageName, kExternalReferencesName);
+  const auto fast_load = open_child_stream(file_, kFastLoadStorageName, kExternalReferencesName);
+  if (options_.print_extref) print_external_references(part.get(), fast_load.get());
+  if (options_.refs_level == 0) return;
+  const auto listing = options_.refs_level == 1 ? ReferenceListing::most_recent : ReferenceListing::all;
+  print_referenced_parts(part.get(), fast_load.get(), listing);
 }
 
 void PartFileDriver::print_feature_toggles() {

@@ -151,7 +151,7 @@ void print_properties(const PartHeader& header) {
 void print_part_modules(InspectFile& file) {
   PartModuleReferences modules;
   try {
-    if (const auto source = open_child_stream(file, "VR_PART", "ExternalReferences")) {
+    if (const auto source = open_child_stream(file, kPartStorageName, kExternalReferencesName)) {
       modules = find_part_modules(*source);
     }
   } catch (const support::ErrorEscape& escape) {

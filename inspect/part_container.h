@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "cfi/cfi_storage.h"
+#include "cfi/file_channel.h"
+#include "support/byte_source.h"
+
+namespace inspect {
+
+/// The open file of one part: a flat file, or a storage file with its root storage. What is opened through it
+/// lives no longer than it.
+class PartContainer {
+ public:
+  /// Opens the file read only. Raises 1020059 for what cannot be opened, 1021080 for what is no regular file,
+  /// and the numbers of a damaged container.
+  void open(const std::string& name);
+
+  support::FileIdentity identity() const { return identity_; }
+
+  /// Null for a flat file.
+  VRX::System::CFI::StorageFile* storage_file() const;
+  CFI_storage_t root() const { return root_.get(); }
+
+  /// The part stream: /Root/VR_PART/VR_PART, expanded when it is LZ4-framed, or the flat file itself.
+  std::unique_ptr<support::ByteSource> open_part_stream();
+
+  /// The part header copy in the header index of the maker's format; else empty.
+  std::span<const std::byte> header_copy() const;
+
+ private:
+  support::FileIdentity identity_;
+  std::unique_ptr<VRX::System::CFI::FileChannel> flat_;
+  VRX::System::CFI::OwnedStorage root_;
+};
+
+}  // namespace inspect
