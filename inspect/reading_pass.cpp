@@ -1,5 +1,6 @@
 #include "inspect/reading_pass.h"
 
+#include "inspect/records/object_manager_header.h"
 #include "inspect/records/part_header_reader.h"
 #include "inspect/records/partition_index.h"
 #include "inspect/solid/brepsolid_header.h"
@@ -17,7 +18,7 @@ void visit_partition(InspectFile& file, PartitionEntry& partition) {
   if (holds_modeller_data(partition)) {
     read_brepsolid_partition(file, partition, trace);
     if (file.options.scan) check_scanned_partition(file, partition);
-  } else if (file.options.scan && may_hold_objects(file, partition)) {
+  } else if (file.options.scan && begins_with_om_intro(file, partition)) {
     check_object_manager_checksum(file, partition, trace);
   }
 }

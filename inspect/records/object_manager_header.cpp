@@ -148,7 +148,9 @@ bool begins_with_om_intro(InspectFile& file, const PartitionEntry& partition) {
   const std::size_t count = file.stream->read(bytes.data(), bytes.size());
   const bool long_length = support::load_little<std::int32_t>(bytes.data()) == kLongLengthFollows;
   const std::size_t at = long_length ? 12 : 4;
-  return count >= at + 2 && bytes[at] == 'O' && bytes[at + 1] == 'M';
+  if (count < at + 2) return false;
+  // A file with markers has object-manager data here, so that one sound byte of the two suffices.
+  return file.has_markers ? bytes[at] == 'O' || bytes[at + 1] == 'M' : bytes[at] == 'O' && bytes[at + 1] == 'M';
 }
 
 }  // namespace inspect

@@ -191,8 +191,8 @@ TEST(PartHeader, CopyOfTheContainerServesWhenTheCountIsDamaged) {
 }
 
 TEST(Directories, AreFollowedAlongTheirChain) {
-  for (const std::uint16_t words : {10, 12, 269}) {
-    for (const std::int16_t version : {9, 14, 15}) {
+  for (const std::uint16_t words : std::initializer_list<std::uint16_t>{10, 12, 269}) {
+    for (const std::int16_t version : std::initializer_list<std::int16_t>{9, 14, 15}) {
       PartBuilder part;
       part.header_words = words;
       part.version = version;
