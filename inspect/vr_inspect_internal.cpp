@@ -33,7 +33,10 @@ using support::print_message;
 /// The steps of one file, in their order.
 class PartFileDriver {
  public:
-  PartFileDriver(const char* name, InspectOptions& options) : options_(options), file_(options, name) {}
+  PartFileDriver(const char* name, InspectOptions& options, FatalErrors fatal_errors)
+      : options_(options), file_(options, name) {
+    file_.escape_on_failure = fatal_errors == FatalErrors::escape;
+  }
 
   /// Returns the status of the file.
   int run();
@@ -66,6 +69,7 @@ class PartFileDriver {
   InspectOptions& options_;
   InspectFile file_;
   PartContainer container_;
+  bool opened_ = false;
 };
 
 int PartFileDriver::run() {
@@ -96,6 +100,7 @@ bool PartFileDriver::open() {
     file_.container = container_.storage_file();
     file_.stream = container_.open_part_stream();
     file_.file_length = file_.stream->size();
+    opened_ = true;
     return true;
   } catch (const ErrorEscape& escape) {
     report_open_failure(escape);
@@ -227,7 +232,12 @@ void PartFileDriver::print_feature_toggles() {
 void PartFileDriver::use_container() {
   file_.stream.reset();
   file_.partitions.clear();
-  if (file_.container == nullptr) return;
+  if (file_.container == nullptr) {
+    if (opened_ && options_.extract_stream) {
+      report_problem(file_, "File is not a structured-storage file: %s", file_.name.c_str());
+    }
+    return;
+  }
   if (options_.print_storages) {
     attempt([this] { cfi_tools::print_storages(container_.root(), file_.name); });
   }
@@ -257,8 +267,8 @@ bool PartFileDriver::scan_finds_corruption() {
 
 }  // namespace
 
-int inspect_part_file(const char* name, InspectOptions& options) {
-  return PartFileDriver(name, options).run();
+int inspect_part_file(const char* name, InspectOptions& options, FatalErrors fatal_errors) {
+  return PartFileDriver(name, options, fatal_errors).run();
 }
 
 }  // namespace inspect
