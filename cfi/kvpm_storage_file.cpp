@@ -7,8 +7,8 @@ namespace VRX::System::CFI {
 
 KVPMStorageFile::KVPMStorageFile(FileChannel& channel) : top_(channel) {}
 
+// Once the footer index is loaded, or never will be, the index does not grow any more.
 KVPMTree& KVPMStorageFile::tree() {
-  top_.load_footer();
   if (!tree_) tree_ = std::make_unique<KVPMTree>(top_.index());
   return *tree_;
 }
@@ -48,7 +48,19 @@ ElementNode KVPMStorageFile::node(ElementId element) const {
   return node;
 }
 
-std::vector<ElementId> KVPMStorageFile::children(ElementId storage) { return tree().children(storage); }
+std::vector<ElementId> KVPMStorageFile::children(ElementId storage) {
+  top_.load_footer();
+  return tree().children(storage);
+}
+
+std::vector<ElementId> KVPMStorageFile::readable_children(ElementId storage) {
+  try {
+    top_.load_footer();
+  } catch (const support::ErrorEscape&) {
+    // Remembered by the top storage, and raised for whoever asks for what the footer lists.
+  }
+  return tree().children(storage);
+}
 
 std::unique_ptr<support::ByteSource> KVPMStorageFile::open_stream(ElementId stream) {
   const ElementNode shown = node(stream);

@@ -41,6 +41,12 @@ class KVPMStorageFile final : public StorageFile {
 
   ElementNode node(ElementId element) const;
 
+  /// Raises what kept the footer index from being loaded.
+  void load_footer() { top_.load_footer(); }
+
+  /// As children(), but a footer index that cannot be loaded only hides what it lists.
+  std::vector<ElementId> readable_children(ElementId storage);
+
   /// The file format number, the part file header and the fast-load partition.
   const TopStorage& top_storage() const { return top_; }
 

@@ -239,7 +239,7 @@ void PartFileDriver::use_container() {
     return;
   }
   if (options_.print_storages) {
-    attempt([this] { cfi_tools::print_storages(container_.root(), file_.name); });
+    attempt([this] { cfi_tools::print_storages(container_.root()); });
   }
   if (options_.extract_stream) {
     attempt([this] {

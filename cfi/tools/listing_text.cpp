@@ -1,0 +1,54 @@
+#include "cfi/tools/listing_text.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "support/console.h"
+#include "support/printable.h"
+
+namespace cfi_tools {
+
+namespace {
+
+constexpr std::size_t kBlockSize = 65536;
+constexpr std::size_t kMostDigits = 20;
+
+bool is_plain(char c) { return c >= ' ' && c <= '~'; }
+
+}  // namespace
+
+ListingText& ListingText::spaces(std::size_t count) {
+  block_.append(count, ' ');
+  return *this;
+}
+
+std::size_t ListingText::name(std::string_view name) {
+  const std::size_t before = block_.size();
+  if (std::ranges::all_of(name, is_plain)) {
+    block_ += name;
+  } else {
+    block_ += support::printable(name);
+  }
+  return block_.size() - before;
+}
+
+ListingText& ListingText::number(std::uint64_t value, std::size_t width) {
+  char digits[kMostDigits];
+  const char* const end = std::to_chars(digits, digits + kMostDigits, value).ptr;
+  const auto length = static_cast<std::size_t>(end - digits);
+  if (length < width) block_.append(width - length, ' ');
+  block_.append(digits, length);
+  return *this;
+}
+
+void ListingText::end_line() {
+  block_ += '\n';
+  if (block_.size() >= kBlockSize) flush();
+}
+
+void ListingText::flush() {
+  support::print_text(block_);
+  block_.clear();
+}
+
+}  // namespace cfi_tools

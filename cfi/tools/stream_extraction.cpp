@@ -1,0 +1,81 @@
+#include "cfi/tools/stream_extraction.h"
+
+#include <cstddef>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "cfi/open_elements.h"
+#include "support/error_escape.h"
+#include "support/output_file.h"
+#include "support/progress.h"
+#include "support/text_format.h"
+
+namespace cfi_tools {
+
+namespace {
+
+using VRX::System::CFI::OwnedStorage;
+using VRX::System::CFI::OwnedStream;
+
+constexpr std::size_t kCopySize = std::size_t{512} * 1024;
+constexpr int kExtractionFailure = 641001;
+
+/// Open storages, each inside the one before, closed in reverse order.
+class StorageStack {
+ public:
+  explicit StorageStack(CFI_storage_t root) : root_(root) {}
+  ~StorageStack() {
+    while (!storages_.empty()) storages_.pop_back();
+  }
+  StorageStack(const StorageStack&) = delete;
+  StorageStack& operator=(const StorageStack&) = delete;
+
+  CFI_storage_t innermost() const { return storages_.empty() ? root_ : storages_.back().get(); }
+  void enter(std::string_view name) { storages_.emplace_back(CFI_open_storage(innermost(), name, "R")); }
+
+ private:
+  CFI_storage_t root_;
+  std::vector<OwnedStorage> storages_;
+};
+
+support::ErrorEscape failure(std::string message) {
+  return {"vr_inspect_internal", kExtractionFailure, std::move(message)};
+}
+
+void open_output(const std::string& name, const support::FileIdentity& part, support::OutputFile& output) {
+  if (support::is_same_file(name, part)) {
+    throw failure(support::format_text("can not open output file %s", name.c_str()));
+  }
+  if (!output.open(name)) throw failure(support::format_text("can not open %s\n", name.c_str()));
+}
+
+void copy(CFI_stream_t stream, support::OutputFile& output, support::ProgressLine& progress) {
+  const auto piece = std::make_unique_for_overwrite<std::byte[]>(kCopySize);
+  std::size_t got = 0;
+  do {
+    got = CFI__read_from_stream(stream, kCopySize, piece.get());
+    if (!output.write(piece.get(), got)) throw failure("write failed");
+    progress.advance(got);
+  } while (got == kCopySize);
+  if (!output.close()) throw failure("write failed");
+}
+
+}  // namespace
+
+void extract_stream(CFI_storage_t root, const std::string& stream_path, const std::string& output_name) {
+  StorageStack storages(root);
+  std::string_view rest = stream_path;
+  for (std::size_t slash = rest.find('/'); slash != std::string_view::npos; slash = rest.find('/')) {
+    storages.enter(rest.substr(0, slash));
+    rest.remove_prefix(slash + 1);
+  }
+  const OwnedStream stream(CFI_open_stream(storages.innermost(), rest, "R"));
+  const VRX::System::CFI::FileChannel& channel = root->root().channel;
+  support::OutputFile output;
+  open_output(output_name, channel.identity(), output);
+  support::ProgressLine progress(channel.name(), CFI_stream_source(stream.get()).size());
+  copy(stream.get(), output, progress);
+}
+
+}  // namespace cfi_tools
