@@ -1,0 +1,64 @@
+#include "cfi/tools/stream_extraction.h"
+
+#include <gtest/gtest.h>
+
+#include "support/error_escape.h"
+#include "tests/support/container_builder.h"
+#include "tests/support/program_runner.h"
+
+namespace {
+
+using VRX::System::CFI::OwnedStorage;
+
+class StreamExtraction : public testing::Test {
+ protected:
+  /// The message of the failure, empty on success.
+  std::string extract(const std::string& stream_path, const std::string& output) {
+    const OwnedStorage root(CFI_open_storage_file(part_, "R"));
+    try {
+      cfi_tools::extract_stream(root.get(), stream_path, output);
+    } catch (const support::ErrorEscape& escape) {
+      return escape.message();
+    }
+    return "";
+  }
+
+  std::string output_path() const { return folder_.path() / "out"; }
+
+  const std::string big_ = std::string(1'200'000, 'b') + "end";
+  test_support::TemporaryFolder folder_;
+  std::string part_ = folder_.write("part", test_support::ContainerBuilder()
+                                                .stream("/Root/top", "top")
+                                                .stream("/Root/a/b/big", big_)
+                                                .stream("/Root/a/framed", "LZ4\x01 is copied as it is")
+                                                .stream("/Root/a/empty", "")
+                                                .bytes());
+};
+
+TEST_F(StreamExtraction, CopiesTheStoredBytes) {
+  const struct {
+    const char* path;
+    std::string content;
+  } cases[] = {
+      {"a/b/big", big_}, {"top", "top"}, {"a/framed", "LZ4\x01 is copied as it is"}, {"a/empty", ""}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(extract(c.path, output_path()), "") << c.path;
+    EXPECT_TRUE(folder_.read("out") == c.content) << c.path;
+  }
+}
+
+TEST_F(StreamExtraction, RefusesWhatCannotBe) {
+  for (const char* path : {"", "/top", "a//framed", "a/", "a", "nope", "top/x", "Root/top"}) {
+    EXPECT_NE(extract(path, output_path()), "") << path;
+    EXPECT_FALSE(folder_.has("out")) << path;
+  }
+  const std::string link = folder_.path() / "link";
+  std::filesystem::create_hard_link(part_, link);
+  const std::string before = folder_.read("part");
+  EXPECT_EQ(extract("top", link), "can not open output file " + link);
+  EXPECT_TRUE(folder_.read("part") == before);
+  EXPECT_EQ(extract("top", "/nonexistent/out"), "can not open /nonexistent/out\n");
+  EXPECT_EQ(extract("top", "/dev/full"), "write failed");
+}
+
+}  // namespace
