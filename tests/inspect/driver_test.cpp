@@ -1,0 +1,160 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/support/container_builder.h"
+#include "tests/support/part_builder.h"
+#include "tests/support/program_runner.h"
+
+namespace {
+
+using test_support::ContainerBuilder;
+using test_support::PartBuilder;
+using test_support::run_program;
+using test_support::TemporaryFolder;
+
+bool has(const std::string& text, const std::string& piece) { return text.find(piece) != std::string::npos; }
+
+std::string plain_part(const std::function<void(PartBuilder&)>& change = [](PartBuilder&) {}) {
+  PartBuilder part;
+  part.version = 69;
+  part.add({.id = 1, .type = 7, .bytes = std::string(40, '\r') + std::string(40, '\n')});
+  change(part);
+  return part.build();
+}
+
+std::string open_failure(const std::string& name, int status) {
+  return "vr_inspect: In file " + name + "\n could not open " + name + ": status " + std::to_string(status) +
+         "\n";
+}
+
+TEST(Driver, WhatCanNotBeOpenedIsReportedAndTheNextFileGoesOn) {
+  const TemporaryFolder folder;
+  folder.write("part.prt", plain_part());
+  ::mkdir((folder.path() / "folder").c_str(), 0700);
+  ::mkfifo((folder.path() / "pipe").c_str(), 0600);
+  struct Case {
+    std::string name;
+    int status;
+    std::string text;
+  };
+  const Case cases[] = {
+      {"missing", 1020059, "No such file or directory"},
+      {"folder", 1020059, "Is a directory"},
+      {"pipe", 1021080, "File is not a structured-storage file: pipe"},
+      {"/dev/zero", 1021080, "File is not a structured-storage file: /dev/zero"},
+      {"part.prt/x", 1020059, "Not a directory"},
+  };
+  for (const Case& c : cases) {
+    const auto result = run_program({"-release", c.name, "part.prt"}, folder.path());
+    EXPECT_EQ(result.status, 1) << c.name;
+    EXPECT_EQ(result.err,
+              open_failure(c.name, c.status) + "vr_inspect: In file " + c.name + "\n " + c.text + "\n");
+    EXPECT_TRUE(result.out.starts_with(open_failure(c.name, c.status) + "...Running")) << result.out;
+    EXPECT_TRUE(has(result.out, "Part name: part.prt\nRelease: KX 2512\n\n"));
+  }
+}
+
+TEST(Driver, AnEmptyFileIsNoPart) {
+  const TemporaryFolder folder;
+  folder.write("empty.prt", "");
+  const auto result = run_program({"empty.prt"}, folder.path());
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(
+      result.out,
+      "...Running KX 2606 version of vr_inspect on empty.prt\n**** File is empty, not a valid part file\n");
+  EXPECT_EQ(result.err, "");
+}
+
+TEST(Driver, TheOutputNameOfAnExtractionIsInspectedToo) {
+  const TemporaryFolder folder;
+  folder.write("part.prt", plain_part());
+  const auto result = run_program({"-extract_all", "part.prt", "out"}, folder.path());
+  EXPECT_EQ(result.status, 1);
+  EXPECT_TRUE(has(result.out, open_failure("out", 1020059)));
+}
+
+TEST(Driver, AContainerWithoutAPartStreamStillGivesUpItsStreams) {
+  const TemporaryFolder folder;
+  ContainerBuilder().stream("/Root/notes/text", "the text").write((folder.path() / "bare.prt").string());
+  const auto result =
+      run_program({"-storages", "-extract_stream", "notes/text", "text.out", "bare.prt"}, folder.path());
+  EXPECT_EQ(result.status, 1);
+  EXPECT_TRUE(result.out.starts_with("vr_inspect: In file bare.prt\n could not open bare.prt: status "));
+  EXPECT_TRUE(has(result.out, "Uses KVPM storage (file format 6)\n"));
+  EXPECT_EQ(folder.read("text.out"), "the text");
+}
+
+TEST(Driver, ADamagedIndexIsCorruption) {
+  const TemporaryFolder folder;
+  const std::string sound = ContainerBuilder().stream("/Root/VR_PART/VR_PART", plain_part()).bytes();
+  using Area = test_support::ContainerDamage::Area;
+  folder.write("part.prt", test_support::ContainerDamage(sound).wrong_checksum(Area::header).bytes());
+  const auto result = run_program({"part.prt"}, folder.path());
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "vr_inspect: In file part.prt\n could not open corrupted file part.prt\n");
+  EXPECT_TRUE(has(result.err, "file has been corrupted\n"));
+}
+
+TEST(Driver, ReleaseNumbersHaveNames) {
+  struct Case {
+    std::int16_t version;
+    bool development;
+    std::string line;
+  };
+  const std::string unknown = " is unknown - are you using the latest version of vr_inspect?\n";
+  const Case cases[] = {
+      {24, false, "Release: reserved for 10.6\n\n"},
+      {69, true, "Release: KX 2606 (DEV)\n\n"},
+      {70, false, "Release: KX 2606\n\n"},
+      {70, true, "Release: complete part (i.e. not selectively filed) (DEV)\n\n"},
+      {71, false, "Release number 71" + unknown},
+      {0x7FFF, true, "Release number 32767" + unknown},
+  };
+  for (const Case& c : cases) {
+    const TemporaryFolder folder;
+    folder.write("part.prt", plain_part([&](PartBuilder& part) {
+                   part.version = c.version;
+                   if (c.development) part.word(424, 1U << 2U);
+                 }));
+    const auto result = run_program({"-release", "part.prt"}, folder.path());
+    EXPECT_TRUE(result.out.ends_with(c.line)) << result.out;
+    const bool warns = c.version == 70 && c.development;
+    EXPECT_EQ(result.err, warns ? "vr_inspect: Release update not done correctly in vr_inspect\n" : "");
+    EXPECT_EQ(result.status, 0);
+  }
+}
+
+TEST(Driver, CorruptionEndsThePartitionWorkAndStartsTheScan) {
+  const TemporaryFolder folder;
+  folder.write("marker.prt", plain_part([](PartBuilder& part) {
+                 part.add({.id = 5, .type = 10, .marker = "abcd"});
+                 part.tail = "x";
+               }));
+  folder.write("suspect.prt", plain_part([](PartBuilder& part) { part.word(424, 0x18); }));
+  const auto certain = run_program({"-release", "-path", "marker.prt"}, folder.path());
+  EXPECT_TRUE(has(certain.out,
+                  "**** Part corruption - marker.prt\n**** Detected possible corruption: file does not "
+                  "end with terminating character\n"))
+      << certain.out;
+  EXPECT_TRUE(certain.err.ends_with("**** Part corruption - marker.prt\n"));
+  EXPECT_FALSE(has(certain.out, "Contents of"));
+  const auto probable = run_program({"-release", "suspect.prt"}, folder.path());
+  EXPECT_TRUE(probable.out.ends_with("**** Probable part corruption - suspect.prt\n")) << probable.out;
+  EXPECT_EQ(probable.status, 1);
+}
+
+TEST(Driver, AFullDiskUnderStandardOutputFailsTheRun) {
+  const TemporaryFolder folder;
+  folder.write("part.prt", plain_part());
+  const std::string command = "exec " + std::string(VRII_PROGRAM) + " -release '" +
+                              (folder.path() / "part.prt").string() + "' >/dev/full 2>/dev/null";
+  EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 1);
+}
+
+}  // namespace
