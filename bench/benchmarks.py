@@ -1,0 +1,137 @@
+#!/usr/bin/env python3
+"""The speed of each capability beside a tool that does the least that it could do.
+
+Both commands of a row run in turn, as whole processes on files in the page cache; the table gives the paired
+median ratio of their times with minimum and maximum. Usage: benchmarks.py PROGRAM [ROW...]
+"""
+import os
+import shutil
+import struct
+import sys
+import tempfile
+import zlib
+
+from paired import compare, shown
+from part_files import lz4_framed, part_stream, solid, text_like, write_container
+
+MIB = 1 << 20
+PART = "/Root/VR_PART/VR_PART"
+
+
+class Bench:
+    def __init__(self, program, folder):
+        self.program, self.folder = os.path.abspath(program), folder
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def write(self, name, data):
+        with open(self.path(name), "wb") as out:
+            out.write(data)
+        return self.path(name)
+
+    def small_part(self):
+        part = self.write("small.prt", part_stream([(7, b"\r\n" * 1000)]))
+        return [self.program, part], ["cat", part], 200
+
+    def many_parts(self, *switches):
+        part = part_stream([(7, b"\r\n" * 1000)])
+        os.mkdir(self.path("many"))
+        names = [self.write(f"many/{i:05}.prt", part) for i in range(10000)]
+        return [self.program, *switches, *names], ["wc", "-c", *names], 15
+
+    def many_releases(self):
+        shutil.rmtree(self.path("many"), ignore_errors=True)
+        return self.many_parts("-release")
+
+    def million_streams(self):
+        path = self.path("million.prt")
+        if not os.path.exists(path):
+            entries = [(f"/Root/shelf{i % 1000:04}/stream{i:08}/body", 25, 1) for i in range(1000000)]
+            write_container(path, {PART: part_stream([(7, b"\r\n" * 100)])}, entries)
+        return path
+
+    def index(self):
+        path = self.million_streams()
+        return [self.program, path], ["xxhsum", "-H0", path], 11
+
+    def listing(self):
+        path, text = self.million_streams(), self.path("listing")
+        os.system(f"{self.program} -storages {path} >{text}")
+        return [self.program, "-storages", path], f"cut -d' ' -f1 {text} >/dev/null", 7, [self.program, path]
+
+    def scan(self):
+        path = self.path("large")
+        block = text_like(4 * MIB) + b"\r\n\n\r\0"
+        with open(path, "wb") as out:
+            out.write(part_stream([(7, b"\r\n" * 100)]))
+            while out.tell() < 2048 * MIB:
+                out.write(block)
+        return [self.program, "-scan", path], ["wc", "-l", path], 7
+
+    def stream_copy(self):
+        path, out = self.path("stream.prt"), self.path("stream.out")
+        write_container(path, {PART: part_stream([(7, b"")]), "/Root/images/preview": text_like(128 * MIB)})
+        self.write("stream", text_like(128 * MIB))
+        return ([self.program, "-extract_stream", "images/preview", out, path],
+                ["dd", "bs=1M", "if=" + self.path("stream"), "of=" + self.path("dd.out")], 11)
+
+    def lz4(self):
+        # The size of a framed stream is known only once all of it has been expanded.
+        data = struct.pack("<iIIQQ", 9, 1, 0, 1, 28) + text_like(512 * MIB)
+        framed, frame = lz4_framed(data, self.folder)
+        path = self.path("framed.prt")
+        write_container(path, {PART: part_stream([(7, b"")]), "/Root/JT": framed})
+        return ["sh", "-c", f"cd {self.folder} && {self.program} -extract_jt {path} && rm jt_1.jt"], \
+               f"lz4 -dc {frame} >{self.path('lz4.out')}; rm {self.path('lz4.out')}", 5
+
+    def solids(self, size):
+        data = text_like(size)
+        path = self.write("solid.prt", part_stream([(10, solid(data, True))]))
+        self.write("solid.z", zlib.compress(data, 6))
+        return path, self.path("solid.z")
+
+    def check(self):
+        path, deflated = self.solids(500 * MIB)
+        return [self.program, "-check_checksums", path], ["pigz", "-t", "-p1", deflated], 7
+
+    def extract(self):
+        path, deflated = self.solids(128 * MIB)
+        return ([self.program, "-extract", "1", path, self.path("body")],
+                f"pigz -dc -p1 {deflated} >{self.path('pigz.out')}", 9)
+
+
+ROWS = {
+    "one small part": ("small_part", 1.10, 1.30),
+    "10,000 small parts": ("many_parts", 0.90, 1.10),
+    "10,000 small parts, -release": ("many_releases", 0.90, 1.10),
+    "1,000,000 index entries": ("index", 4.0, 5.0),
+    "listing of 1,000,000 streams": ("listing", 1.5, 2.5),
+    "-scan of 2 GiB": ("scan", 0.95, 1.10),
+    "-extract_stream of 128 MiB": ("stream_copy", 1.10, 1.25),
+    "LZ4-framed JT body of 512 MiB": ("lz4", 0.95, 1.10),
+    "-check_checksums of 500 MiB": ("check", 1.0, 1.15),
+    "-extract of 128 MiB": ("extract", 1.0, 1.15),
+}
+
+
+def main():
+    program, wanted = sys.argv[1], sys.argv[2:]
+    print("| capability | beside | median | min | max | ours | peer | goal |")
+    print("|---|---|---|---|---|---|---|---|", flush=True)
+    for name, (method, goal, least) in ROWS.items():
+        if wanted and not any(word in (name, method) for word in wanted):
+            continue
+        folder = tempfile.mkdtemp(prefix="vrii_bench_")
+        try:
+            ours, peer, runs, *left_out = getattr(Bench(program, folder), method)()
+            median, low, high, our_time, peer_time = compare(ours, peer, runs, *left_out)
+            words = shown(peer)[:40].replace(folder, "").split()
+            print(f"| {name} | `{' '.join(words[:2])}` | {median:.2f} | {low:.2f} | {high:.2f} | "
+                  f"{our_time * 1e3:.1f} ms | {peer_time * 1e3:.1f} ms | {goal} / {least} |", flush=True)
+        finally:
+            shutil.rmtree(folder)
+
+
+if __name__ == "__main__":
+    main()
