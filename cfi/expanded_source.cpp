@@ -110,7 +110,7 @@ std::uint64_t ExpandedSource::size() const {
 }
 
 bool is_lz4_framed(support::ByteSource& source) {
-  std::array<unsigned char, LZ4DecompressStream::kSignature.size()> first;
+  std::array<unsigned char, LZ4DecompressStream::kSignature.size()> first = {};
   source.set_position(0);
   const std::size_t got = source.read(first.data(), first.size());
   source.set_position(0);

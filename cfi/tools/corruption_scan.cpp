@@ -128,7 +128,7 @@ void Scan::take_block(const unsigned char* block, std::size_t count) {
 
 void Scan::report_zero_blocks() {
   support::print("*** Detected possible corruption: zero block size %llu found at offset %llu\n",
-                 static_cast<unsigned long long>(zero_blocks_ * kBlockSize),
+                 kBlockSize * static_cast<unsigned long long>(zero_blocks_),
                  static_cast<unsigned long long>(zero_blocks_offset_));
   support::print_text(kTransferLine);
   corrupt_ = true;

@@ -71,7 +71,7 @@ class ToggleReader {
   }
 
   support::ByteSource& stream_;
-  XXH32_state_t digest_;
+  XXH32_state_t digest_ = {};
 };
 
 }  // namespace
