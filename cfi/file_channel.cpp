@@ -58,6 +58,7 @@ FileChannel::Window* FileChannel::window_with(std::uint64_t offset) {
   for (Window& window : windows_) {
     if (offset >= window.offset && offset - window.offset < window.length) {
       window.last_use = ++use_count_;
+      latest_ = &window;
       return &window;
     }
   }
@@ -72,6 +73,7 @@ FileChannel::Window& FileChannel::fill_oldest_window(std::uint64_t offset) {
   window.offset = offset;
   window.length = read_direct(offset, window.bytes.get(), capacity);
   window.last_use = ++use_count_;
+  latest_ = &window;
   return window;
 }
 
@@ -107,7 +109,9 @@ std::size_t FileChannel::read_apart_at(std::uint64_t offset, void* destination, 
 std::size_t ChannelSource::read(void* destination, std::size_t count) {
   if (position_ >= size_) return 0;
   count = static_cast<std::size_t>(std::min<std::uint64_t>(count, size_ - position_));
-  const std::size_t got = channel_.read_at(offset_ + position_, destination, count);
+  const std::size_t got = channel_.read_from_window(offset_ + position_, destination, count)
+                              ? count
+                              : channel_.read_at(offset_ + position_, destination, count);
   position_ += got;
   return got;
 }

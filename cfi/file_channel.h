@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 
@@ -43,6 +44,21 @@ class FileChannel {
   /// apart, where a window for each would read the whole file.
   std::size_t read_apart_at(std::uint64_t offset, void* destination, std::size_t count);
 
+  /// Reads from the window used last; false, and nothing read, when it does not hold all the bytes. Readers
+  /// that take a field at a time stay in one window for thousands of reads.
+  bool read_from_window(std::uint64_t offset, void* destination, std::size_t count) const {
+    const Window& window = *latest_;
+    const std::uint64_t skipped = offset - window.offset;
+    if (offset < window.offset || skipped >= window.length || count > window.length - skipped) return false;
+    const std::byte* const bytes = window.bytes.get() + skipped;
+    if (count == 1) {
+      *static_cast<std::byte*>(destination) = *bytes;
+    } else {
+      std::memcpy(destination, bytes, count);
+    }
+    return true;
+  }
+
  private:
   struct Window {
     std::unique_ptr<std::byte[]> bytes;
@@ -60,6 +76,7 @@ class FileChannel {
   std::uint64_t size_ = 0;
   support::FileIdentity identity_;
   std::array<Window, 4> windows_;
+  Window* latest_ = windows_.data();  ///< the window used last
   std::uint64_t use_count_ = 0;
 };
 

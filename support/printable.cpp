@@ -1,5 +1,6 @@
 #include "support/printable.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace support {
@@ -7,6 +8,12 @@ namespace support {
 namespace {
 
 bool is_continuation(unsigned char byte) { return (byte & 0xC0U) == 0x80U; }
+
+/// The printable ASCII characters that `text` begins with.
+std::size_t ascii_length(std::string_view text) {
+  const auto is_plain = [](char c) { return c >= 0x20 && c < 0x7F; };
+  return static_cast<std::size_t>(std::ranges::find_if_not(text, is_plain) - text.begin());
+}
 
 void append_escaped(std::string& out, unsigned char byte) {
   constexpr char kDigits[] = "0123456789ABCDEF";
@@ -44,19 +51,18 @@ std::string printable(std::string_view text, KeepLayout layout) {
 
 void append_printable(std::string& out, std::string_view text, KeepLayout layout) {
   while (!text.empty()) {
-    const std::size_t length = printable_length(text);
+    const std::size_t plain = ascii_length(text);
+    out.append(text.substr(0, plain));
+    text.remove_prefix(plain);
+    if (text.empty()) return;
     const char first = text.front();
-    if (length > 0) {
+    const std::size_t length = std::max<std::size_t>(printable_length(text), 1);
+    if (length > 1 || (layout == KeepLayout::yes && (first == '\n' || first == '\r' || first == '\t'))) {
       out.append(text.substr(0, length));
-      text.remove_prefix(length);
-      continue;
-    }
-    if (layout == KeepLayout::yes && (first == '\n' || first == '\r' || first == '\t')) {
-      out += first;
     } else {
       append_escaped(out, static_cast<unsigned char>(first));
     }
-    text.remove_prefix(1);
+    text.remove_prefix(length);
   }
 }
 

@@ -61,8 +61,7 @@ void append_save_time(std::string& line, std::int32_t seconds) {
   if (seconds == 0) {
     line += kPseudoEntry;
   } else {
-    line += support::local_time_line(seconds);
-    line.pop_back();
+    support::append_local_time(line, seconds);
   }
   pad_to(line, begin + kTimeColumns);
 }

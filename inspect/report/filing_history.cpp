@@ -39,7 +39,7 @@ std::vector<Save> saves_in_order(const AuditTrail& audit) {
   if (first == saves.end() || first->time > last->time) std::ranges::reverse(saves);
   std::int32_t time = INT32_MIN;
   for (Save& save : saves) time = save.time = is_real(save) ? save.time : time;
-  std::ranges::stable_sort(saves, {}, &Save::time);
+  if (!std::ranges::is_sorted(saves, {}, &Save::time)) std::ranges::stable_sort(saves, {}, &Save::time);
   return saves;
 }
 

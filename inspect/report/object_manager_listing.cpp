@@ -1,7 +1,6 @@
 #include "inspect/report/object_manager_listing.h"
 
 #include <array>
-#include <cstdio>
 #include <string>
 
 #include "inspect/report/audit_trail_lines.h"
@@ -33,9 +32,9 @@ const char* version_text(std::int32_t version) {
 }
 
 void append_hex(std::string& line, std::int32_t value) {
-  char digits[12];
-  const int count = std::snprintf(digits, sizeof digits, "%08x", static_cast<unsigned>(value));
-  line.append(digits, static_cast<std::size_t>(count));
+  constexpr char kDigits[] = "0123456789abcdef";
+  for (int shift = 28; shift >= 0; shift -= 4)
+    line += kDigits[static_cast<std::uint32_t>(value) >> shift & 0xFU];
 }
 
 void print_schemas(const ObjectManagerPartition& om, ShownTexts& texts) {
