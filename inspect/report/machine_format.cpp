@@ -8,7 +8,7 @@ namespace inspect {
 std::string machine_format_text(InspectFile& file) {
   const QuietErrors quiet(file);
   for (PartitionEntry& partition : file.partitions) {
-    if (!holds_object_manager_data(file, partition)) continue;
+    if (!holds_object_manager_data(file, partition) || !begins_with_om_intro(file, partition)) continue;
     try {
       ObjectManagerPartition om;
       if (!read_om_start(file, partition, om, false)) continue;
