@@ -13,7 +13,7 @@ PrintableTexts::PrintableTexts(support::ByteSource& source) : source_(source) { 
 bool PrintableTexts::refill() {
   if (rest_.size() >= kMaxCharacterBytes || at_end_) return !rest_.empty();
   const std::size_t kept = rest_.size();
-  std::memmove(buffer_.data(), rest_.data(), kept);
+  if (kept > 0) std::memmove(buffer_.data(), rest_.data(), kept);
   const std::size_t got = source_.read(buffer_.data() + kept, buffer_.size() - kept);
   at_end_ = got == 0;
   rest_ = {buffer_.data(), kept + got};
