@@ -3,12 +3,10 @@
 #include "inspect/records/inspect_errors.h"
 #include "inspect/records/object_manager_reader.h"
 #include "inspect/report/audit_trail_lines.h"
+#include "inspect/report/brepsolid_directory.h"
 #include "inspect/report/entity_chain_listing.h"
 #include "inspect/report/object_manager_listing.h"
 #include "support/console.h"
-#if __has_include("inspect/report/brepsolid_directory.h")
-#include "inspect/report/brepsolid_directory.h"
-#endif
 
 namespace inspect {
 
@@ -113,9 +111,7 @@ void print_partition(InspectFile& file, PartitionEntry& partition) {
     partition.shared_strings = {};
     return;
   }
-#if __has_include("inspect/report/brepsolid_directory.h")
   print_brepsolid_directory(file, partition);
-#endif
 }
 
 }  // namespace
