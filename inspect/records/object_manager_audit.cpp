@@ -98,8 +98,8 @@ void AuditReader::read_audit_object() {
     objects.push_back({program_version, 0, 0});
   }
   // The entries of the innermost object come first.
-  for (auto object = objects.rbegin(); object != objects.rend(); ++object) {
-    read_audit_entry(*object);
+  for (std::size_t i = objects.size(); i > 0; --i) {
+    read_audit_entry(objects[i - 1]);
     leave_link(object_way_back_);
   }
 }

@@ -150,7 +150,8 @@ bool begins_with_om_intro(InspectFile& file, const PartitionEntry& partition) {
   const std::size_t at = long_length ? 12 : 4;
   if (count < at + 2) return false;
   // A file with markers has object-manager data here, so that one sound byte of the two suffices.
-  return file.has_markers ? bytes[at] == 'O' || bytes[at + 1] == 'M' : bytes[at] == 'O' && bytes[at + 1] == 'M';
+  return file.has_markers ? bytes[at] == 'O' || bytes[at + 1] == 'M'
+                          : bytes[at] == 'O' && bytes[at + 1] == 'M';
 }
 
 }  // namespace inspect

@@ -39,7 +39,8 @@ char lower_case(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A
 
 bool names_part(std::string_view text) {
   const auto same = [](char a, char b) { return lower_case(a) == b; };
-  return std::ranges::search(text, kPartExtension, same).begin() != text.end();
+  return std::search(text.begin(), text.end(), kPartExtension.begin(), kPartExtension.end(), same) !=
+         text.end();
 }
 
 /// Calls `visit(name)` for every text of the streams that names a part.
