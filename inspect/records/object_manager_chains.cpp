@@ -46,8 +46,10 @@ std::vector<std::int32_t> read_listed_heads(bool trace, InspectFile& file, const
   }
   const std::int32_t count = read_element_count(trace, file, partition);
   std::vector<std::int32_t> heads;
-  for (std::int32_t i = 0; i < count; ++i)
-    heads.push_back(read_om_label(trace, file, partition, kChainLabel));
+  // Not reserved: the count is a claim until its heads have been read.
+  for (std::int32_t i = 0; i < count; ++i) {
+    heads.push_back(read_om_label(trace, file, partition, kChainLabel));  // NOLINT(performance-*)
+  }
   return heads;
 }
 
