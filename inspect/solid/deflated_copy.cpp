@@ -1,6 +1,5 @@
 #include "inspect/solid/deflated_copy.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "inspect/records/inspect_errors.h"
@@ -10,8 +9,7 @@ namespace inspect {
 namespace {
 
 constexpr std::size_t kOutputPiece = 1024;
-constexpr std::size_t kOutputBuffer = std::size_t{64} * kOutputPiece;
-constexpr std::size_t kInputPiece = piece_size(RunKind::deflated);
+constexpr std::size_t kOutputBuffer = std::size_t{256} * kOutputPiece;
 
 std::uint32_t fold(std::uint32_t checksum, std::span<const unsigned char> bytes) {
   return static_cast<std::uint32_t>(adler32(checksum, bytes.data(), static_cast<uInt>(bytes.size())));
@@ -38,9 +36,7 @@ DeflatedResult DeflatedCopy::run(std::uint64_t stored_length) {
     write_pieces(inflate_.produced());
     const std::span<const unsigned char> bulk = pieces.next();
     result.stored_checksum = fold(result.stored_checksum, bulk);
-    for (std::size_t at = 0; state == Z_OK && at < bulk.size(); at += kInputPiece) {
-      state = expand_piece(bulk.subspan(at, std::min(kInputPiece, bulk.size() - at)));
-    }
+    state = expand(bulk);
   }
   // A stream that is not over when the stored bytes are: with room left, inflate is asked once more, in vain.
   if (state == Z_OK && stored_length > 0 && !piece_just_filled()) state = Z_BUF_ERROR;
@@ -56,9 +52,9 @@ DeflatedResult DeflatedCopy::run(std::uint64_t stored_length) {
   return result;
 }
 
-int DeflatedCopy::expand_piece(std::span<const unsigned char> piece) {
-  piece_start_ = inflate_.produced();
-  inflate_.set_input(piece);
+int DeflatedCopy::expand(std::span<const unsigned char> stored) {
+  read_start_ = inflate_.produced();
+  inflate_.set_input(stored);
   for (;;) {
     if (inflate_.produced() - written_ == kOutputBuffer) write(inflate_.produced());
     const auto used = static_cast<std::size_t>(inflate_.produced() - written_);
@@ -70,10 +66,10 @@ int DeflatedCopy::expand_piece(std::span<const unsigned char> piece) {
   }
 }
 
-/// With a buffer of one output piece, inflate meets a fault in the call that fills the piece, if no new input
-/// is needed in between, and the piece is lost with it.
+/// With a buffer of one output piece, inflate meets a fault in the very call that fills the piece, unless new
+/// input must be read in between, and the piece is lost with it.
 bool DeflatedCopy::piece_just_filled() const {
-  return inflate_.produced() % kOutputPiece == 0 && inflate_.produced() > piece_start_;
+  return inflate_.produced() % kOutputPiece == 0 && inflate_.produced() > read_start_;
 }
 
 void DeflatedCopy::write_pieces(std::uint64_t up_to) { write(up_to / kOutputPiece * kOutputPiece); }

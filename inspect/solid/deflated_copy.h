@@ -30,7 +30,7 @@ class DeflatedCopy {
   DeflatedResult run(std::uint64_t stored_length);
 
  private:
-  int expand_piece(std::span<const unsigned char> piece);
+  int expand(std::span<const unsigned char> stored);
   bool piece_just_filled() const;
   void write_pieces(std::uint64_t up_to);
   void write(std::uint64_t up_to);
@@ -39,8 +39,8 @@ class DeflatedCopy {
   TransmitFile* output_;
   InflateStream inflate_;
   std::unique_ptr<unsigned char[]> buffer_;
-  std::uint64_t written_ = 0;      ///< expanded bytes that have left the buffer
-  std::uint64_t piece_start_ = 0;  ///< expanded bytes when the current piece of input was begun
+  std::uint64_t written_ = 0;     ///< expanded bytes that have left the buffer
+  std::uint64_t read_start_ = 0;  ///< expanded bytes when the last stored bytes were read
 };
 
 /// Folds all that is left of a run into an Adler-32.

@@ -10,7 +10,7 @@ namespace inspect {
 
 namespace {
 
-constexpr std::size_t kBulkSize = std::size_t{128} * 1024;
+constexpr std::size_t kBulkSize = std::size_t{256} * 1024;
 constexpr std::uint64_t kMaxOverlap = 8;
 
 std::uint64_t bytes_left(const InspectFile& file) {
