@@ -22,7 +22,7 @@ std::string stored_bytes(const SolidSpec& spec, const SolidBlock& block) {
 }
 
 std::string stored_block(const SolidSpec& spec, const SolidBlock& block) {
-  const std::string stored = stored_bytes(spec, block);
+  std::string stored = stored_bytes(spec, block);
   if (!spec.compressed || !block.trailer) return stored;
   RecordBytes trailer(std::endian::big);
   for (const std::uint64_t value : {block.saved_plain_checksum.value_or(adler_of(block.data)),

@@ -1,0 +1,214 @@
+#include "inspect/solid/data_block_copy.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <random>
+
+#include "inspect/solid/transmit_extraction.h"
+#include "tests/support/files.h"
+#include "tests/support/part_builder.h"
+#include "tests/support/part_session.h"
+#include "tests/support/solid_builder.h"
+
+namespace {
+
+using test_support::deflated;
+using test_support::PartBuilder;
+using test_support::PartSession;
+using test_support::read_file;
+using test_support::ScratchFolder;
+using test_support::SolidBlock;
+using test_support::SolidSpec;
+
+const std::string kHeader(test_support::kSolidHeader);
+
+/// Text that deflates, but not to nothing.
+std::string sample_data(std::size_t size) {
+  std::minstd_rand random(7);
+  std::string data(size, '\0');
+  for (char& byte : data) byte = "0123456789abcdef"[random() % 16];
+  return data;
+}
+
+PartBuilder part_with(const SolidSpec& solid) {
+  PartBuilder part;
+  part.order = solid.order;
+  part.add({.id = 10, .type = solid.kind, .bytes = solid_partition(solid)});
+  return part;
+}
+
+std::string with_flipped_byte(std::string bytes, std::size_t at) {
+  bytes.at(at) = static_cast<char>(bytes[at] ^ 0x55);
+  return bytes;
+}
+
+/// A fault of a compressed block, and what checking and extracting say of it.
+struct Fault {
+  const char* name;
+  std::function<void(SolidBlock&)> make;
+  std::vector<std::string> check;
+  std::vector<std::string> extract;
+  std::size_t written;
+};
+
+std::vector<Fault> faults() {
+  return {
+      {"sound", [](SolidBlock&) {}, {}, {}, 5000},
+      {"size",
+       [](SolidBlock& block) { block.saved_size = 9; },
+       {"Compressed brepsolid partition 10 had saved size 9 bytes but expanded to 5000 bytes\n"},
+       {"Compressed brepsolid partition had saved size 9 bytes but expanded to 5000 bytes\n"},
+       5000},
+      {"stored checksum hides the other in check mode",
+       [](SolidBlock& block) {
+         block.saved_stored_checksum = 9;
+         block.saved_plain_checksum = 8;
+       },
+       {"Saved checksum for compressed brepsolid partition id 10 is 9 does not match calculated checksum "},
+       {"Saved checksum for compressed brepsolid partition 9 does not match calculated checksum ",
+        "Saved checksum for uncompressed brepsolid partition 8 does not match calculated checksum "},
+       5000},
+      {"plain checksum",
+       [](SolidBlock& block) { block.saved_plain_checksum = 8; },
+       {"Saved checksum for uncompressed brepsolid partition id 10 is 8 does not match calculated checksum "},
+       {"Saved checksum for uncompressed brepsolid partition 8 does not match calculated checksum "},
+       5000},
+      {"checksum of the stream: the last piece is lost",
+       [](SolidBlock& block) {
+         block.stored = with_flipped_byte(deflated(block.data), deflated(block.data).size() - 1);
+       },
+       {"decompression failure -3 for partition 10"},
+       {"decompression failure -3 for partition 10"},
+       4096},
+      {"cut stream",
+       [](SolidBlock& block) {
+         block.stored = deflated(block.data).substr(0, deflated(block.data).size() - 5);
+       },
+       {"decompression failure -5 for partition 10"},
+       {"decompression failure -5 for partition 10"},
+       4096},
+      {"no stream",
+       [](SolidBlock& block) { block.stored = std::string(3000, 'j'); },
+       {"decompression failure -3 for partition 10"},
+       {"decompression failure -3 for partition 10"},
+       0},
+      {"more stored bytes than the stream has",
+       [](SolidBlock& block) { block.stored = deflated(block.data) + std::string(20'000, 'j'); },
+       {},
+       {},
+       5000},
+  };
+}
+
+/// How often the texts of findings occur.
+std::size_t findings(const std::string& text) {
+  std::size_t count = 0;
+  for (const char* start : {"Saved checksum", "had saved size", "decompression failure"}) {
+    for (std::size_t at = text.find(start); at != std::string::npos; at = text.find(start, at + 1)) ++count;
+  }
+  return count;
+}
+
+TEST(DataBlockCopy, TellsEachFaultInBothModes) {
+  const ScratchFolder scratch;
+  for (const bool wide : {false, true}) {
+    for (const Fault& fault : faults()) {
+      SCOPED_TRACE(fault.name);
+      SolidSpec solid{.kind = 19, .block = {.data = sample_data(5000)}, .compressed = true, .wide = wide};
+      fault.make(solid.block);
+      PartSession session(part_with(solid).build());
+      bool sound = false;
+      session.read().run([&](auto& file) { sound = check_all_partitions(file); });
+      EXPECT_EQ(sound, fault.check.empty());
+      for (const std::string& text : fault.check)
+        EXPECT_NE(session.output().out.find(text), std::string::npos);
+      EXPECT_EQ(findings(session.output().out), fault.check.size()) << session.output().out;
+      session.run([&](auto& file) { sound = extract_all_partitions(file); });
+      EXPECT_EQ(sound, fault.extract.empty());
+      for (const std::string& text : fault.extract)
+        EXPECT_NE(session.output().err.find(text), std::string::npos);
+      EXPECT_EQ(read_file("block_10.x_d"), solid.block.data.substr(0, fault.written));
+    }
+  }
+}
+
+TEST(DataBlockCopy, LargeBlocksComeOutWhole) {
+  const ScratchFolder scratch;
+  for (const std::size_t size :
+       {std::size_t{0}, std::size_t{1024}, std::size_t{8193}, std::size_t{1'500'000}}) {
+    for (const bool compressed : {false, true}) {
+      for (const bool trace : {false, true}) {
+        const SolidSpec solid{
+            .order = std::endian::big, .block = {.data = sample_data(size)}, .compressed = compressed};
+        inspect::InspectOptions options;
+        options.trace = trace;
+        PartSession session(part_with(solid).build(), options);
+        session.read().run([](auto& file) { EXPECT_TRUE(extract_all_partitions(file)); });
+        EXPECT_EQ(read_file("block_10.x_b"), kHeader + solid.block.data);
+      }
+    }
+  }
+}
+
+TEST(DataBlockCopy, TraceShowsEachPiece) {
+  inspect::InspectOptions options;
+  options.trace = true;
+  const SolidSpec plain{.block = {.data = std::string(1500, 'p')}};
+  PartSession session(part_with(plain).build(), options);
+  session.read().run([](auto& file) { check_all_partitions(file); });
+  EXPECT_NE(session.output().out.find(
+                "Reading Brepsolid buffer of size 1024, bytes remaining = 1500: 1024 bytes @"),
+            std::string::npos);
+  EXPECT_NE(
+      session.output().out.find("Reading Brepsolid buffer of size 476, bytes remaining = 476: 476 bytes @"),
+      std::string::npos);
+  EXPECT_NE(session.output().out.find("Brepsolid partition 10 is not compressed and has no checksum\n"),
+            std::string::npos);
+}
+
+TEST(DataBlockCopy, WholePiecesBeforeTheEndOfTheFileAreWritten) {
+  const ScratchFolder scratch;
+  const SolidSpec plain{.block = {.data = std::string(3000, 'p')}};
+  PartBuilder part = part_with(plain);
+  // Short by less than the header: no truncation mark.
+  const std::string bytes = part.build().substr(0, part.data_offset(0) + 8 + kHeader.size() + 2990);
+  PartSession session(bytes);
+  session.read().run([](auto& file) { extract_all_partitions(file); });
+  EXPECT_NE(session.output().err.find("unexpected end of file"), std::string::npos);
+  EXPECT_NE(session.output().err.find("output file block_10.x_b is incomplete"), std::string::npos);
+  EXPECT_EQ(read_file("block_10.x_b"), kHeader + std::string(2048, 'p'));
+}
+
+/// Latent bodies alone may lack their trailer. Counted from the entry's start, the end of the stored data
+/// must reach the next entry.
+TEST(DataBlockCopy, LatentBodyWithoutTrailer) {
+  for (const std::int32_t kind : {12, 13}) {
+    for (const bool last : {false, true}) {
+      SolidSpec solid{.kind = kind, .header_text = "", .compressed = true};
+      solid.block = {.data = sample_data(4000), .trailer = false};
+      PartBuilder part = part_with(solid);
+      part.tail = "";
+      if (!last) part.add({.id = 20, .type = 10, .bytes = test_support::solid_partition({})});
+      PartSession session(part.build());
+      bool sound = false;
+      const bool finished = session.read().run([&](auto& file) { sound = check_all_partitions(file); });
+      EXPECT_EQ(finished && sound, kind == 12) << session.output().out;
+    }
+  }
+}
+
+TEST(DataBlockCopy, ManyEntriesOfTheSameBytesAreRefused) {
+  PartBuilder part = part_with({.block = {.data = sample_data(50'000)}});
+  constexpr std::int32_t kMore = 20;
+  constexpr std::size_t kEntrySize = 20;
+  for (std::int32_t id = 11; id < 11 + kMore; ++id) {
+    part.add({.id = id, .listed_offset = 540 + 12 + (kMore + 1) * kEntrySize + 4, .marker = ""});
+  }
+  ASSERT_EQ(part.data_offset(0), 540 + 12 + (kMore + 1) * kEntrySize + 4);
+  PartSession session(part.build());
+  EXPECT_FALSE(session.read().run([](auto& file) { check_all_partitions(file); }));
+  EXPECT_NE(session.output().err.find("partitions overlap"), std::string::npos);
+}
+
+}  // namespace
