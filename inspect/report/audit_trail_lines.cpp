@@ -73,6 +73,12 @@ void append_save_numbers(std::string& line, const AuditEntry& entry) {
   append_number(line, entry.machine_type, 5);
 }
 
+void print_pseudo_entries_note(const PartitionEntry& partition, const AuditTrail& audit) {
+  if (audit.pseudo_entries) {
+    support::print("\nNote: partition %d contains pseudo entries\n", partition.id);
+  }
+}
+
 void print_audit_trail(const ObjectManagerPartition& om, bool with_cookies) {
   const AuditTrail& audit = om.audit;
   support::print("Audit trail: %zu program versions, %zu saves\n", audit.objects.size(),

@@ -33,6 +33,9 @@ void append_save_time(std::string& line, std::int32_t seconds);
 /// Appends version number and machine type of a save.
 void append_save_numbers(std::string& line, const AuditEntry& entry);
 
+/// The note that precedes saves of which some have no time.
+void print_pseudo_entries_note(const PartitionEntry& partition, const AuditTrail& audit);
+
 /// The audit trail as read: a line for each program version, below it a line for each of its saves;
 /// `with_cookies` adds magic cookie and maximum object id.
 void print_audit_trail(const ObjectManagerPartition& om, bool with_cookies);

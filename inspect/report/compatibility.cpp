@@ -18,6 +18,10 @@ constexpr std::size_t kMaxLineLength = 65536;
 /// Prints lines as they complete.
 class FactPrinter {
  public:
+  FactPrinter() = default;
+  FactPrinter(const FactPrinter&) = delete;
+  FactPrinter& operator=(const FactPrinter&) = delete;
+
   void add(std::string_view piece) {
     while (!piece.empty()) {
       const std::size_t end = piece.find('\n');
@@ -29,7 +33,8 @@ class FactPrinter {
     if (pending_.size() > kMaxLineLength) finish_line();
   }
 
-  void finish() {
+  /// Also what a damaged stream leaves unfinished is shown.
+  ~FactPrinter() {
     if (!pending_.empty()) finish_line();
   }
 
@@ -54,7 +59,6 @@ void print_compatibility(support::ByteSource& source) {
   while (const std::size_t got = source.read(piece.data(), piece.size())) {
     printer.add(std::string_view(piece).substr(0, got));
   }
-  printer.finish();
 }
 
 }  // namespace inspect

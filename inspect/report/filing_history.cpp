@@ -62,9 +62,7 @@ void print_saves(const ObjectManagerPartition& om) {
 void print_history_of(InspectFile& file, PartitionEntry& partition) {
   ObjectManagerPartition om;
   if (!read_object_manager_partition(file, partition, om, false)) return;
-  if (om.audit.pseudo_entries) {
-    support::print("\nNote: partition %d contains pseudo entries\n", partition.id);
-  }
+  print_pseudo_entries_note(partition, om.audit);
   print_saves(om);
 }
 

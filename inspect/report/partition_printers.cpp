@@ -42,7 +42,10 @@ class PartitionPrinter {
     if (contents_) print_om_classes(om_);
     read_shared_strings_and_root(file_, partition_, om_, trace_);
     if (contents_) print_om_root(partition_, om_);
-    if (audit_) print_audit_trail(om_, file_.options.print_cookies);
+    if (audit_) {
+      print_pseudo_entries_note(partition_, om_.audit);
+      print_audit_trail(om_, file_.options.print_cookies);
+    }
     print_chains();
   }
 
