@@ -1,7 +1,5 @@
-#include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
+#include <new>
 
 #include "inspect/options.h"
 #include "inspect/signals.h"
@@ -13,12 +11,24 @@
 
 namespace {
 
+/// Memory that one file could not get may be there for the next.
+int inspect_file(const char* name, inspect::InspectOptions& options) {
+  try {
+    return inspect::inspect_part_file(name, options);
+  } catch (const std::bad_alloc&) {
+    support::report_message(
+        support::format_text("%s: In file %s\n out of memory\n", support::program_name(), name),
+        support::Echo::on);
+    return 1;
+  }
+}
+
 int inspect_files(int argument_count, const char* const* arguments) {
   inspect::InspectOptions options;
   const int first_file = inspect::parse_options(argument_count, arguments, options);
   int exit_status = 0;
   for (int i = first_file; i < argument_count && !support::console_failed(); ++i) {
-    if (inspect::inspect_part_file(arguments[i], options) != 0) exit_status = 1;
+    if (inspect_file(arguments[i], options) != 0) exit_status = 1;
   }
   return exit_status;
 }
@@ -41,6 +51,8 @@ int main(int argument_count, char** arguments) {
     exit_status = inspect_files(argument_count, arguments);
   } catch (const support::ErrorEscape& escape) {
     exit_status = report_uncaught(escape);
+  } catch (const std::bad_alloc&) {
+    std::fputs("out of memory\n", stderr);
   }
   if (!support::flush_console()) {
     std::fprintf(stderr, "%s: could not write to standard output\n", support::program_name());
