@@ -10,7 +10,6 @@
 
 namespace {
 
-using inspect::BrepsolidHeaderBits;
 using test_support::PartBuilder;
 using test_support::PartSession;
 using test_support::solid_partition;

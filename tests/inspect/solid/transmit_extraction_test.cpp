@@ -36,26 +36,26 @@ std::string linked_to(std::int32_t id, std::string data) {
 }
 
 struct Naming {
-  std::int32_t kind;
   const char* header;
   const char* part_name;
   const char* output_name;
-  bool all;
   std::vector<std::string> files;
+  std::int32_t kind;
+  bool all;
 };
 
 TEST(TransmitNames, FollowKindFormatAndGivenName) {
   const Naming cases[] = {
-      {10, "", "a/b#c\\d.prt", "", true, {"d_10_source_3.m_b", "d_10_source_3.x_b"}},
-      {10, "", "d.prt.prt", "", false, {"d.m_b", "d.x_b"}},
-      {18, "FORMAT=binary;", "d", "", true, {"d_10_source_3.m_b", "d_10_source_3.x_p"}},
-      {16, "FORMAT=text;", "d.prt", "", false, {"d.m_t", "d.x_t"}},
-      {17, "", "d.prt", "out", true, {"out_10.m_b", "out_source_3_10.x_p"}},
-      {13, "", "d.prt", "out", false, {"out.m_b", "out.x_b"}},
-      {13, "", "d.prt", "my.x_b", false, {"my.x_b", "my.x_b.m_b"}},
-      {2, "FORMAT=text;", "d.prt", "out", true, {"out.m_t", "out.x_t"}},
-      {12, "", "d.prt", "my.x_b", true, {}},
-      {10, "FORMAT=neutral;", "d.prt", "", true, {}},
+      {"", "a/b#c\\d.prt", "", {"d_10_source_3.m_b", "d_10_source_3.x_b"}, 10, true},
+      {"", "d.prt.prt", "", {"d.m_b", "d.x_b"}, 10, false},
+      {"FORMAT=binary;", "d", "", {"d_10_source_3.m_b", "d_10_source_3.x_p"}, 18, true},
+      {"FORMAT=text;", "d.prt", "", {"d.m_t", "d.x_t"}, 16, false},
+      {"", "d.prt", "out", {"out_10.m_b", "out_source_3_10.x_p"}, 17, true},
+      {"", "d.prt", "out", {"out.m_b", "out.x_b"}, 13, false},
+      {"", "d.prt", "my.x_b", {"my.x_b", "my.x_b.m_b"}, 13, false},
+      {"FORMAT=text;", "d.prt", "out", {"out.m_t", "out.x_t"}, 2, true},
+      {"", "d.prt", "my.x_b", {}, 12, true},
+      {"FORMAT=neutral;", "d.prt", "", {}, 10, true},
   };
   for (const Naming& naming : cases) {
     SCOPED_TRACE(naming.part_name + std::string(" ") + naming.output_name);
