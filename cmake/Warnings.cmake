@@ -3,6 +3,7 @@ add_library(vrii_build INTERFACE)
 target_include_directories(vrii_build INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(vrii_build INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wformat=2
                                             -Wnon-virtual-dtor -Wold-style-cast -Werror)
+target_compile_options(vrii_build INTERFACE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 target_compile_definitions(vrii_build INTERFACE _FILE_OFFSET_BITS=64)
 if(VRII_SANITIZE)
   target_compile_options(vrii_build INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all

@@ -4,6 +4,7 @@
 #include <array>
 #include <cctype>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -88,9 +89,12 @@ void parse_extract(CommandLine& line, InspectOptions& options) {
   if (id >= line.count) reject_extract();
   const char* number = line.arguments[id];
   if (std::isdigit(static_cast<unsigned char>(number[0])) == 0) reject_extract();
-  if (std::sscanf(number, "%i", &options.extract_partition) != 1) {
+  // Base 0 reads what "%i" reads; an id that does not fit would name another partition.
+  const long long value = std::strtoll(number, nullptr, 0);
+  if (value > INT32_MAX) {
     fatal_usage_exit("Extract must be followed by a body id and 1 or 2 filenames\n%s", kShortHelp);
   }
+  options.extract_partition = static_cast<std::int32_t>(value);
   const int part = id + 1;
   if (part + 1 == line.count && !line.is_switch(part)) {
     options.extract_output_name.assign("");

@@ -9,8 +9,8 @@ namespace inspect {
 
 namespace {
 
-constexpr int kHandled[] = {SIGHUP, SIGINT, SIGQUIT, SIGILL,  SIGABRT,
-                            SIGBUS, SIGFPE, SIGSEGV, SIGTERM, SIGXCPU};
+constexpr int kHandled[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGILL,  SIGTRAP, SIGABRT,   SIGBUS,  SIGFPE, SIGUSR1,
+                            SIGSEGV, SIGUSR2, SIGALRM, SIGTERM, SIGXCPU, SIGVTALRM, SIGPROF, SIGSYS};
 
 /// Only what a signal handler may call: no stdio.
 void write_message(int signal) {

@@ -70,6 +70,7 @@ class PartFileDriver {
   InspectFile file_;
   PartContainer container_;
   bool opened_ = false;
+  bool truncated_ = false;
 };
 
 int PartFileDriver::run() {
@@ -78,7 +79,7 @@ int PartFileDriver::run() {
       print("...Running %s version of %s on %s\n", support::kVersionText, support::program_name(),
             file_.name.c_str());
     }
-    if (file_.file_length == 0 && file_.container == nullptr) {
+    if (file_.file_length == 0) {
       support::print_text("**** File is empty, not a valid part file\n");
       file_.failed = true;
     } else {
@@ -103,6 +104,7 @@ bool PartFileDriver::open() {
     opened_ = true;
     return true;
   } catch (const ErrorEscape& escape) {
+    check_truncation();
     report_open_failure(escape);
     return false;
   }
@@ -128,7 +130,8 @@ void PartFileDriver::report_open_failure(const ErrorEscape& escape) {
 
 void PartFileDriver::check_truncation() {
   attempt([this] {
-    if (file_.container == nullptr || !file_.container->is_truncated()) return;
+    if (truncated_ || file_.container == nullptr || !file_.container->is_truncated()) return;
+    truncated_ = true;
     support::print_text("The file appears to have been truncated.\n");
     file_.failed = true;
     file_.problems_found = true;
@@ -240,12 +243,16 @@ void PartFileDriver::use_container() {
   }
   if (options_.print_storages) {
     attempt([this] { cfi_tools::print_storages(container_.root()); });
+    // The listing has said so.
+    if (file_.container->is_truncated()) truncated_ = file_.failed = true;
   }
   if (options_.extract_stream) {
     attempt([this] {
       cfi_tools::extract_stream(container_.root(), options_.stream_path, options_.stream_output_name);
     });
   }
+  // An index that has been loaded since may tell what could not be known on opening.
+  check_truncation();
 }
 
 bool PartFileDriver::scan_finds_corruption() {

@@ -8,6 +8,7 @@
 #include "cfi/open_elements.h"
 #include "support/error_escape.h"
 #include "support/output_file.h"
+#include "support/printable.h"
 #include "support/progress.h"
 #include "support/text_format.h"
 
@@ -50,15 +51,24 @@ void open_output(const std::string& name, const support::FileIdentity& part, sup
   if (!output.open(name)) throw failure(support::format_text("can not open %s\n", name.c_str()));
 }
 
-void copy(CFI_stream_t stream, support::OutputFile& output, support::ProgressLine& progress) {
+support::ErrorEscape incomplete(const char* reason, const std::string& output_name) {
+  return failure(support::format_text("%s\n output file %s is incomplete", reason, output_name.c_str()));
+}
+
+/// The number of bytes copied.
+std::uint64_t copy(CFI_stream_t stream, support::OutputFile& output, const std::string& output_name,
+                   support::ProgressLine& progress) {
+  std::uint64_t copied = 0;
   const auto piece = std::make_unique_for_overwrite<std::byte[]>(kCopySize);
   std::size_t got = 0;
   do {
     got = CFI__read_from_stream(stream, kCopySize, piece.get());
-    if (!output.write(piece.get(), got)) throw failure("write failed");
+    if (!output.write(piece.get(), got)) throw incomplete("write failed", output_name);
+    copied += got;
     progress.advance(got);
   } while (got == kCopySize);
-  if (!output.close()) throw failure("write failed");
+  if (!output.close()) throw incomplete("write failed", output_name);
+  return copied;
 }
 
 }  // namespace
@@ -75,7 +85,13 @@ void extract_stream(CFI_storage_t root, const std::string& stream_path, const st
   support::OutputFile output;
   open_output(output_name, channel.identity(), output);
   support::ProgressLine progress(channel.name(), CFI_stream_source(stream.get()).size());
-  copy(stream.get(), output, progress);
+  const std::uint64_t recorded = CFI_ask_stream_stats(stream.get()).size;
+  const std::uint64_t copied = copy(stream.get(), output, output_name, progress);
+  if (copied == recorded) return;
+  const std::string reason =
+      support::format_text("stream %s has %llu bytes, of which %llu are there",
+                           support::printable(stream_path).c_str(), recorded + 0ULL, copied + 0ULL);
+  throw incomplete(reason.c_str(), output_name);
 }
 
 }  // namespace cfi_tools

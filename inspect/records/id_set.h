@@ -18,6 +18,11 @@ class IdSet {
     return true;
   }
 
+  void clear() {
+    slots_.clear();
+    used_ = 0;
+  }
+
  private:
   bool place(std::int32_t id) {
     const std::size_t mask = slots_.size() - 1;

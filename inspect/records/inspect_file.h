@@ -123,9 +123,9 @@ struct InspectFile {
   std::uint64_t checked_bytes = 0;      ///< partition bytes that checks and extractions have read
   std::map<std::int32_t, std::int32_t> sources;  ///< partition id to source partition id, for output names
   bool development_warnings = false;             ///< no switch sets it
-  bool has_om_checksums = false;      ///< some object-manager partition carries a checksum
-  bool all_have_om_checksums = true;  ///< no object-manager partition read so far lacks one
-  bool quiet = false;                 ///< see QuietErrors
+  bool has_om_checksums = false;                 ///< some object-manager partition carries a checksum
+  bool all_have_om_checksums = true;             ///< no object-manager partition read so far lacks one
+  bool quiet = false;                            ///< see QuietErrors
 };
 
 }  // namespace inspect

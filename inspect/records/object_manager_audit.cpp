@@ -1,10 +1,12 @@
 #include "inspect/records/object_manager_audit.h"
 
 #include <algorithm>
+#include <deque>
 
 #include "inspect/records/id_set.h"
 #include "inspect/records/inspect_errors.h"
 #include "inspect/records/object_manager_label.h"
+#include "inspect/records/object_manager_limits.h"
 #include "inspect/records/traced_readers.h"
 
 namespace inspect {
@@ -38,6 +40,7 @@ class AuditReader {
   bool by_label() const { return om_.version < kInlineAuditVersion; }
   bool enter_link(const ChainNames& chain, std::int32_t wanted_class, std::vector<std::uint64_t>& way_back);
   bool enter_label(const ChainNames& chain, std::vector<std::uint64_t>& way_back);
+  void check_limits();
   void leave_link(std::vector<std::uint64_t>& way_back);
   TextId read_text(const char* label);
   void read_rest(AuditEntry& entry);
@@ -46,7 +49,8 @@ class AuditReader {
   const PartitionEntry& partition_;
   ObjectManagerPartition& om_;
   bool trace_;
-  IdSet labels_;  ///< every label followed, plus one: no object is read twice
+  IdSet object_labels_;  ///< the labels on the way, plus one: a chain must not come back to itself
+  IdSet entry_labels_;   ///< the same for the entries of one object
   std::vector<std::uint64_t> object_way_back_;
   std::vector<std::uint64_t> entry_way_back_;
 };
@@ -56,7 +60,8 @@ bool AuditReader::enter_label(const ChainNames& chain, std::vector<std::uint64_t
   read_ints(trace_, file_, 1, &label, "%s", chain.label);
   if (label == kNoLabel) return false;
   if (label < 0 || label == INT32_MAX) inspect_error(file_, "Bad value %d for %s\n", label, chain.label);
-  if (!labels_.insert(label + 1)) {
+  IdSet& on_the_way = &chain == &kObjectChain ? object_labels_ : entry_labels_;
+  if (!on_the_way.insert(label + 1)) {
     inspect_error(file_, "%s %d leads to an object that was read before\n", chain.label, label);
   }
   way_back.push_back(current_position(file_));
@@ -67,6 +72,7 @@ bool AuditReader::enter_label(const ChainNames& chain, std::vector<std::uint64_t
 /// Moves to the object that the link at the stream's position names; false at the end of the chain.
 bool AuditReader::enter_link(const ChainNames& chain, std::int32_t wanted_class,
                              std::vector<std::uint64_t>& way_back) {
+  check_limits();
   if (by_label()) return enter_label(chain, way_back);
   const std::int32_t found = read_compact_short(trace_, file_, partition_, "%s", chain.class_link);
   if (found == kEndOfChain) return false;
@@ -80,6 +86,11 @@ bool AuditReader::enter_link(const ChainNames& chain, std::int32_t wanted_class,
   return true;
 }
 
+void AuditReader::check_limits() {
+  check_om_limit(file_, om_.audit.objects.size() + om_.audit.entries.size(), kMaxAuditLinks, "saves");
+  check_om_limit(file_, om_.texts.byte_count(), kMaxTextBytes, "bytes of text");
+}
+
 void AuditReader::leave_link(std::vector<std::uint64_t>& way_back) {
   if (!by_label()) return;
   move_to(trace_, file_, way_back.back());
@@ -87,7 +98,8 @@ void AuditReader::leave_link(std::vector<std::uint64_t>& way_back) {
 }
 
 TextId AuditReader::read_text(const char* label) {
-  const auto text = read_om_string(trace_, file_, StringTyping::vla_typed, partition_, "%s", label);
+  auto text = read_om_string(trace_, file_, StringTyping::vla_typed, partition_, "%s", label);
+  if (text) cut_at_terminator(*text);
   return text ? om_.texts.intern(*text) : kNoText;
 }
 
@@ -105,8 +117,9 @@ void AuditReader::read_audit_object() {
 }
 
 void AuditReader::read_audit_entry(AuditObject& object) {
-  std::vector<AuditEntry>& entries = om_.audit.entries;
+  std::deque<AuditEntry>& entries = om_.audit.entries;
   object.first_entry = entries.size();
+  entry_labels_.clear();
   while (enter_link(kEntryChain, om_.audit_entry_class, entry_way_back_)) {
     const TextId user_name = read_text("User name");
     entries.emplace_back().user_name = user_name;
@@ -137,6 +150,9 @@ void read_shared_strings(InspectFile& file, PartitionEntry& partition, ObjectMan
   const std::int32_t count = read_compact_int(trace, file, partition, "count of strings");
   om.utf8_string_count = read_compact_int(trace, file, partition, "count of utf8 strings");
   for (std::int32_t i = 0; i < count; ++i) {
+    check_om_limit(file, partition.shared_strings.size(), kMaxSharedStrings, "shared strings");
+    check_om_limit(file, partition.shared_strings.byte_count(), kMaxSharedStringBytes,
+                   "bytes of shared strings");
     partition.shared_strings.push_back(
         read_om_string(trace, file, StringTyping::plain, partition, "shared string"));
   }
@@ -146,6 +162,7 @@ void read_root(InspectFile& file, const PartitionEntry& partition, ObjectManager
   seek_object(file, partition, om.root_object, trace);
   read_om_label(trace, file, partition, "Root object file head");
   om.root_name = read_om_string(trace, file, StringTyping::vla_typed, partition, "Root name").value_or("");
+  cut_at_terminator(om.root_name);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include "inspect/records/inspect_errors.h"
 #include "inspect/records/object_manager_label.h"
+#include "inspect/records/object_manager_limits.h"
 #include "inspect/records/traced_readers.h"
 
 namespace inspect {
@@ -48,6 +49,7 @@ std::vector<std::int32_t> read_listed_heads(bool trace, InspectFile& file, const
   std::vector<std::int32_t> heads;
   // Not reserved: the count is a claim until its heads have been read.
   for (std::int32_t i = 0; i < count; ++i) {
+    check_om_limit(file, heads.size(), kMaxChainHeads, "entity type chains");
     heads.push_back(read_om_label(trace, file, partition, kChainLabel));  // NOLINT(performance-*)
   }
   return heads;
@@ -80,6 +82,7 @@ void read_entity_type_chains(bool trace, InspectFile& file, const PartitionEntry
   heads.fill(kNullIndex);
   const std::int32_t first = read_compact_short(trace, file, partition, "First version in RM_part");
   read_compact_short(trace, file, partition, "Second version in RM_part");
+  // Some writers file no chains and say so here.
   if (first == kNullIndex) return;
   if (file.rm_layout) {
     read_newer_layout(trace, file, partition, heads);

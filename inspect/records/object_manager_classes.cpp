@@ -1,6 +1,7 @@
 #include "inspect/records/object_manager_classes.h"
 
 #include "inspect/records/inspect_errors.h"
+#include "inspect/records/object_manager_limits.h"
 #include "inspect/records/traced_readers.h"
 
 namespace inspect {
@@ -17,6 +18,7 @@ constexpr std::uint8_t kHandleWithSubFile = 6;
 void read_name(InspectFile& file, std::int32_t length, std::string& name, const char* label, bool trace) {
   name.resize(static_cast<std::size_t>(length));
   read_bytes(trace, file, length, name.data(), "%s", label);
+  cut_at_terminator(name);
 }
 
 void read_schemas(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om,
@@ -25,6 +27,8 @@ void read_schemas(InspectFile& file, const PartitionEntry& partition, ObjectMana
   if (count < 0) inspect_fatal(file, "n_schemas unexpectedly -ve %d", count);
   std::string name;
   for (std::int32_t i = 0; i < count; ++i) {
+    check_om_limit(file, om.schemas.size(), kMaxSchemas, "schemas");
+    check_om_limit(file, om.texts.byte_count(), kMaxTextBytes, "bytes of text");
     const std::int32_t length = read_compact_short(trace, file, partition, "schema length");
     if (length < 1 || length > kMaxName) inspect_fatal(file, "bad schema name length %d", length);
     read_name(file, length, name, "schema name", trace);
@@ -61,7 +65,9 @@ void read_class_entries(InspectFile& file, const PartitionEntry& partition, Obje
 
 void read_superclass_table(InspectFile& file, ObjectManagerPartition& om, bool trace) {
   om.superclass_table.resize(om.classes.size());
-  read_shorts(trace, file, om.class_count, om.superclass_table.data(), "superclass table");
+  std::int16_t none = 0;
+  read_shorts(trace, file, om.class_count, om.class_count == 0 ? &none : om.superclass_table.data(),
+              "superclass table");
   for (std::size_t i = 0; i < om.classes.size(); ++i) {
     check_superclass(file, om.superclass_table[i], om.class_count);
     om.classes[i].superclass = om.superclass_table[i];

@@ -1,6 +1,7 @@
 #include "inspect/records/object_manager_header.h"
 
 #include "inspect/records/inspect_errors.h"
+#include "inspect/records/object_manager_limits.h"
 #include "inspect/records/traced_readers.h"
 #include "support/byte_order.h"
 #include "support/console.h"
@@ -26,19 +27,6 @@ enum FilingMode : std::uint32_t {
 
 bool begins_like_om(const std::uint8_t* intro) { return intro[0] == 'O' || intro[1] == 'M'; }
 
-void read_length(InspectFile& file, PartitionEntry& partition, ObjectManagerPartition& om, bool trace) {
-  move_to(trace, file, partition.base);
-  std::int32_t length = 0;
-  read_ints(trace, file, 1, &length, "Length of OM file");
-  om.length = static_cast<std::uint32_t>(length);
-  partition.om_file_length_byte_size = 4;
-  if (length == kLongLengthFollows) {
-    read_int64s(trace, file, 1, &om.length, "Long length of OM file");
-    partition.om_file_length_byte_size = 12;
-  }
-  om.start = position_behind(partition.base, static_cast<std::uint64_t>(partition.om_file_length_byte_size));
-}
-
 void take_filing_mode(InspectFile& file, PartitionEntry& partition, ObjectManagerPartition& om,
                       std::int32_t mode) {
   const auto has = [bits = static_cast<std::uint32_t>(mode)](FilingMode bit) { return (bits & bit) != 0; };
@@ -58,6 +46,7 @@ void take_filing_mode(InspectFile& file, PartitionEntry& partition, ObjectManage
 std::string read_text(InspectFile& file, std::int32_t length, const char* label, bool trace) {
   std::string text(static_cast<std::size_t>(length), '\0');
   read_bytes(trace, file, length, text.data(), "%s", label);
+  cut_at_terminator(text);
   return text;
 }
 
@@ -93,8 +82,21 @@ void read_external_counts(InspectFile& file, const PartitionEntry& partition, Ob
 
 }  // namespace
 
-bool read_om_start(InspectFile& file, PartitionEntry& partition, ObjectManagerPartition& om, bool trace) {
-  read_length(file, partition, om, trace);
+void read_om_length(InspectFile& file, PartitionEntry& partition, ObjectManagerPartition& om, bool trace) {
+  move_to(trace, file, partition.base);
+  std::int32_t length = 0;
+  read_ints(trace, file, 1, &length, "Length of OM file");
+  om.length = static_cast<std::uint32_t>(length);
+  partition.om_file_length_byte_size = 4;
+  if (length == kLongLengthFollows) {
+    read_int64s(trace, file, 1, &om.length, "Long length of OM file");
+    partition.om_file_length_byte_size = 12;
+  }
+  om.start = position_behind(partition.base, static_cast<std::uint64_t>(partition.om_file_length_byte_size));
+}
+
+bool read_om_intro(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om,
+                   bool trace) {
   read_bytes(trace, file, static_cast<std::int32_t>(om.intro.size()), om.intro.data(),
              "Intro to OM file ('O', 'M', machine info)");
   if (!begins_like_om(om.intro.data())) {

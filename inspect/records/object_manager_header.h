@@ -14,9 +14,12 @@
 ///   references      version 4 and above: ints and two positions
 namespace inspect {
 
-/// Moves to the partition and reads length and intro; sets `partition.om_file_length_byte_size`. False when a
-/// CMOD partition is not in OM format; for any other kind that is inspect_error.
-bool read_om_start(InspectFile& file, PartitionEntry& partition, ObjectManagerPartition& om, bool trace);
+/// Moves to the partition and reads the length; sets `partition.om_file_length_byte_size`.
+void read_om_length(InspectFile& file, PartitionEntry& partition, ObjectManagerPartition& om, bool trace);
+
+/// False when a CMOD partition is not in OM format; for any other kind that is inspect_error.
+bool read_om_intro(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om,
+                   bool trace);
 
 /// Header ints to number of objects; sets `compact` and `wide_positions` of the partition.
 void read_om_identity(InspectFile& file, PartitionEntry& partition, ObjectManagerPartition& om, bool trace);

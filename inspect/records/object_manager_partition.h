@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <string>
 #include <vector>
@@ -53,9 +54,9 @@ struct AuditObject {
 
 struct AuditTrail {
   std::vector<AuditObject> objects;
-  std::vector<AuditEntry> entries;
-  bool has_cookies = false;     ///< cookie and maximum object id are recorded (OM version 5 and above)
-  bool pseudo_entries = false;  ///< an entry with save time 0 was read
+  std::deque<AuditEntry> entries;  ///< grows without a second copy of a million entries
+  bool has_cookies = false;        ///< cookie and maximum object id are recorded (OM version 5 and above)
+  bool pseudo_entries = false;     ///< an entry with save time 0 was read
 };
 
 /// What is read of one object-manager partition, in the order of the file. Positions are absolute in the part

@@ -119,7 +119,7 @@ std::uint16_t read_header_count(InspectFile& file, bool trace) {
     file.swap_bytes = true;
     swap_shorts(trace, file, 1, &count);
   }
-  if (trace) support::print("Header size: %d shorts\n", count);
+  if (trace) support::print("Header size: %d shorts\n", static_cast<std::int16_t>(count));
   return count;
 }
 

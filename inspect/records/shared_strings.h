@@ -27,6 +27,7 @@ class SharedStrings {
     ends_.push_back(std::uint64_t{bytes_.size()} << 1U | (text ? 1U : 0U));
   }
   std::size_t size() const { return ends_.size(); }
+  std::size_t byte_count() const { return bytes_.size(); }
   bool empty() const { return ends_.empty(); }
 
   /// A copy of string `index`, which is below size().

@@ -25,6 +25,7 @@ class TextPool {
   }
 
   std::size_t size() const { return ends_.size(); }
+  std::size_t byte_count() const { return bytes_.size(); }
 
  private:
   std::size_t slot_of(std::string_view text) const;

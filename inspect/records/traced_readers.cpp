@@ -93,7 +93,7 @@ std::int32_t sign_extend(std::uint32_t value, int unused_bits) {
 
 void swap_shorts(bool trace, const InspectFile& file, std::int32_t count, void* data) {
   if (VRII_NEVER(data == nullptr)) return;
-  if (!file.swap_bytes || byte_count(count, 2) == 0) return;
+  if (!file.swap_bytes) return;
   if (trace) print("Converting %d shorts\n", count);
   swap_groups(trace, "Data in: ", count, 2, data);
 }

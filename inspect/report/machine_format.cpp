@@ -11,7 +11,8 @@ std::string machine_format_text(InspectFile& file) {
     if (!holds_object_manager_data(file, partition) || !begins_with_om_intro(file, partition)) continue;
     try {
       ObjectManagerPartition om;
-      if (!read_om_start(file, partition, om, false)) continue;
+      read_om_length(file, partition, om, false);
+      if (!read_om_intro(file, partition, om, false)) continue;
       read_om_identity(file, partition, om, false);
       return om.machine_name;
     } catch (const support::ErrorEscape&) {

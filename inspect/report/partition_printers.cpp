@@ -51,9 +51,9 @@ class PartitionPrinter {
 
  private:
   bool print_header() {
-    const bool is_om = read_om_start(file_, partition_, om_, trace_);
+    read_om_length(file_, partition_, om_, trace_);
     if (contents_) print_om_start(om_);
-    if (!is_om) {
+    if (!read_om_intro(file_, partition_, om_, trace_)) {
       print_not_om(partition_);
       return false;
     }

@@ -36,7 +36,7 @@ DeflatedResult DeflatedCopy::run(std::uint64_t stored_length) {
     write_pieces(inflate_.produced());
     const std::span<const unsigned char> bulk = pieces.next();
     result.stored_checksum = fold(result.stored_checksum, bulk);
-    state = expand(bulk);
+    state = expand(bulk, pieces.remaining() == 0);
   }
   // A stream that is not over when the stored bytes are: with room left, inflate is asked once more, in vain.
   if (state == Z_OK && stored_length > 0 && !piece_just_filled()) state = Z_BUF_ERROR;
@@ -52,16 +52,22 @@ DeflatedResult DeflatedCopy::run(std::uint64_t stored_length) {
   return result;
 }
 
-int DeflatedCopy::expand(std::span<const unsigned char> stored) {
+int DeflatedCopy::expand(std::span<const unsigned char> stored, bool last) {
   read_start_ = inflate_.produced();
   inflate_.set_input(stored);
   for (;;) {
     if (inflate_.produced() - written_ == kOutputBuffer) write(inflate_.produced());
-    const auto used = static_cast<std::size_t>(inflate_.produced() - written_);
-    const int state = inflate_.expand({buffer_.get() + used, kOutputBuffer - used});
+    const std::uint64_t before = inflate_.produced();
+    const auto used = static_cast<std::size_t>(before - written_);
+    // With the last stored bytes the pieces matter one by one: a cut stream ends with the piece that is full
+    // when its bytes are used up, whatever inflate still holds back.
+    const std::size_t room = last ? kOutputPiece - before % kOutputPiece : kOutputBuffer - used;
+    const int state = inflate_.expand({buffer_.get() + used, room});
+    fault_after_piece_ = state < 0 && inflate_.produced() == before;
     // Asked for what may be pending behind a full buffer, and nothing was.
     if (state == Z_BUF_ERROR) return Z_OK;
     if (state != Z_OK) return state;
+    if (last && inflate_.input_empty() && inflate_.produced() - before == room) return Z_OK;
     if (inflate_.input_empty() && inflate_.produced() - written_ < kOutputBuffer) return Z_OK;
   }
 }
@@ -69,7 +75,7 @@ int DeflatedCopy::expand(std::span<const unsigned char> stored) {
 /// With a buffer of one output piece, inflate meets a fault in the very call that fills the piece, unless new
 /// input must be read in between, and the piece is lost with it.
 bool DeflatedCopy::piece_just_filled() const {
-  return inflate_.produced() % kOutputPiece == 0 && inflate_.produced() > read_start_;
+  return inflate_.produced() % kOutputPiece == 0 && inflate_.produced() > read_start_ && !fault_after_piece_;
 }
 
 void DeflatedCopy::write_pieces(std::uint64_t up_to) { write(up_to / kOutputPiece * kOutputPiece); }

@@ -30,7 +30,7 @@ class DeflatedCopy {
   DeflatedResult run(std::uint64_t stored_length);
 
  private:
-  int expand(std::span<const unsigned char> stored);
+  int expand(std::span<const unsigned char> stored, bool last);
   bool piece_just_filled() const;
   void write_pieces(std::uint64_t up_to);
   void write(std::uint64_t up_to);
@@ -39,8 +39,9 @@ class DeflatedCopy {
   TransmitFile* output_;
   InflateStream inflate_;
   std::unique_ptr<unsigned char[]> buffer_;
-  std::uint64_t written_ = 0;     ///< expanded bytes that have left the buffer
-  std::uint64_t read_start_ = 0;  ///< expanded bytes when the last stored bytes were read
+  std::uint64_t written_ = 0;       ///< expanded bytes that have left the buffer
+  bool fault_after_piece_ = false;  ///< the last call met a fault before it produced anything
+  std::uint64_t read_start_ = 0;    ///< expanded bytes when the last stored bytes were read
 };
 
 /// Folds all that is left of a run into an Adler-32.

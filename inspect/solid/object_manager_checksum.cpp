@@ -1,5 +1,6 @@
 #include "inspect/solid/object_manager_checksum.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 
@@ -40,11 +41,12 @@ std::uint32_t read_checksum(InspectFile& file, bool trace, const char* label) {
   return support::load_big<std::uint32_t>(bytes.data());
 }
 
-/// `length` of the partition's data at the stream's position. A length without room for the values can not
-/// be right.
+/// `length` of the partition's data at the stream's position. A length without room for the values, or beyond
+/// the end of the stream, can not be right.
 bool is_sound(InspectFile& file, std::int64_t length, bool trace) {
-  if (length < kTrailerSize) return false;
   const std::uint64_t remembered = current_position(file);
+  const std::uint64_t left = file.file_length - std::min(remembered, file.file_length);
+  if (length < kTrailerSize || static_cast<std::uint64_t>(length) > left) return false;
   PieceReader pieces(file, RunKind::checksummed, static_cast<std::uint64_t>(length - kTrailerSize));
   const std::uint32_t computed = fold_rest(pieces, 1);
   const std::uint32_t total = read_checksum(file, trace, "total_checksum");

@@ -90,6 +90,22 @@ TEST(Driver, AContainerWithoutAPartStreamStillGivesUpItsStreams) {
   EXPECT_EQ(folder.read("text.out"), "the text");
 }
 
+TEST(Driver, AStreamThatReachesBeyondTheFileIsNeverExtractedInSilence) {
+  const TemporaryFolder folder;
+  const std::string sound =
+      ContainerBuilder().stream("/Root/VR_PART/VR_PART", plain_part()).stream("/Root/X/big", "12345").bytes();
+  folder.write("part.prt", test_support::ContainerDamage(sound)
+                               .stream_place("/Root/X/big", 4096, 1 << 30)
+                               .fix_checksums()
+                               .bytes());
+  const auto copied = run_program({"-extract_stream", "X/big", "big.out", "part.prt"}, folder.path());
+  EXPECT_EQ(copied.status, 1);
+  EXPECT_TRUE(has(copied.err, "output file big.out is incomplete")) << copied.err;
+  EXPECT_TRUE(copied.out.ends_with("The file appears to have been truncated.\n")) << copied.out;
+  EXPECT_EQ(run_program({"-storages", "part.prt"}, folder.path()).status, 1);
+  EXPECT_EQ(run_program({"part.prt"}, folder.path()).status, 1);
+}
+
 TEST(Driver, ADamagedIndexIsCorruption) {
   const TemporaryFolder folder;
   const std::string sound = ContainerBuilder().stream("/Root/VR_PART/VR_PART", plain_part()).bytes();
