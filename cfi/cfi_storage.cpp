@@ -1,72 +1,16 @@
 #include "cfi/cfi_storage.h"
 
 #include <cerrno>
-#include <cinttypes>
 #include <limits>
 
+#include "cfi/cfi_calls.h"
 #include "cfi/cfi_error_codes.h"
-#include "cfi/diagnostics_channels.h"
-#include "cfi/element_path.h"
-#include "cfi/open_elements.h"
-#include "support/assertion.h"
-#include "support/printable.h"
-#include "support/text_format.h"
 
 using namespace VRX::System::CFI;
 
 namespace {
 
 constexpr std::uint64_t kLastPosition = std::numeric_limits<std::int64_t>::max();
-constexpr std::size_t kLongestLimitedName = 31;
-
-// Shows a call on the "cfi_storage" channel; paths are only put together when it is on.
-template <typename Element>
-void show_call(const char* function, const Element& element, std::string_view detail = {}) {
-  if (!cfi_storage_channel().enabled()) return;
-  cfi_storage_channel().print("%s: %s%s%s\n", function, support::printable(element.path()).c_str(),
-                              detail.empty() ? "" : " ", support::printable(detail).c_str());
-}
-
-// What goes wrong in a compound file is reported by what was being done, as the maker's format has its own
-// texts.
-template <typename Element, typename Call>
-auto converting_errors(const StorageFile& file, const char* doing, const Element& element, Call call) {
-  try {
-    return call();
-  } catch (const support::ErrorEscape& escape) {
-    if (file.kind() != FileKind::microsoft) throw;
-    throw support::ErrorEscape(escape.module(), escape.code(),
-                               support::format_text("Structured storage failed %s %s: %s", doing,
-                                                    element.path().c_str(), escape.what()));
-  }
-}
-
-void check_child_name(const Storage& storage, std::string_view name) {
-  check_name(name);
-  if (storage.root().limits_names) VRII_ASSERT(name.size() <= kLongestLimitedName);
-}
-
-std::optional<ElementId> find_child(const Storage& storage, std::string_view name) {
-  StorageFile& file = *storage.root().file;
-  return converting_errors(file, "looking up an element of", storage,
-                           [&] { return file.find_child(storage.element(), name); });
-}
-
-// The element to be opened, which must be of that type.
-ElementId existing_child(const Storage& storage, std::string_view name, ElementType type) {
-  const std::optional<ElementId> found = find_child(storage, name);
-  const std::string path = joined_path(storage.path(), name);
-  if (!found) throw make_error(kElementNotFound, path.c_str());
-  if (storage.root().file->record(*found).type != type) {
-    const std::string text = path + (type == ElementType::stream ? " is no stream" : " is no storage");
-    throw make_error(kInternalFailure, text.c_str());
-  }
-  return *found;
-}
-
-void require_reading(const char* options) {
-  if (access_mode(options) != AccessMode::read) throw make_error(kUnsupportedOperation, "writing");
-}
 
 void set_position(const Stream& stream, std::uint64_t position) {
   if (position > kLastPosition) {
@@ -76,33 +20,51 @@ void set_position(const Stream& stream, std::uint64_t position) {
   stream.source().set_position(position);
 }
 
+Stream& open_for_read(Storage& storage, std::string_view name) {
+  const ElementId element = existing_child(storage, name, ElementType::stream, AccessMode::read);
+  StorageFile& file = *storage.root().file;
+  auto source =
+      converting_errors(file, "opening a stream of", storage, [&] { return file.open_stream(element); });
+  return OpenElements::instance().add_stream(storage, element, name, std::move(source));
+}
+
+Stream& open_for_write(Storage& storage, std::string_view name, AccessMode mode) {
+  KVPMWritableFile& file = writable_file(storage);
+  if (mode == AccessMode::create) {
+    const ElementId element = file.create_stream(storage.element(), name);
+    return OpenElements::instance().add_stream(storage, element, name,
+                                               file.writer().container(writer_number(element)));
+  }
+  const ElementId element = existing_child(storage, name, ElementType::stream, mode);
+  return OpenElements::instance().add_stream(storage, element, name,
+                                             file.writer().open_for_write(writer_number(element)));
+}
+
 }  // namespace
 
 CFI_storage_t CFI_open_storage_file(const std::string& file_name, const char* options, const char* hints,
                                     int sector_size) {
-  require_reading(options);
-  Storage& root = OpenElements::instance().open_root(file_name, hints, sector_size);
+  Storage& root = OpenElements::instance().open_root(file_name, access_mode(options), hints, sector_size);
   show_call("CFI_open_storage_file", root, file_name);
   return &root;
 }
 
 CFI_storage_t CFI_open_storage(CFI_storage_t parent, std::string_view name, const char* options) {
   show_call("CFI_open_storage", *parent, name);
-  require_reading(options);
+  const AccessMode mode = access_mode(options);
   check_child_name(*parent, name);
-  const ElementId element = existing_child(*parent, name, ElementType::storage);
-  return &OpenElements::instance().open_storage(*parent, element, name);
+  if (mode == AccessMode::write) writable_file(*parent);
+  const ElementId element = mode == AccessMode::create
+                                ? writable_file(*parent).create_storage(parent->element(), name)
+                                : existing_child(*parent, name, ElementType::storage, mode);
+  return &OpenElements::instance().add_storage(*parent, element, name);
 }
 
 CFI_stream_t CFI_open_stream(CFI_storage_t storage, std::string_view name, const char* options) {
   show_call("CFI_open_stream", *storage, name);
-  require_reading(options);
+  const AccessMode mode = access_mode(options);
   check_child_name(*storage, name);
-  const ElementId element = existing_child(*storage, name, ElementType::stream);
-  StorageFile& file = *storage->root().file;
-  auto source =
-      converting_errors(file, "opening a stream of", *storage, [&] { return file.open_stream(element); });
-  return &OpenElements::instance().open_stream(*storage, element, name, std::move(source));
+  return mode == AccessMode::read ? &open_for_read(*storage, name) : &open_for_write(*storage, name, mode);
 }
 
 bool CFI_ask_if_storage_child_exists(CFI_storage_t storage, std::string_view child) {
@@ -165,14 +127,22 @@ void CFI_set_position(support::ByteSource& source, std::uint64_t position) {
 int CFI_close_stream(CFI_stream_t stream) {
   if (stream == nullptr) return kInternalFailure;
   show_call("CFI_close_stream", *stream);
-  OpenElements::instance().close(*stream);
-  return 0;
+  try {
+    OpenElements::instance().close(*stream);
+    return 0;
+  } catch (const support::ErrorEscape& escape) {
+    return escape.code();
+  }
 }
 
 int CFI_close_storage(CFI_storage_t storage) {
   if (storage == nullptr) return kInternalFailure;
   show_call("CFI_close_storage", *storage);
-  return OpenElements::instance().close(*storage) ? 0 : kInternalFailure;
+  try {
+    return OpenElements::instance().close(*storage) ? 0 : kInternalFailure;
+  } catch (const support::ErrorEscape& escape) {
+    return escape.code();
+  }
 }
 
 StorageFile& CFI_storage_file(CFI_storage_t storage) { return *storage->root().file; }

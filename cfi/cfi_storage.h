@@ -22,10 +22,15 @@ using CFI_stream_t = VRX::System::CFI::Stream*;
 
 /// Opens the container of a file; `options` is "R", "W" or "N" (its first letter decides; any other raises
 /// 1021255). When a root storage of the same file name is open already, that one is returned and counted
-/// once more. Raises 1021080 when the file is of neither kind.
+/// once more. Raises 1021080 when the file is of neither kind. "N" begins a new file in the maker's format,
+/// "W" updates one; what is written takes the place of the old file when the root storage is closed for the
+/// last time, and is lost when elements are still open then. Compound files are not written (1021254).
+/// The hint "limit_names" has names of elements checked to be at most 31 characters long.
 CFI_storage_t CFI_open_storage_file(const std::string& file_name, const char* options,
                                     const char* hints = nullptr, int sector_size = 4096);
 
+/// "R" and "W" open an element that must exist (1021251), "N" creates one that must not (1021252). Only a
+/// file that is open for writing takes "W" and "N" (1021254).
 CFI_storage_t CFI_open_storage(CFI_storage_t parent, std::string_view name, const char* options);
 CFI_stream_t CFI_open_stream(CFI_storage_t storage, std::string_view name, const char* options);
 
@@ -36,6 +41,11 @@ VRX::System::CFI::ElementRecord CFI_ask_stream_stats(CFI_stream_t stream);
 
 /// Bytes read; a read shorter than asked means the stream's end.
 std::size_t CFI__read_from_stream(CFI_stream_t stream, std::size_t count, void* buffer);
+
+/// Writes at the position; the count written is the one asked for. Raises 1021254 for a stream that is read,
+/// and "IStream_Write returned count %u not %u" (1020059) when the system stops on the way.
+std::size_t CFI__write_to_stream(CFI_stream_t stream, std::size_t count, const void* buffer);
+
 std::uint64_t CFI_ask_stream_current_pos(CFI_stream_t stream);
 void CFI__set_stream_absolute_pos(CFI_stream_t stream, std::uint64_t position);
 void CFI_set_stream_relative_pos(CFI_stream_t stream, std::int64_t distance);
@@ -44,7 +54,22 @@ void CFI_set_stream_relative_pos(CFI_stream_t stream, std::int64_t distance);
 std::uint64_t CFI_get_position(const support::ByteSource& source);
 void CFI_set_position(support::ByteSource& source, std::uint64_t position);
 
-/// 0 on success; never raises. The handle is released either way.
+VRX::System::CFI::ClassId CFI_get_storage_class(CFI_storage_t storage);
+void CFI_set_storage_class(CFI_storage_t storage, const VRX::System::CFI::ClassId& class_id);
+
+/// Copies a stream, or a storage with all in it and its class, into a storage of a file that is open for
+/// writing, under a name that is new there.
+void CFI_copy_storage_element(CFI_storage_t source, std::string_view name, CFI_storage_t destination,
+                              std::string_view new_name);
+
+/// Lends a stream as a file channel: a descriptor that holds the stream's bytes and stands at its position.
+int CFI_convert_stream_to_fileid(CFI_stream_t stream);
+
+/// Takes a stream back: what the channel holds becomes the bytes of a stream that is written, and the
+/// channel is closed. Raises "Could not flush channel %d" (1020059).
+void CFI_release_stream_fileid(CFI_stream_t stream, int channel);
+
+/// 0 on success, else an error number; never raises. The handle is released either way.
 int CFI_close_stream(CFI_stream_t stream);
 int CFI_close_storage(CFI_storage_t storage);
 

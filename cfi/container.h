@@ -1,10 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
-#include "cfi/replacement_file.h"
+#include "cfi/file_channel.h"
 #include "support/byte_source.h"
 
 namespace VRX::System::CFI {
@@ -12,8 +13,12 @@ namespace VRX::System::CFI {
 /// The bytes under a stream that can be written.
 class Container : public support::ByteSource {
  public:
-  /// Writes at the position and moves behind the bytes; a gap behind the end is filled with zeros.
-  virtual void write(const void* bytes, std::size_t count) = 0;
+  /// Writes at the position, moves behind what was written and returns its count, fewer than asked when the
+  /// system stops on the way. A gap behind the end is filled with zeros. Raises 1020059.
+  virtual std::size_t write(const void* bytes, std::size_t count) = 0;
+
+  /// Drops the bytes from `size` on.
+  virtual void truncate(std::uint64_t size) = 0;
 
   std::uint64_t position() const override { return position_; }
   void set_position(std::uint64_t position) override { position_ = position; }
@@ -29,7 +34,8 @@ class BufferedContainer final : public Container {
   explicit BufferedContainer(std::string bytes) : bytes_(std::move(bytes)) {}
 
   std::size_t read(void* destination, std::size_t count) override;
-  void write(const void* bytes, std::size_t count) override;
+  std::size_t write(const void* bytes, std::size_t count) override;
+  void truncate(std::uint64_t size) override;
   std::uint64_t size() const override { return bytes_.size(); }
   const std::string& bytes() const { return bytes_; }
 
@@ -42,14 +48,15 @@ class BufferedContainer final : public Container {
 class DirectContainer final : public Container {
  public:
   /// The file must outlive this object.
-  DirectContainer(ReplacementFile& file, std::uint64_t offset) : file_(file), offset_(offset) {}
+  DirectContainer(FileChannel& file, std::uint64_t offset) : file_(file), offset_(offset) {}
 
   std::size_t read(void* destination, std::size_t count) override;
-  void write(const void* bytes, std::size_t count) override;
+  std::size_t write(const void* bytes, std::size_t count) override;
+  void truncate(std::uint64_t size) override { size_ = std::min(size_, size); }
   std::uint64_t size() const override { return size_; }
 
  private:
-  ReplacementFile& file_;
+  FileChannel& file_;
   std::uint64_t offset_;
   std::uint64_t size_ = 0;
 };

@@ -1,7 +1,5 @@
 #include "cfi/element_path.h"
 
-#include <algorithm>
-
 #include "cfi/cfi_error_codes.h"
 #include "cfi/kvpm_format.h"
 #include "support/text_format.h"
@@ -20,14 +18,18 @@ void raise_check_failure(std::string_view element, const char* condition) {
 
 }  // namespace
 
-const char* broken_path_condition(std::string_view path) {
-  if (!path.starts_with(kRootPath)) return "path.starts_with(\"/Root\")";
-  if (path.size() > kRootPathLength && path[kRootPathLength] != '/') return "path[5] == '/'";
-  if (path.ends_with('/')) return "!path.ends_with(\"/\")";
-  if (path.find("//") != std::string_view::npos) return "path.find(\"//\") == npos";
-  if (static_cast<std::size_t>(std::ranges::count(path, '/')) > kMaximumDepth)
-    return "depth <= maximum depth";
-  return nullptr;
+PathShape shape_of_path(std::string_view path) {
+  if (!path.starts_with(kRootPath)) return {"path.starts_with(\"/Root\")"};
+  if (path.size() > kRootPathLength && path[kRootPathLength] != '/') return {"path[5] == '/'"};
+  if (path.ends_with('/')) return {"!path.ends_with(\"/\")"};
+  std::size_t slash = 0;
+  std::size_t depth = 1;
+  for (auto next = path.find('/', 1); next != std::string_view::npos; next = path.find('/', slash + 1)) {
+    if (next == slash + 1) return {"path.find(\"//\") == npos"};
+    if (++depth > kMaximumDepth) return {"depth <= maximum depth"};
+    slash = next;
+  }
+  return {nullptr, slash};
 }
 
 const char* broken_name_condition(std::string_view name) {
@@ -41,7 +43,7 @@ void check_name(std::string_view name) {
 }
 
 void check_path(std::string_view path) {
-  if (const char* condition = broken_path_condition(path)) raise_check_failure(path, condition);
+  if (const char* condition = shape_of_path(path).broken_condition) raise_check_failure(path, condition);
 }
 
 std::string joined_path(std::string_view parent, std::string_view name) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -7,8 +8,12 @@ namespace VRX::System::CFI {
 
 /// Elements are known by their full path from "/Root", with "/" as delimiter.
 
-/// The condition that a full path breaks, as C++ text for a message; nullptr for a sound one.
-const char* broken_path_condition(std::string_view path);
+/// What one look at a full path shows.
+struct PathShape {
+  const char* broken_condition = nullptr;  ///< the condition that it breaks, as C++ text; nullptr: sound
+  std::size_t last_slash = 0;              ///< of a sound path
+};
+PathShape shape_of_path(std::string_view path);
 
 /// The same for the name of one element.
 const char* broken_name_condition(std::string_view name);

@@ -1,17 +1,14 @@
 #include "cfi/expanded_source.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 
 #include "cfi/cfi_error_codes.h"
 #include "cfi/file_channel.h"
+#include "cfi/temporary_file.h"
 #include "support/environment.h"
 #include "support/output_file.h"
 #include "support/text_format.h"
@@ -26,17 +23,6 @@ support::ErrorEscape frame_failure(const std::string& name, int status) {
   return {"cfi", status,
           support::format_text("compressed stream %s ends with status %d: %s", name.c_str(), status,
                                error_text(status).c_str())};
-}
-
-/// An unnamed file, which disappears with its descriptor.
-int open_temporary_file() {
-  const std::string folder = support::temporary_folder();
-  const int unnamed = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
-  if (unnamed >= 0) return unnamed;
-  std::string name = folder + "/vr_inspect_XXXXXX";  // not every file system has files without a name
-  const int named = ::mkostemp(name.data(), O_CLOEXEC);
-  if (named >= 0) ::unlink(name.c_str());
-  return named;
 }
 
 support::ErrorEscape temporary_file_failure() {

@@ -12,9 +12,11 @@
 
 namespace VRX::System::CFI {
 
-FileChannel::FileChannel(std::string name) : name_(std::move(name)) {
+FileChannel::FileChannel(std::string name) : FileChannel(std::move(name), O_RDONLY) {}
+
+FileChannel::FileChannel(std::string name, int open_flags) : name_(std::move(name)) {
   // O_NONBLOCK: a pipe without a writer must not hold up the run.
-  descriptor_ = ::open(name_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  descriptor_ = ::open(name_.c_str(), open_flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   if (descriptor_ < 0) throw make_error(kSystemCallFailed);
   struct stat found = {};
   const bool known = ::fstat(descriptor_, &found) == 0;
@@ -104,6 +106,36 @@ std::size_t FileChannel::read_apart_at(std::uint64_t offset, void* destination, 
   if (offset >= size_) return 0;
   return read_direct(offset, destination,
                      static_cast<std::size_t>(std::min<std::uint64_t>(count, size_ - offset)));
+}
+
+std::size_t FileChannel::write_at(std::uint64_t, const void*, std::size_t) {
+  throw make_error(kUnsupportedOperation, "writing to a file that is open for reading");
+}
+
+void FileChannel::forget_windows(std::uint64_t end) {
+  for (Window& window : windows_) window = {};  // they were made for the old length
+  size_ = std::max(size_, end);
+}
+
+VFileChannel::VFileChannel(std::string name) : FileChannel(std::move(name), O_RDWR) {}
+
+std::size_t VFileChannel::write_at(std::uint64_t offset, const void* bytes, std::size_t count) {
+  const auto* next = static_cast<const std::byte*>(bytes);
+  std::size_t total = 0;
+  while (total < count) {
+    const ssize_t done =
+        ::pwrite(descriptor(), next + total, count - total, static_cast<off_t>(offset + total));
+    if (done < 0 && errno == EINTR) continue;
+    if (done < 0 && total == 0) throw make_error(kSystemCallFailed);
+    if (done <= 0) break;
+    total += static_cast<std::size_t>(done);
+  }
+  forget_windows(offset + total);
+  return total;
+}
+
+void VFileChannel::flush() {
+  if (::fsync(descriptor()) != 0) throw make_error(kSystemCallFailed);
 }
 
 std::size_t ChannelSource::read(void* destination, std::size_t count) {

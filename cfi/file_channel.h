@@ -12,7 +12,7 @@
 
 namespace VRX::System::CFI {
 
-/// An open regular file, read only. Small reads are served from a few windows of 128 KiB that are filled
+/// An open regular file. Small reads are served from a few windows of 128 KiB that are filled
 /// with one pread each, so that readers that take a field at a time cost no system call per field; reads
 /// of a window or more go straight to the caller's buffer. Nothing is mapped: a file that is cut while it
 /// is read yields fewer bytes, never a signal.
@@ -27,7 +27,7 @@ class FileChannel {
   /// Takes over an open descriptor of a regular file; `name` is for messages. Raises 1020059.
   FileChannel(int descriptor, std::string name);
 
-  ~FileChannel();
+  virtual ~FileChannel();
   FileChannel(const FileChannel&) = delete;
   FileChannel& operator=(const FileChannel&) = delete;
 
@@ -59,6 +59,20 @@ class FileChannel {
     return true;
   }
 
+  /// Writes `count` bytes at `offset` and returns how many were written, fewer when the system stops on the
+  /// way. Raises 1020059 when none can be written, and 1021254 here, where the file is read only.
+  virtual std::size_t write_at(std::uint64_t offset, const void* bytes, std::size_t count);
+
+  /// Forces what was written to disk. Raises 1020059.
+  virtual void flush() {}
+
+ protected:
+  FileChannel(std::string name, int open_flags);
+  int descriptor() const { return descriptor_; }
+
+  /// Forgets what windows hold, and the length, once the bytes up to `end` have been written.
+  void forget_windows(std::uint64_t end);
+
  private:
   struct Window {
     std::unique_ptr<std::byte[]> bytes;
@@ -78,6 +92,16 @@ class FileChannel {
   std::array<Window, 4> windows_;
   Window* latest_ = windows_.data();  ///< the window used last
   std::uint64_t use_count_ = 0;
+};
+
+/// A regular file that is open for reading and writing; everything goes straight to the system.
+class VFileChannel final : public FileChannel {
+ public:
+  /// Opens an existing file. Raises what FileChannel raises.
+  explicit VFileChannel(std::string name);
+
+  std::size_t write_at(std::uint64_t offset, const void* bytes, std::size_t count) override;
+  void flush() override;
 };
 
 /// A part of a file as a source: `size` bytes from `offset`. Bytes that the file no longer has, or never

@@ -34,7 +34,7 @@ std::uint64_t FileContainer::bytes_left() const {
 }
 
 void FileContainer::slide(std::size_t wanted) {
-  if (wanted > bytes_left()) throw make_error(kEndOfStream);
+  if (wanted > bytes_left()) raise_end();
   digest_read_bytes();
   const std::size_t kept = end_ - next_;
   const std::size_t capacity = static_cast<std::size_t>(
@@ -51,11 +51,13 @@ void FileContainer::slide(std::size_t wanted) {
   next_ = 0;
   digested_ = 0;
   end_ = kept + channel_.read_at(window_offset_ + kept, window_.get() + kept, capacity_ - kept);
-  if (end_ < wanted) throw make_error(kEndOfStream);
+  if (end_ < wanted) raise_end();
 }
 
-void FileContainer::copy(void* destination, std::size_t count) {
-  if (count > bytes_left()) throw make_error(kEndOfStream);
+void FileContainer::raise_end() { throw make_error(kEndOfStream); }
+
+void FileContainer::copy_across_windows(void* destination, std::size_t count) {
+  if (count > bytes_left()) raise_end();
   auto* next = static_cast<unsigned char*>(destination);
   while (count > 0) {
     if (next_ == end_) slide(1);
@@ -67,19 +69,20 @@ void FileContainer::copy(void* destination, std::size_t count) {
   }
 }
 
-void FileContainer::read_text(char* destination, std::size_t count, const char* label) {
-  const std::uint64_t start = position();
-  copy(destination, count);
-  if (!shows_reads_) return;
+// The text is read apart from the window, which only moves forward.
+void FileContainer::show_text(std::size_t count, const char* label) {
+  require(count);
+  std::string text(count, '\0');
+  text.resize(channel_.read_at(position(), text.data(), count));
   structured_storage_io_channel().print("%s: \"%s\" at offset %" PRIu64 "\n", label,
-                                        support::printable({destination, count}).c_str(), start);
+                                        support::printable(text).c_str(), position());
 }
 
 void FileContainer::read_bytes(void* destination, std::size_t count, const char* label) {
   if (shows_reads_) {
     structured_storage_io_channel().print("%s: %zu bytes at offset %" PRIu64 "\n", label, count, position());
   }
-  copy(destination, count);
+  if (count > 0) copy(destination, count);
 }
 
 void FileContainer::show_integer(const char* label, std::int64_t value) const {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 
 #include "cfi/file_channel.h"
@@ -28,13 +29,21 @@ class FileContainer {
   /// Bytes between the position and the end of the file.
   std::uint64_t bytes_left() const;
 
+  /// Raises 1020023 unless that many bytes are left: to be asked before memory is taken for them.
+  void require(std::size_t count) const {
+    if (count > end_ - next_ && count > bytes_left()) raise_end();
+  }
+
   std::uint8_t read_byte(const char* label) { return read_integer<std::uint8_t>(label); }
   std::int16_t read_int16(const char* label) { return read_integer<std::int16_t>(label); }
   std::int32_t read_int32(const char* label) { return read_integer<std::int32_t>(label); }
   std::int64_t read_int64(const char* label) { return read_integer<std::int64_t>(label); }
 
   /// Any number of bytes; they are shown on the channel as text.
-  void read_text(char* destination, std::size_t count, const char* label);
+  void read_text(char* destination, std::size_t count, const char* label) {
+    if (shows_reads_) show_text(count, label);
+    copy(destination, count);
+  }
 
   /// Any number of bytes; only their number is shown on the channel.
   void read_bytes(void* destination, std::size_t count, const char* label);
@@ -57,7 +66,14 @@ class FileContainer {
 
   void slide(std::size_t wanted);
   void digest_read_bytes();
-  void copy(void* destination, std::size_t count);
+  void copy(void* destination, std::size_t count) {
+    if (count > end_ - next_) return copy_across_windows(destination, count);
+    std::memcpy(destination, window_.get() + next_, count);
+    next_ += count;
+  }
+  void copy_across_windows(void* destination, std::size_t count);
+  [[noreturn]] static void raise_end();
+  void show_text(std::size_t count, const char* label);
   void show_integer(const char* label, std::int64_t value) const;
 
   struct FreeDigest {

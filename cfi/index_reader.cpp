@@ -34,7 +34,7 @@ std::string_view read_path(FileContainer& in, StorageIndex& index) {
   const std::int32_t length = in.read_int32("element path length");
   if (length < 1 || length > kMaximumPathLength) throw make_error(kNameTooLong, length);
   const auto size = static_cast<std::size_t>(length);
-  if (size > in.bytes_left()) throw make_error(kEndOfStream);
+  in.require(size);
   char* path = index.extend_paths(size);
   in.read_text(path, size, "element path");
   return {path, size};

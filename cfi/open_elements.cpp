@@ -5,6 +5,7 @@
 #include "cfi/cfi_error_codes.h"
 #include "cfi/element_path.h"
 #include "cfi/kvpm_format.h"
+#include "cfi/lock_bytes_factories.h"
 
 namespace VRX::System::CFI {
 
@@ -25,22 +26,44 @@ std::string Storage::path() const {
   std::vector<const Storage*> way;
   for (const Storage* storage = this; storage != nullptr; storage = storage->parent_) way.push_back(storage);
   std::string path;
-  for (auto storage = way.rbegin(); storage != way.rend(); ++storage)
-    path.append("/").append((*storage)->name_);
+  std::ranges::reverse(way);
+  for (const Storage* storage : way) path.append("/").append(storage->name_);
   return path;
 }
 
 std::string Stream::path() const { return joined_path(parent_.path(), name_); }
 
-RootStorageNode::RootStorageNode(const std::string& file_name, std::string_view hints, int sector_size)
-    : channel(file_name),
+RootStorageNode::RootStorageNode(const std::string& name, AccessMode mode, std::string_view hints,
+                                 int sector_size)
+    : file_name(name),
       limits_names(hints == kLimitNamesHint),
-      file(open_storage_file(channel)),
       storage(*this, nullptr, kRootElement, last_component(kRootPath)) {
-  if (!file) throw make_error(kNotAStorageFile, file_name.c_str());
+  open(mode);
   if (file->kind() == FileKind::microsoft && sector_size != 512 && sector_size != 4096) {
     throw make_error(kInternalFailure, "the sector size is neither 512 nor 4096");
   }
+}
+
+void RootStorageNode::open(AccessMode mode) {
+  if (mode != AccessMode::create) {
+    const ReadOnlyLockBytesFactory for_reading;
+    channel = make_lock_bytes(&for_reading, nullptr, file_name);
+  }
+  if (mode == AccessMode::read) {
+    file = open_storage_file(*channel);
+    if (!file) throw make_error(kNotAStorageFile, file_name.c_str());
+    return;
+  }
+  if (mode == AccessMode::write) {
+    const FileKind kind = recognise(*channel);
+    if (kind == FileKind::flat) throw make_error(kNotAStorageFile, file_name.c_str());
+    if (kind == FileKind::microsoft)
+      throw make_error(kUnsupportedOperation, "writing to a Microsoft storage file");
+  }
+  auto opened = mode == AccessMode::create ? std::make_unique<KVPMWritableFile>(file_name)
+                                           : std::make_unique<KVPMWritableFile>(file_name, *channel);
+  writable = opened.get();
+  file = std::move(opened);
 }
 
 OpenElements& OpenElements::instance() {
@@ -48,29 +71,50 @@ OpenElements& OpenElements::instance() {
   return elements;
 }
 
-Storage& OpenElements::open_root(const std::string& file_name, const char* hints, int sector_size) {
-  const auto is_wanted = [&](const auto& root) { return root->channel.name() == file_name; };
-  const auto open = std::ranges::find_if(roots_, is_wanted);
-  if (open != roots_.end()) {
-    ++(*open)->storage.handle_count_;
-    return (*open)->storage;
+Storage& OpenElements::open_root(const std::string& file_name, AccessMode mode, const char* hints,
+                                 int sector_size) {
+  const auto open = std::ranges::find(roots_, file_name, [](const auto& root) { return root->file_name; });
+  if (open == roots_.end()) {
+    const std::string_view given = hints == nullptr ? "" : hints;
+    roots_.push_back(std::make_unique<RootStorageNode>(file_name, mode, given, sector_size));
+    return roots_.back()->storage;
   }
-  return roots_
-      .emplace_back(std::make_unique<RootStorageNode>(file_name, hints == nullptr ? "" : hints, sector_size))
-      ->storage;
+  const bool can_write = (*open)->writable != nullptr;
+  if (mode == AccessMode::create || (mode == AccessMode::write && !can_write)) {
+    throw make_error(kUnsupportedOperation, "writing to a file that is open already");
+  }
+  ++(*open)->storage.handle_count_;
+  return (*open)->storage;
 }
 
-Storage& OpenElements::open_storage(Storage& parent, ElementId element, std::string_view name) {
+Storage& OpenElements::add_storage(Storage& parent, ElementId element, std::string_view name) {
   auto opened = std::make_unique<Storage>(parent.root_, &parent, element, name);
   ++parent.open_children_;
-  return *opened.release();
+  const Storage* const key = opened.get();
+  return *storages_.emplace(key, std::move(opened)).first->second;
 }
 
-Stream& OpenElements::open_stream(Storage& parent, ElementId element, std::string_view name,
-                                  std::unique_ptr<support::ByteSource> source) {
-  auto opened = std::make_unique<Stream>(parent, element, name, std::move(source));
-  ++parent.open_children_;
-  return *opened.release();
+Stream& OpenElements::add_stream(Storage& parent, ElementId element, std::string_view name,
+                                 std::unique_ptr<support::ByteSource> source) {
+  return own(std::make_unique<Stream>(parent, element, name, std::move(source)));
+}
+
+Stream& OpenElements::add_stream(Storage& parent, ElementId element, std::string_view name,
+                                 Container& container) {
+  return own(std::make_unique<Stream>(parent, element, name, container));
+}
+
+Stream& OpenElements::own(std::unique_ptr<Stream> stream) {
+  ++stream->parent_.open_children_;
+  const Stream* const key = stream.get();
+  return *streams_.emplace(key, std::move(stream)).first->second;
+}
+
+std::unique_ptr<RootStorageNode> OpenElements::take_root(const Storage& storage) {
+  const auto found = std::ranges::find(roots_, &storage, [](const auto& root) { return &root->storage; });
+  std::unique_ptr<RootStorageNode> root = std::move(*found);
+  roots_.erase(found);
+  return root;
 }
 
 bool OpenElements::close(Storage& storage) {
@@ -78,19 +122,28 @@ bool OpenElements::close(Storage& storage) {
   if (storage.handle_count_ > 0) return true;
   if (storage.open_children_ > 0) return false;
   if (storage.parent_ == nullptr) {
-    std::erase_if(roots_, [&](const auto& root) { return &root->storage == &storage; });
+    const std::unique_ptr<RootStorageNode> root = take_root(storage);
+    if (root->writable != nullptr) root->writable->writer().commit();
     return true;
   }
   Storage* const parent = storage.parent_;
-  const std::unique_ptr<Storage> closed(&storage);
+  storages_.erase(&storage);
   child_closed(parent);
   return true;
 }
 
 void OpenElements::close(Stream& stream) {
-  Storage* const parent = &stream.parent_;
-  delete &stream;
-  child_closed(parent);
+  const std::unique_ptr<Stream> closed = std::move(streams_.extract(&stream).mapped());
+  try {
+    if (closed->container_ != nullptr) {
+      closed->parent_.root_.writable->writer().release(
+          static_cast<TopStorageWriter::Number>(closed->element_));
+    }
+  } catch (const support::ErrorEscape&) {
+    child_closed(&closed->parent_);
+    throw;
+  }
+  child_closed(&closed->parent_);
 }
 
 // Also ends the storages above that were closed before their children; a loop, since they may be nested deep.
@@ -98,9 +151,9 @@ void OpenElements::child_closed(Storage* parent) {
   while (parent != nullptr && --parent->open_children_ == 0 && parent->handle_count_ == 0) {
     Storage* const above = parent->parent_;
     if (above == nullptr) {
-      std::erase_if(roots_, [&](const auto& root) { return &root->storage == parent; });
+      take_root(*parent);
     } else {
-      delete parent;
+      storages_.erase(parent);
     }
     parent = above;
   }

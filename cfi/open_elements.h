@@ -5,9 +5,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
+#include "cfi/container.h"
 #include "cfi/file_channel.h"
+#include "cfi/kvpm_writable_file.h"
 #include "cfi/storage_file.h"
 
 namespace VRX::System::CFI {
@@ -46,13 +49,21 @@ class Storage {
 /// An open stream: what a CFI_stream_t points to.
 class Stream {
  public:
+  /// A stream that is read.
   Stream(Storage& parent, ElementId element, std::string_view name,
          std::unique_ptr<support::ByteSource> source)
-      : parent_(parent), element_(element), name_(name), source_(std::move(source)) {}
+      : parent_(parent), element_(element), name_(name), owned_(std::move(source)), source_(*owned_) {}
+
+  /// A stream that is written; its bytes belong to the file.
+  Stream(Storage& parent, ElementId element, std::string_view name, Container& container)
+      : parent_(parent), element_(element), name_(name), source_(container), container_(&container) {}
 
   Storage& parent() const { return parent_; }
   ElementId element() const { return element_; }
-  support::ByteSource& source() const { return *source_; }
+  support::ByteSource& source() const { return source_; }
+
+  /// Null for a stream that is read.
+  Container* container() const { return container_; }
   std::string path() const;
 
  private:
@@ -61,7 +72,9 @@ class Stream {
   Storage& parent_;
   ElementId element_;
   std::string name_;
-  std::unique_ptr<support::ByteSource> source_;
+  std::unique_ptr<support::ByteSource> owned_;
+  support::ByteSource& source_;
+  Container* container_ = nullptr;
 };
 
 /// The hint under which a root storage limits the names of its elements.
@@ -69,12 +82,17 @@ inline constexpr std::string_view kLimitNamesHint = "limit_names";
 
 /// An open file with its root storage.
 struct RootStorageNode {
-  RootStorageNode(const std::string& file_name, std::string_view hints, int sector_size);
+  RootStorageNode(const std::string& name, AccessMode mode, std::string_view hints, int sector_size);
 
-  FileChannel channel;
-  bool limits_names;  ///< names of elements are checked to have at most 31 characters
+  std::string file_name;
+  bool limits_names;                     ///< names of elements are checked to have at most 31 characters
+  std::unique_ptr<FileChannel> channel;  ///< null for a new file
   std::unique_ptr<StorageFile> file;
+  KVPMWritableFile* writable = nullptr;  ///< `file` when it is open for writing
   Storage storage;
+
+ private:
+  void open(AccessMode mode);
 };
 
 /// The open elements of all files: one root per file name, and how many elements are open in each storage.
@@ -82,20 +100,31 @@ class OpenElements {
  public:
   static OpenElements& instance();
 
-  /// The root storage of the file, counted once more when it is open already.
-  Storage& open_root(const std::string& file_name, const char* hints, int sector_size);
-  Storage& open_storage(Storage& parent, ElementId element, std::string_view name);
-  Stream& open_stream(Storage& parent, ElementId element, std::string_view name,
-                      std::unique_ptr<support::ByteSource> source);
+  /// The root storage of the file, counted once more when it is open already. Raises 1021254 when it is open
+  /// for less than is asked for.
+  Storage& open_root(const std::string& file_name, AccessMode mode, const char* hints, int sector_size);
+  Storage& add_storage(Storage& parent, ElementId element, std::string_view name);
+  Stream& add_stream(Storage& parent, ElementId element, std::string_view name,
+                     std::unique_ptr<support::ByteSource> source);
+  Stream& add_stream(Storage& parent, ElementId element, std::string_view name, Container& container);
 
-  /// False when elements in the storage are still open; it then lives on until the last of them is closed.
+  /// False when elements in the storage are still open; it then lives on until the last of them is closed,
+  /// and what was written to its file is lost. The last close of a root storage commits what was written;
+  /// raises what that raises.
   bool close(Storage& storage);
+
+  /// Ends the writing of a stream; raises what that raises, and the stream is gone either way.
   void close(Stream& stream);
 
  private:
+  std::unique_ptr<RootStorageNode> take_root(const Storage& storage);
+  Stream& own(std::unique_ptr<Stream> stream);
   void child_closed(Storage* parent);
 
+  // What lies in another goes first.
   std::vector<std::unique_ptr<RootStorageNode>> roots_;
+  std::unordered_map<const Storage*, std::unique_ptr<Storage>> storages_;
+  std::unordered_map<const Stream*, std::unique_ptr<Stream>> streams_;
 };
 
 }  // namespace VRX::System::CFI

@@ -4,11 +4,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
 #include "cfi/cfi_error_codes.h"
+#include "cfi/lock_bytes_factories.h"
 
 namespace VRX::System::CFI {
 
@@ -23,49 +23,31 @@ mode_t wanted_mode(const std::string& name) {
   return 0666U & ~mask;
 }
 
+// Reserves the temporary name.
+std::string create_temporary(const std::string& name) {
+  std::string temporary = name + ".XXXXXX";
+  const int descriptor = ::mkostemp(temporary.data(), O_CLOEXEC);
+  if (descriptor < 0) throw make_error(kSystemCallFailed);
+  ::close(descriptor);
+  return temporary;
+}
+
 }  // namespace
 
 ReplacementFile::ReplacementFile(std::string name)
-    : name_(std::move(name)), temporary_name_(name_ + ".XXXXXX") {
-  descriptor_ = ::mkostemp(temporary_name_.data(), O_CLOEXEC);
-  if (descriptor_ < 0) throw make_error(kSystemCallFailed);
+    : name_(std::move(name)), temporary_name_(create_temporary(name_)) {
+  const ReadWriteLockBytesFactory for_update;
+  channel_ = make_lock_bytes(nullptr, &for_update, temporary_name_);
 }
 
 ReplacementFile::~ReplacementFile() {
-  if (descriptor_ < 0) return;
-  ::close(descriptor_);
-  ::unlink(temporary_name_.c_str());
-}
-
-void ReplacementFile::write_at(std::uint64_t offset, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t done = ::pwrite(descriptor_, bytes.data(), bytes.size(), static_cast<off_t>(offset));
-    if (done < 0 && errno == EINTR) continue;
-    if (done < 0) throw make_error(kSystemCallFailed);
-    bytes.remove_prefix(static_cast<std::size_t>(done));
-    offset += static_cast<std::uint64_t>(done);
-  }
-}
-
-void ReplacementFile::read_at(std::uint64_t offset, void* destination, std::size_t count) const {
-  auto* next = static_cast<char*>(destination);
-  while (count > 0) {
-    const ssize_t got = ::pread(descriptor_, next, count, static_cast<off_t>(offset));
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) throw make_error(kSystemCallFailed);
-    if (got == 0) throw make_error(kEndOfStream);
-    next += got;
-    offset += static_cast<std::uint64_t>(got);
-    count -= static_cast<std::size_t>(got);
-  }
+  if (!is_committed_) ::unlink(temporary_name_.c_str());
 }
 
 void ReplacementFile::commit() {
-  if (::fchmod(descriptor_, wanted_mode(name_)) != 0) throw make_error(kSystemCallFailed);
-  if (::fsync(descriptor_) != 0) throw make_error(kSystemCallFailed);
+  if (::chmod(temporary_name_.c_str(), wanted_mode(name_)) != 0) throw make_error(kSystemCallFailed);
   if (std::rename(temporary_name_.c_str(), name_.c_str()) != 0) throw make_error(kSystemCallFailed);
-  ::close(descriptor_);
-  descriptor_ = -1;
+  is_committed_ = true;
 }
 
 }  // namespace VRX::System::CFI

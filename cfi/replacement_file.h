@@ -1,9 +1,9 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
+#include <memory>
 #include <string>
-#include <string_view>
+
+#include "cfi/file_channel.h"
 
 namespace VRX::System::CFI {
 
@@ -19,18 +19,17 @@ class ReplacementFile {
   ReplacementFile(const ReplacementFile&) = delete;
   ReplacementFile& operator=(const ReplacementFile&) = delete;
 
-  void write_at(std::uint64_t offset, std::string_view bytes);
+  /// The temporary file, open for reading and writing.
+  FileChannel& channel() const { return *channel_; }
 
-  /// Reads `count` bytes that were written before.
-  void read_at(std::uint64_t offset, void* destination, std::size_t count) const;
-
-  /// Forces the bytes to disk and gives the file its name.
+  /// Gives the file its name.
   void commit();
 
  private:
   std::string name_;
   std::string temporary_name_;
-  int descriptor_ = -1;
+  std::unique_ptr<FileChannel> channel_;
+  bool is_committed_ = false;
 };
 
 }  // namespace VRX::System::CFI

@@ -1,10 +1,7 @@
 #include "cfi/storage_file.h"
 
-#include "cfi/cfi_error_codes.h"
 #include "cfi/kvpm_storage_file.h"
-#if __has_include("cfi/microsoft_storage_file.h")
 #include "cfi/microsoft_storage_file.h"
-#endif
 
 namespace VRX::System::CFI {
 
@@ -22,11 +19,7 @@ std::unique_ptr<StorageFile> open_storage_file(FileChannel& channel) {
     case FileKind::kvpm:
       return std::make_unique<KVPMStorageFile>(channel);
     case FileKind::microsoft:
-#if __has_include("cfi/microsoft_storage_file.h")
       return std::make_unique<MicrosoftStorageFile>(channel);
-#else
-      throw make_error(kUnsupportedOperation, "reading a Microsoft storage file");
-#endif
     case FileKind::flat:
       break;
   }

@@ -14,9 +14,14 @@ constexpr unsigned kFingerprintBytes = 3;
 constexpr unsigned kLengthShift = 8 * kFingerprintBytes;
 
 std::uint32_t last_bytes(std::string_view text) {
+  if (text.size() >= kFingerprintBytes) {
+    const auto* end = text.data() + text.size();
+    return static_cast<std::uint32_t>(static_cast<unsigned char>(end[-3])) << 16U |
+           static_cast<std::uint32_t>(static_cast<unsigned char>(end[-2])) << 8U |
+           static_cast<unsigned char>(end[-1]);
+  }
   std::uint32_t value = 0;
-  const std::size_t count = std::min<std::size_t>(text.size(), kFingerprintBytes);
-  for (const char c : text.substr(text.size() - count)) value = value << 8U | static_cast<unsigned char>(c);
+  for (const char c : text) value = value << 8U | static_cast<unsigned char>(c);
   return value;
 }
 
@@ -68,11 +73,10 @@ bool StorageIndex::lies_in_last_parent(std::string_view path) const {
 }
 
 void StorageIndex::start_run(std::string_view path) {
-  const std::size_t slash = path.rfind('/');
-  const auto parent_length = static_cast<std::uint32_t>(slash == std::string_view::npos ? 0 : slash);
-  parent_runs_.push_back({size(), parent_length});
-  if (broken_condition_ != nullptr) return;
-  broken_condition_ = broken_path_condition(path);
+  const PathShape shape = shape_of_path(path);
+  parent_runs_.push_back({size(), static_cast<std::uint32_t>(shape.last_slash)});
+  if (shape.broken_condition == nullptr || broken_condition_ != nullptr) return;
+  broken_condition_ = shape.broken_condition;
   broken_entry_ = size();
 }
 

@@ -32,6 +32,7 @@ void TopStorage::read_fixed_header(FileContainer& in) {
 }
 
 void TopStorage::load_footer() {
+  thread_check_.require_own_thread();
   if (footer_state_ == FooterState::loaded) return;
   if (footer_state_ == FooterState::failed) throw *footer_failure_;
   try {
@@ -61,6 +62,7 @@ std::optional<ElementId> TopStorage::find_loaded(std::string_view path) const {
 }
 
 std::optional<ElementId> TopStorage::find(std::string_view path) {
+  thread_check_.require_own_thread();
   std::optional<ElementId> found = find_loaded(path);
   if (!found && !footer_is_loaded() && !HeaderPaths::standard().contains(version_, path)) {
     load_footer();

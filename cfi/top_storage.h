@@ -10,6 +10,7 @@
 
 #include "cfi/file_channel.h"
 #include "cfi/storage_index.h"
+#include "cfi/thread_check.h"
 #include "support/error_escape.h"
 
 namespace VRX::System::CFI {
@@ -17,7 +18,7 @@ namespace VRX::System::CFI {
 class FileContainer;
 
 /// The reader of the maker's format: fixed header and header index when it is made, footer index on the
-/// first need of it.
+/// first need of it. `find` and `load_footer` are for the thread that made it (1021253).
 class TopStorage {
  public:
   /// Reads the fixed header and the header index of a file with the maker's signature; the channel must
@@ -68,6 +69,7 @@ class TopStorage {
   std::vector<std::byte> part_header_;
   FooterState footer_state_ = FooterState::to_load;
   std::unique_ptr<const support::ErrorEscape> footer_failure_;
+  ThreadCheck thread_check_;
 };
 
 }  // namespace VRX::System::CFI

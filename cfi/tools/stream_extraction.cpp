@@ -81,7 +81,7 @@ void extract_stream(CFI_storage_t root, const std::string& stream_path, const st
     rest.remove_prefix(slash + 1);
   }
   const OwnedStream stream(CFI_open_stream(storages.innermost(), rest, "R"));
-  const VRX::System::CFI::FileChannel& channel = root->root().channel;
+  const VRX::System::CFI::FileChannel& channel = *root->root().channel;
   support::OutputFile output;
   open_output(output_name, channel.identity(), output);
   support::ProgressLine progress(channel.name(), CFI_stream_source(stream.get()).size());

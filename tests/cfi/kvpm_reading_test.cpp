@@ -2,23 +2,26 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "cfi/cfi_error_codes.h"
+#include "cfi/index_writer.h"
 #include "cfi/kvpm_storage_file.h"
 #include "tests/support/container_builder.h"
+#include "tests/support/memory_file.h"
 #include "tests/support/program_runner.h"
 
 using namespace VRX::System::CFI;
 using test_support::ContainerBuilder;
 using test_support::ContainerDamage;
-using test_support::TemporaryFolder;
+using test_support::MemoryFile;
 
 namespace {
 
 constexpr ClassId kPartClass = {0x12345678, 0x9ABC, 0xDEF0, {1, 2, 3, 4, 5, 6, 7, 8}};
 
 struct Opened {
-  explicit Opened(const std::string& bytes) : channel(folder.write("part", bytes)), file(channel) {}
+  explicit Opened(const std::string& bytes) : memory(bytes), channel(memory.name()), file(channel) {}
 
   std::optional<ElementId> find(std::initializer_list<const char*> names) {
     std::optional<ElementId> element = kRootElement;
@@ -44,7 +47,7 @@ struct Opened {
     return names;
   }
 
-  TemporaryFolder folder;
+  MemoryFile memory;
   FileChannel channel;
   KVPMStorageFile file;
 };
@@ -198,6 +201,23 @@ TEST(KvpmReading, IsTruncatedWhenAStreamReachesBeyondTheFile) {
   EXPECT_EQ(opened.file.record(*opened.find({"VR_PART", "VR_PART"})).size, std::uint64_t{INT64_MAX});
 }
 
+TEST(KvpmReading, ShowsItsReadingOnTheDiagnosticsChannels) {
+  const test_support::TemporaryFolder folder;
+  small_container(6).write(folder.path() / "part.prt");
+  const auto shown = [&](const char* channels) {
+    return test_support::run_program({"-storages", "part.prt"}, folder.path(),
+                                     {std::string("VRII_DISPLAY_DEBUG=") + channels})
+        .err;
+  };
+  const std::string io = shown("structured_storage_io");
+  EXPECT_NE(io.find("file format version: 6 at offset 8\n"), std::string::npos) << io;
+  EXPECT_NE(io.find("element path: \"/Root/VR_PART/\" at offset "), std::string::npos);
+  EXPECT_EQ(io.find("CFI_open_storage_file"), std::string::npos);
+  const std::string calls = shown("cfi_storage,structured_storage");
+  EXPECT_NE(calls.find("CFI_open_storage_file: /Root part.prt\n"), std::string::npos) << calls;
+  EXPECT_NE(calls.find("part.prt: footer index with 3 entries\n"), std::string::npos);
+}
+
 TEST(KvpmReading, MakesStoragesOfPathPrefixes) {
   // Only the streams stay listed: the storages' paths become those of streams of another storage.
   ContainerDamage damage(ContainerBuilder().stream("/Root/a/b/c", "deep").stream("/Root/x", "flat").bytes());
@@ -213,6 +233,41 @@ TEST(KvpmReading, MakesStoragesOfPathPrefixes) {
   EXPECT_EQ(opened.listing(*opened.find({"a"})), "b/ ");
   EXPECT_EQ(opened.file.record(*opened.find({"a"})).class_id, ClassId());
   EXPECT_EQ(opened.file.node(*opened.find({"a", "b"})).area, IndexArea::footer);
+}
+
+TEST(KvpmReading, ListsByAreaThenOffsetThenName) {
+  // Written in this order, so that the offsets rise; a storage counts with the smallest of its own streams.
+  ContainerBuilder builder;
+  builder.stream("/Root/m/second", "22").stream("/Root/c", "1").stream("/Root/m/z/deep", "3");
+  builder.stream("/Root/b", "")
+      .stream("/Root/a", "")
+      .storage("/Root/y")
+      .storage("/Root/x")
+      .stream("/Root/h", "4");
+  builder.area("/Root/h", IndexArea::header).area("/Root/x", IndexArea::header);
+  Opened opened(builder.bytes());
+  EXPECT_EQ(opened.listing(kRootElement), "h x/ m/ c a b y/ ");
+  EXPECT_EQ(opened.listing(*opened.find({"m"})), "second z/ ");
+  EXPECT_EQ(opened.listing(*opened.find({"c"})), "") << "a stream has no children";
+}
+
+TEST(KvpmReading, GoesThroughDeepAndScatteredTreesInTime) {
+  // Each level is listed, deepest last; then streams that take turns in many storages.
+  constexpr int kDepth = 3000;
+  std::vector<ListedElement> elements;
+  std::string path = kRootPath;
+  for (int level = 0; level < kDepth; ++level) elements.push_back({path += "/s", ElementType::storage, {}});
+  for (int i = 0; i < 20000; ++i) {
+    const std::string name = "/Root/t" + std::to_string(i % 500) + "/x" + std::to_string(i);
+    elements.push_back({name, ElementType::stream, {}});
+  }
+  const std::string index = index_bytes(kCurrentVersion, IndexArea::header, elements, {});
+  Opened opened(std::string(kKvpmSignature) + '\6' + std::string(8, '\0') + std::string(8, '\xFF') + index);
+  ElementId storage = kRootElement;
+  EXPECT_EQ(opened.file.children(storage).size(), 501U);
+  for (int level = 0; level < kDepth; ++level) storage = opened.file.find_child(storage, "s").value();
+  EXPECT_TRUE(opened.file.children(storage).empty());
+  EXPECT_EQ(opened.file.children(*opened.find({"t7"})).size(), 40U);
 }
 
 TEST(KvpmReading, FindsAStreamByNameInTheNearestPlaceFirst) {

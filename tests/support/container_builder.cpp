@@ -77,14 +77,14 @@ void ContainerBuilder::write(const std::string& file_name) const {
   TopStorageWriter writer(file_name, options_);
   writer.set_part_header(std::as_bytes(std::span(part_header_)));
   for (const Item& item : items_) {
-    if (item.type == ElementType::storage) {
-      writer.create_storage(item.path, item.class_id);
-    } else {
-      writer.create_stream(item.path);
-      writer.container(item.path).write(item.bytes.data(), item.bytes.size());
-      writer.release(item.path);
+    const bool is_storage = item.type == ElementType::storage;
+    const auto number =
+        is_storage ? writer.create_storage(item.path, item.class_id) : writer.create_stream(item.path);
+    if (!is_storage) {
+      writer.container(number).write(item.bytes.data(), item.bytes.size());
+      writer.release(number);
     }
-    if (item.area) writer.set_area(item.path, *item.area);
+    if (item.area) writer.set_area(number, *item.area);
   }
   writer.commit();
 }

@@ -24,7 +24,10 @@ class ContainerBuilder {
  public:
   using Area = VRX::System::CFI::IndexArea;
 
-  explicit ContainerBuilder(int version = VRX::System::CFI::kCurrentVersion) { options_.version = version; }
+  explicit ContainerBuilder(int version = VRX::System::CFI::kCurrentVersion) {
+    options_.version = version;
+    options_.flushes_to_disk = false;
+  }
 
   ContainerBuilder& storage(std::string_view path, const VRX::System::CFI::ClassId& class_id = {});
   ContainerBuilder& stream(std::string_view path, std::string_view bytes);

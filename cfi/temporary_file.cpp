@@ -1,0 +1,23 @@
+#include "cfi/temporary_file.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "support/environment.h"
+
+namespace VRX::System::CFI {
+
+int open_temporary_file() {
+  const std::string folder = support::temporary_folder();
+  const int unnamed = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+  if (unnamed >= 0) return unnamed;
+  std::string name = folder + "/vr_inspect_XXXXXX";  // not every file system has files without a name
+  const int named = ::mkostemp(name.data(), O_CLOEXEC);
+  if (named >= 0) ::unlink(name.c_str());
+  return named;
+}
+
+}  // namespace VRX::System::CFI
