@@ -49,6 +49,12 @@ CFI_storage_t CFI_open_storage_file(const std::string& file_name, const char* op
   return &root;
 }
 
+CFI_storage_t CFI_open_storage_file(std::unique_ptr<FileChannel> channel) {
+  Storage& root = OpenElements::instance().open_root(std::move(channel));
+  show_call("CFI_open_storage_file", root, root.root().file_name);
+  return &root;
+}
+
 CFI_storage_t CFI_open_storage(CFI_storage_t parent, std::string_view name, const char* options) {
   show_call("CFI_open_storage", *parent, name);
   const AccessMode mode = access_mode(options);

@@ -29,6 +29,9 @@ using CFI_stream_t = VRX::System::CFI::Stream*;
 CFI_storage_t CFI_open_storage_file(const std::string& file_name, const char* options,
                                     const char* hints = nullptr, int sector_size = 4096);
 
+/// The same for reading a file that a channel has opened already.
+CFI_storage_t CFI_open_storage_file(std::unique_ptr<VRX::System::CFI::FileChannel> channel);
+
 /// "R" and "W" open an element that must exist (1021251), "N" creates one that must not (1021252). Only a
 /// file that is open for writing takes "W" and "N" (1021254).
 CFI_storage_t CFI_open_storage(CFI_storage_t parent, std::string_view name, const char* options);

@@ -38,27 +38,39 @@ RootStorageNode::RootStorageNode(const std::string& name, AccessMode mode, std::
     : file_name(name),
       limits_names(hints == kLimitNamesHint),
       storage(*this, nullptr, kRootElement, last_component(kRootPath)) {
-  open(mode);
-  if (file->kind() == FileKind::microsoft && sector_size != 512 && sector_size != 4096) {
-    throw make_error(kInternalFailure, "the sector size is neither 512 nor 4096");
-  }
-}
-
-void RootStorageNode::open(AccessMode mode) {
   if (mode != AccessMode::create) {
     const ReadOnlyLockBytesFactory for_reading;
     channel = make_lock_bytes(&for_reading, nullptr, file_name);
   }
   if (mode == AccessMode::read) {
-    file = open_storage_file(*channel);
-    if (!file) throw make_error(kNotAStorageFile, file_name.c_str());
-    return;
+    open_for_read();
+  } else {
+    open_for_write(mode);
   }
+  if (file->kind() == FileKind::microsoft && sector_size != 512 && sector_size != 4096) {
+    throw make_error(kInternalFailure, "the sector size is neither 512 nor 4096");
+  }
+}
+
+RootStorageNode::RootStorageNode(std::unique_ptr<FileChannel> opened)
+    : file_name(opened->name()),
+      channel(std::move(opened)),
+      storage(*this, nullptr, kRootElement, last_component(kRootPath)) {
+  open_for_read();
+}
+
+void RootStorageNode::open_for_read() {
+  file = open_storage_file(*channel);
+  if (!file) throw make_error(kNotAStorageFile, file_name.c_str());
+}
+
+void RootStorageNode::open_for_write(AccessMode mode) {
   if (mode == AccessMode::write) {
     const FileKind kind = recognise(*channel);
     if (kind == FileKind::flat) throw make_error(kNotAStorageFile, file_name.c_str());
-    if (kind == FileKind::microsoft)
+    if (kind == FileKind::microsoft) {
       throw make_error(kUnsupportedOperation, "writing to a Microsoft storage file");
+    }
   }
   auto opened = mode == AccessMode::create ? std::make_unique<KVPMWritableFile>(file_name)
                                            : std::make_unique<KVPMWritableFile>(file_name, *channel);
@@ -71,20 +83,36 @@ OpenElements& OpenElements::instance() {
   return elements;
 }
 
+RootStorageNode* OpenElements::find_root(const std::string& file_name) const {
+  for (const auto& root : roots_) {
+    if (root->file_name == file_name) return root.get();
+  }
+  return nullptr;
+}
+
 Storage& OpenElements::open_root(const std::string& file_name, AccessMode mode, const char* hints,
                                  int sector_size) {
-  const auto open = std::ranges::find(roots_, file_name, [](const auto& root) { return root->file_name; });
-  if (open == roots_.end()) {
+  RootStorageNode* const open = find_root(file_name);
+  if (open == nullptr) {
     const std::string_view given = hints == nullptr ? "" : hints;
     roots_.push_back(std::make_unique<RootStorageNode>(file_name, mode, given, sector_size));
     return roots_.back()->storage;
   }
-  const bool can_write = (*open)->writable != nullptr;
-  if (mode == AccessMode::create || (mode == AccessMode::write && !can_write)) {
+  if (mode == AccessMode::create || (mode == AccessMode::write && open->writable == nullptr)) {
     throw make_error(kUnsupportedOperation, "writing to a file that is open already");
   }
-  ++(*open)->storage.handle_count_;
-  return (*open)->storage;
+  ++open->storage.handle_count_;
+  return open->storage;
+}
+
+Storage& OpenElements::open_root(std::unique_ptr<FileChannel> channel) {
+  RootStorageNode* const open = find_root(channel->name());
+  if (open != nullptr) {
+    ++open->storage.handle_count_;
+    return open->storage;
+  }
+  roots_.push_back(std::make_unique<RootStorageNode>(std::move(channel)));
+  return roots_.back()->storage;
 }
 
 Storage& OpenElements::add_storage(Storage& parent, ElementId element, std::string_view name) {

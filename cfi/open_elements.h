@@ -84,15 +84,19 @@ inline constexpr std::string_view kLimitNamesHint = "limit_names";
 struct RootStorageNode {
   RootStorageNode(const std::string& name, AccessMode mode, std::string_view hints, int sector_size);
 
+  /// Open for reading.
+  explicit RootStorageNode(std::unique_ptr<FileChannel> opened);
+
   std::string file_name;
-  bool limits_names;                     ///< names of elements are checked to have at most 31 characters
+  bool limits_names = false;             ///< names of elements are checked to have at most 31 characters
   std::unique_ptr<FileChannel> channel;  ///< null for a new file
   std::unique_ptr<StorageFile> file;
   KVPMWritableFile* writable = nullptr;  ///< `file` when it is open for writing
   Storage storage;
 
  private:
-  void open(AccessMode mode);
+  void open_for_read();
+  void open_for_write(AccessMode mode);
 };
 
 /// The open elements of all files: one root per file name, and how many elements are open in each storage.
@@ -103,6 +107,7 @@ class OpenElements {
   /// The root storage of the file, counted once more when it is open already. Raises 1021254 when it is open
   /// for less than is asked for.
   Storage& open_root(const std::string& file_name, AccessMode mode, const char* hints, int sector_size);
+  Storage& open_root(std::unique_ptr<FileChannel> channel);
   Storage& add_storage(Storage& parent, ElementId element, std::string_view name);
   Stream& add_stream(Storage& parent, ElementId element, std::string_view name,
                      std::unique_ptr<support::ByteSource> source);
@@ -117,6 +122,7 @@ class OpenElements {
   void close(Stream& stream);
 
  private:
+  RootStorageNode* find_root(const std::string& file_name) const;
   std::unique_ptr<RootStorageNode> take_root(const Storage& storage);
   Stream& own(std::unique_ptr<Stream> stream);
   void child_closed(Storage* parent);

@@ -31,7 +31,7 @@ void PartContainer::open(const std::string& name) {
   if (recognise(*channel) == FileKind::flat) {
     flat_ = std::move(channel);
   } else {
-    root_.reset(CFI_open_storage_file(name, "R"));
+    root_.reset(CFI_open_storage_file(std::move(channel)));
   }
 }
 

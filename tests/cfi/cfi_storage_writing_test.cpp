@@ -267,6 +267,12 @@ TEST_F(CfiWriting, OpensFilesThroughLockBytesFactories) {
   EXPECT_EQ(writable->write_at(0, "x", 1), 1U);
   EXPECT_EQ(writable->read_at(0, &byte, 1), 1U);
   EXPECT_EQ(byte, 'x');
+  std::string longer(3 * FileChannel::kWindowSize, 'y');
+  EXPECT_EQ(writable->write_at(1, longer.data(), longer.size()), longer.size());
+  for (const std::uint64_t at : {longer.size(), std::size_t{1}}) {
+    EXPECT_EQ(writable->read_at(at, &byte, 1), 1U);
+    EXPECT_EQ(byte, 'y') << "the window is that of the grown file";
+  }
   EXPECT_EQ(failure_of([&] { make_lock_bytes(nullptr, nullptr, name); }),
             "1021253 Structured storage internal failure: no lock-bytes factory is given");
 }
