@@ -47,7 +47,7 @@ class Bench:
     def million_streams(self):
         path = self.path("million.prt")
         if not os.path.exists(path):
-            entries = [(f"/Root/shelf{i % 1000:04}/stream{i:08}/body", 25, 1) for i in range(1000000)]
+            entries = [(f"/Root/shelf{i % 1000:04}/stream_{i:022}", 25, 1) for i in range(1000000)]
             write_container(path, {PART: part_stream([(7, b"\r\n" * 100)])}, entries)
         return path
 
