@@ -151,6 +151,8 @@ int CFI_close_storage(CFI_storage_t storage) {
   }
 }
 
+std::size_t CFI_ask_open_element_count() { return OpenElements::instance().count(); }
+
 StorageFile& CFI_storage_file(CFI_storage_t storage) { return *storage->root().file; }
 
 ElementId CFI_element(CFI_storage_t storage) { return storage->element(); }

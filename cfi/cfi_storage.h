@@ -76,6 +76,9 @@ void CFI_release_stream_fileid(CFI_stream_t stream, int channel);
 int CFI_close_stream(CFI_stream_t stream);
 int CFI_close_storage(CFI_storage_t storage);
 
+/// How many files, storages and streams are open: 0 when every handle has been closed.
+std::size_t CFI_ask_open_element_count();
+
 /// The open file beneath a storage, and the element that the storage is.
 VRX::System::CFI::StorageFile& CFI_storage_file(CFI_storage_t storage);
 VRX::System::CFI::ElementId CFI_element(CFI_storage_t storage);

@@ -113,6 +113,8 @@ class OpenElements {
                      std::unique_ptr<support::ByteSource> source);
   Stream& add_stream(Storage& parent, ElementId element, std::string_view name, Container& container);
 
+  std::size_t count() const { return roots_.size() + storages_.size() + streams_.size(); }
+
   /// False when elements in the storage are still open; it then lives on until the last of them is closed,
   /// and what was written to its file is lost. The last close of a root storage commits what was written;
   /// raises what that raises.

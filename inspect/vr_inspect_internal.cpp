@@ -19,7 +19,9 @@
 #include "inspect/report/release_report.h"
 #include "inspect/solid/jt_bodies.h"
 #include "inspect/solid/transmit_extraction.h"
+#include "support/assertion.h"
 #include "support/console.h"
+#include "support/environment.h"
 #include "support/program.h"
 
 namespace inspect {
@@ -67,8 +69,8 @@ class PartFileDriver {
   }
 
   InspectOptions& options_;
+  PartContainer container_;  // outlives the sources that the file's readers hold
   InspectFile file_;
-  PartContainer container_;
   bool opened_ = false;
   bool truncated_ = false;
 };
@@ -275,7 +277,10 @@ bool PartFileDriver::scan_finds_corruption() {
 }  // namespace
 
 int inspect_part_file(const char* name, InspectOptions& options, FatalErrors fatal_errors) {
-  return PartFileDriver(name, options, fatal_errors).run();
+  static const bool debug_checks = support::debug_checks_wanted();
+  const int status = PartFileDriver(name, options, fatal_errors).run();
+  if (debug_checks) static_cast<void>(VRII_NEVER(CFI_ask_open_element_count() != 0));
+  return status;
 }
 
 }  // namespace inspect

@@ -49,7 +49,8 @@ class BodyExtraction {
   }
   std::string output_name(std::uint64_t id) const;
   bool open_output(const std::string& name, support::OutputFile& output);
-  void copy(std::uint64_t position, std::uint64_t length, support::OutputFile& output);
+  /// False, and reported, when not all of it could be copied.
+  bool copy(std::uint64_t position, std::uint64_t length, support::OutputFile& output);
 
   InspectFile& file_;
   support::ByteSource& stream_;
@@ -76,8 +77,11 @@ void BodyExtraction::run() {
                      static_cast<unsigned long long>(extent.end));
       continue;
     }
+    const std::string name = output_name(body.id);
     support::OutputFile output;
-    if (open_output(output_name(body.id), output)) copy(position, extent.end - extent.start, output);
+    if (open_output(name, output) && !copy(position, extent.end - extent.start, output)) {
+      report_problem(file_, "output file %s is incomplete", name.c_str());
+    }
   }
 }
 
@@ -103,8 +107,9 @@ bool BodyExtraction::open_output(const std::string& name, support::OutputFile& o
   return true;
 }
 
-void BodyExtraction::copy(std::uint64_t position, std::uint64_t length, support::OutputFile& output) {
+bool BodyExtraction::copy(std::uint64_t position, std::uint64_t length, support::OutputFile& output) {
   bool written = true;
+  bool whole = true;
   stream_.set_position(position);
   while (length > 0) {
     const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(length, kCopySize));
@@ -113,12 +118,14 @@ void BodyExtraction::copy(std::uint64_t position, std::uint64_t length, support:
     progress_.advance(got);
     if (got < wanted) {
       report_problem(file_, "unexpected end of the %s stream", stream_name_);
+      whole = false;
       break;
     }
     length -= got;
   }
   if (!output.close()) written = false;
   if (!written) report_problem(file_, "write failed");
+  return written && whole;
 }
 
 void print_table(JtTable& table) {

@@ -165,6 +165,13 @@ TEST(Driver, CorruptionEndsThePartitionWorkAndStartsTheScan) {
   EXPECT_EQ(probable.status, 1);
 }
 
+TEST(Driver, LeavesNothingOpen) {
+  const auto result =
+      run_program({"-full", "-extref", "bracket.prt", "gearbox.prt", "damaged_cut.prt", "framed.prt"},
+                  VRII_SAMPLES, {"VRII_CHECKING_LEVEL=00"});
+  EXPECT_FALSE(has(result.err, "Never condition true")) << result.err;
+}
+
 TEST(Driver, AFullDiskUnderStandardOutputFailsTheRun) {
   const TemporaryFolder folder;
   folder.write("part.prt", plain_part());
