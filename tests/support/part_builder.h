@@ -19,10 +19,10 @@ struct PartitionSpec {
   std::int32_t data = 1;  ///< the data word
   std::string bytes = {};
 
-  std::optional<std::uint64_t> listed_offset = {};         ///< offset in the index
-  std::string marker = "\xC0\xD1\xF1\xED";            ///< the bytes before it, when the file has markers
-  std::size_t gap = 0;                                ///< unused bytes before the marker or directory header
-  std::optional<std::uint32_t> next_directory = {};        ///< without an index: the position of the next
+  std::optional<std::uint64_t> listed_offset = {};   ///< offset in the index
+  std::string marker = "\xC0\xD1\xF1\xED";           ///< the bytes before it, when the file has markers
+  std::size_t gap = 0;                               ///< unused bytes before the marker or directory header
+  std::optional<std::uint32_t> next_directory = {};  ///< without an index: the position of the next
   std::optional<std::uint16_t> directory_word_count = {};  ///< without an index: the count K; usually 4
 };
 

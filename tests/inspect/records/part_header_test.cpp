@@ -49,7 +49,13 @@ TEST(PartHeader, ReadsTheSameFieldsInBothByteOrders) {
   for (const std::endian order : {std::endian::little, std::endian::big}) {
     PartBuilder part;
     part.order = order;
-    part.word(8, 0x205).word(10, 0x10).word(24, 0xFFFE).word(28, 7).word(30, 5).text(32, "Shaft\0").word(164, 4);
+    part.word(8, 0x205)
+        .word(10, 0x10)
+        .word(24, 0xFFFE)
+        .word(28, 7)
+        .word(30, 5)
+        .text(32, "Shaft\0")
+        .word(164, 4);
     part.text(166, "Zone").text(302, "E12656F1").word(408, 0xFFFF).word(428, 22).word(454, 9);
     part.add({.id = 3, .type = 7, .bytes = "data"});
     PartReading reading(part.build());
@@ -111,7 +117,8 @@ TEST(PartHeader, FlagsComeFromTheirBits) {
     part.word(c.word, static_cast<std::uint16_t>(1U << c.bit)).add({});
     PartReading reading(part.build());
     read(reading);
-    EXPECT_EQ(reading.file.header.*c.flag, c.set) << "V " << c.version << " word " << c.word << " bit " << c.bit;
+    EXPECT_EQ(reading.file.header.*c.flag, c.set)
+        << "V " << c.version << " word " << c.word << " bit " << c.bit;
   }
 }
 
@@ -133,20 +140,27 @@ TEST(PartHeader, BadValuesEndTheFile) {
        "*** Part file is corrupt (FTP bytes not as expected)\n" + text_mode},
       {"transfer check 0D FF", [](auto& p) { p.text(402, std::string("\x0D\xFF\0\0", 4)); },
        "*** Part file probably corrupted by ASCII ftp from VMS\n" + text_mode},
-      {"an unchecked version", [](auto& p) { p.version = 17; p.text(402, "abcd"); }, ""},
+      {"an unchecked version",
+       [](auto& p) {
+         p.version = 17;
+         p.text(402, "abcd");
+       },
+       ""},
       {"units 3", [](auto& p) { p.units = 3; }, "Found invalid units of 3 in part header\n"},
       {"both save modes", [](auto& p) { p.word(424, 0x18); }, "[warned]"},
       {"clone without codes", [](auto& p) { p.word(424, 0x20); }, "[warned]"},
       {"second clone without a code", [](auto& p) { p.word(424, 0x60).word(426, 0x01); }, "[warned]"},
       {"sound clone codes", [](auto& p) { p.word(424, 0x60).word(426, 0x21); }, ""},
-      {"index format 3", [](auto& p) { p.index_format = 3; }, "Expecting index format of 1 or 2 but found 3\n"},
+      {"index format 3", [](auto& p) { p.index_format = 3; },
+       "Expecting index format of 1 or 2 but found 3\n"},
       {"no partitions", [](auto& p) { p.partition_count = 0; },
        "Expecting positive partition count but found 0\n"},
       {"next id 0", [](auto& p) { p.next_partition_id = 0; },
        "Expecting positive next_partition_id but found 0\n"},
       {"id at the next id", [](auto& p) { p.next_partition_id = 5; },
        "Invalid partition id (5) found in partition #0\n"},
-      {"type 0", [](auto& p) { p.add({.id = 6, .type = 0}); }, "Invalid partition type (0) found in partition #1\n"},
+      {"type 0", [](auto& p) { p.add({.id = 6, .type = 0}); },
+       "Invalid partition type (0) found in partition #1\n"},
       {"type 20", [](auto& p) { p.add({.id = 6, .type = 20}); },
        "Invalid partition type (20) found in partition #1\n"},
       {"offset behind the end", [](auto& p) { p.add({.id = 6, .listed_offset = 1 << 20}); },
@@ -197,7 +211,10 @@ TEST(Directories, AreFollowedAlongTheirChain) {
       part.header_words = words;
       part.version = version;
       part.units = 0;
-      part.add({.type = 1, .data = 2}).add({.type = 3}).add({.type = 2, .data = 0, .gap = 40}).add({.type = 5});
+      part.add({.type = 1, .data = 2})
+          .add({.type = 3})
+          .add({.type = 2, .data = 0, .gap = 40})
+          .add({.type = 5});
       PartReading reading(part.build());
       ASSERT_EQ(read(reading), "") << words << " words, V " << version;
       ASSERT_EQ(reading.file.partitions.size(), 4U);

@@ -94,8 +94,12 @@ TEST(CompactReaders, Labels) {
     std::size_t used;
   };
   const Case cases[] = {
-      {"\x05", 42, 1},          {"\xFE", -2, 1},          {"\xFF", -1, 1},
-      {"\xF1zz", 42, 3},        {"\xF3zzzz", 42, 5},      {"\x8A\x01", 0xA01, 2},
+      {"\x05", 42, 1},
+      {"\xFE", -2, 1},
+      {"\xFF", -1, 1},
+      {"\xF1zz", 42, 3},
+      {"\xF3zzzz", 42, 5},
+      {"\x8A\x01", 0xA01, 2},
       {"\xB1\x02\x03\x04\x05", 0x02030405, 5},
   };
   for (const Case& c : cases) {
@@ -148,12 +152,19 @@ TEST(OmStrings, ComeInThreeKinds) {
     PartReading reading(std::move(bytes));
     return inspect::read_om_string(false, reading.file, typing, partition, "text");
   };
-  EXPECT_EQ(read("\x04" "abc", StringTyping::plain), "abc");
-  EXPECT_EQ(read("\x03\x04" "abc", StringTyping::vla_typed), "abc");
+  EXPECT_EQ(read("\x04"
+                 "abc",
+                 StringTyping::plain),
+            "abc");
+  EXPECT_EQ(read("\x03\x04"
+                 "abc",
+                 StringTyping::vla_typed),
+            "abc");
   EXPECT_EQ(read("\x05\x01", StringTyping::vla_typed), "first");
   EXPECT_EQ(read("\x05\x02", StringTyping::vla_typed), std::nullopt);
   EXPECT_EQ(read(std::string("\0", 1), StringTyping::vla_typed), std::nullopt);
-  EXPECT_EQ(read("\xA0\x7D" + std::string(1, '\0') + std::string(32000, 'x'), StringTyping::plain)->size(), 32000U);
+  EXPECT_EQ(read("\xA0\x7D" + std::string(1, '\0') + std::string(32000, 'x'), StringTyping::plain)->size(),
+            32000U);
 }
 
 TEST(OmStrings, BadOnesEndTheFile) {
@@ -170,7 +181,9 @@ TEST(OmStrings, BadOnesEndTheFile) {
       {"\x05\x02", StringTyping::vla_typed, "Bad shared string table index: 1"},
       {std::string("\x05\0", 2), StringTyping::vla_typed, "Bad shared string table index: -1"},
       {"\x1F", StringTyping::vla_typed, "String object begins with a 1f instead of 0, 3 or 5\n"},
-      {"\x04" "ab", StringTyping::plain, "unexpected end of file"},
+      {"\x04"
+       "ab",
+       StringTyping::plain, "unexpected end of file"},
   };
   for (const Case& c : cases) {
     PartReading reading(c.bytes);
