@@ -255,6 +255,7 @@ TEST(KvpmReading, GoesThroughDeepAndScatteredTreesInTime) {
   // Each level is listed, deepest last; then streams that take turns in many storages.
   constexpr int kDepth = 3000;
   std::vector<ListedElement> elements;
+  elements.reserve(kDepth + 20000);
   std::string path = kRootPath;
   for (int level = 0; level < kDepth; ++level) elements.push_back({path += "/s", ElementType::storage, {}});
   for (int i = 0; i < 20000; ++i) {
