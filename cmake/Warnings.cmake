@@ -10,6 +10,9 @@ if(VRII_SANITIZE)
                                               -fno-omit-frame-pointer)
   target_link_options(vrii_build INTERFACE -fsanitize=address,undefined)
 endif()
+if(VRII_FUZZ)
+  target_compile_options(vrii_build INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
 # vrii_room(<name> <sources>... LINKS <rooms>...): one room of the house is one static library, linked
 # only to the rooms that it may call.
