@@ -57,7 +57,7 @@ std::string error_text(int code) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 
-support::ErrorEscape make_error(ErrorCode code, ...) {
+support::ErrorEscape make_error(int code, ...) {
   if (code == kSystemCallFailed) return {"cfi", code, std::strerror(errno)};
   std::va_list arguments;
   va_start(arguments, code);

@@ -30,7 +30,7 @@ enum ErrorCode : int {
 
 /// The escape for `code`: the text of the message table, filled in printf-style with the arguments that its
 /// placeholders name. kSystemCallFailed takes no arguments and reads errno.
-support::ErrorEscape make_error(ErrorCode code, ...);
+support::ErrorEscape make_error(int code, ...);
 
 /// The text of a number (or of a negative status) with its placeholders unfilled, as the driver shows it
 /// when it has nothing but the number; "Unknown CFI error code %d" for a number with no text.

@@ -63,7 +63,7 @@ void print_brepsolid(CommandLine&, InspectOptions& options) {
   for (const PartitionType slot :
        {kOldBrepsolid, kBrepsolid, kBrepsolidLatent, kBrepsolidSheet, kBrepsolidTool, kBrepsolidPartition,
         kBrepsolidPartitionSheet, kBrepsolidPartitionTool, kBrepsolidDelta}) {
-    options.print_partition[slot] = true;
+    options.print_partition[static_cast<std::size_t>(slot)] = true;
   }
 }
 

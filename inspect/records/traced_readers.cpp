@@ -24,7 +24,7 @@ constexpr std::int32_t kMaxStringCharacters = 32000;
 constexpr std::int32_t kPresentObject = 42;
 
 /// "Reading ", then the caller's label; the count and the position follow on the same line.
-void trace_label(const char* label, std::va_list arguments) {
+[[gnu::format(printf, 1, 0)]] void trace_label(const char* label, std::va_list arguments) {
   support::print_text("Reading ");
   support::print_text(support::format_text_list(label, arguments));
 }

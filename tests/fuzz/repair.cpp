@@ -1,9 +1,9 @@
+#include <xxhash.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
-
-#include <xxhash.h>
 
 #include "cfi/compound_file_format.h"
 #include "cfi/kvpm_format.h"

@@ -1,5 +1,6 @@
 #include <cstdio>
 #include <filesystem>
+#include <initializer_list>
 #include <span>
 #include <string>
 #include <vector>
@@ -163,7 +164,7 @@ void write_files(const fs::path& folder) {
   const unsigned index_selectors[] = {0, 5};
   const unsigned driver_selectors[] = {0b10001, 0b00110, 0b01001, 32};
   for (const std::endian order : {std::endian::little, std::endian::big}) {
-    for (const std::uint16_t header_words : {10, 12, 269}) {
+    for (const std::uint16_t header_words : std::initializer_list<std::uint16_t>{10, 12, 269}) {
       const std::string stream = part(order, header_words).build();
       index.add(index_selectors, stream);
       driver.add(driver_selectors, stream);
