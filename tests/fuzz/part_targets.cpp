@@ -102,6 +102,7 @@ void run_brepsolid(std::string_view input) {
   PartReading part{std::string(input)};
   part.options.trace = selector.next();
   part.options.scan = selector.next();
+  part.options.print_partition.fill(true);
   part.file.swap_bytes = selector.next();
   part.file.has_markers = true;
   part.file.release = 70;
@@ -112,7 +113,7 @@ void run_brepsolid(std::string_view input) {
     check_all_partitions(part.file);
     check_scanned_partition(part.file, entry);
     if (extract) extract_all_partitions(part.file);
-    print_partition_contents(part.file, entry, PartitionListing::contents);
+    print_partitions(part.file);
   });
 }
 

@@ -133,7 +133,7 @@ std::string compound(std::uint32_t sector_size, std::string_view part_stream) {
 
 void write_streams(const fs::path& folder) {
   SeedFolder lz4(folder, "lz4_stream");
-  const unsigned piece_sizes[] = {0, 9, 16};
+  const unsigned piece_sizes[] = {0, 9, 16, 255};
   lz4.add(piece_sizes, test_support::lz4_frame(solid_text(100)));
   lz4.add(piece_sizes, test_support::lz4_frame(solid_text(100), 200));
   SeedFolder(folder, "toggle_stream").add(toggle_stream());
@@ -149,7 +149,7 @@ void write_partitions(const fs::path& folder) {
   SeedFolder solids(folder, "brepsolid");
   for (const std::endian order : {std::endian::little, std::endian::big}) {
     const unsigned swap = order == std::endian::big ? 4 : 0;
-    const unsigned object_selectors[] = {0b1010000 | swap, 0b1011001 | swap};
+    const unsigned object_selectors[] = {0b0010000 | swap, 0b0010001 | swap, 0b1011001 | swap};
     for (const auto& spec : object_specs(order)) objects.add(object_selectors, object_partition(spec));
     const unsigned solid_selectors[] = {swap, 33 | swap};
     for (const auto& spec : solid_specs(order)) solids.add(solid_selectors, solid_partition(spec));
