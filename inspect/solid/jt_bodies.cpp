@@ -19,6 +19,7 @@ namespace inspect {
 namespace {
 
 constexpr std::size_t kCopySize = std::size_t{512} * 1024;
+constexpr std::uint64_t kMaxOverlap = 8;
 constexpr std::uint64_t kUnknownSize = std::numeric_limits<std::uint64_t>::max();
 
 /// Writes the bodies of one stream to their files.
@@ -49,6 +50,7 @@ class BodyExtraction {
   }
   std::string output_name(std::uint64_t id) const;
   bool open_output(const std::string& name, support::OutputFile& output);
+  bool takes_too_long(const Extent& extent, std::uint64_t position);
   /// False, and reported, when not all of it could be copied.
   bool copy(std::uint64_t position, std::uint64_t length, support::OutputFile& output);
 
@@ -57,6 +59,7 @@ class BodyExtraction {
   const char* stream_name_;
   JtTable& table_;
   std::uint64_t stream_size_;
+  std::uint64_t work_ = 0;  ///< bytes copied, and those that are passed again to go back
   support::ProgressLine progress_;
   std::unique_ptr<std::byte[]> piece_;
 };
@@ -77,6 +80,11 @@ void BodyExtraction::run() {
                      static_cast<unsigned long long>(extent.end));
       continue;
     }
+    if (takes_too_long(extent, position)) {
+      report_problem(file_, "JT bodies in the %s stream overlap: not all of them are extracted",
+                     stream_name_);
+      return;
+    }
     const std::string name = output_name(body.id);
     support::OutputFile output;
     if (open_output(name, output) && !copy(position, extent.end - extent.start, output)) {
@@ -88,6 +96,13 @@ void BodyExtraction::run() {
 BodyExtraction::Extent BodyExtraction::listed_extent(const JtTableEntry& body, std::uint32_t number) {
   const bool is_last = number + 1 == table_.body_count();
   return {body.offset, is_last ? stream_size_ : table_.entry(number + 1).offset};
+}
+
+/// Sound bodies lie one behind the other. Going back in a framed stream means to expand it again.
+bool BodyExtraction::takes_too_long(const Extent& extent, std::uint64_t position) {
+  if (position < stream_.position()) work_ += position;
+  work_ += extent.end - extent.start;
+  return work_ / kMaxOverlap > stream_size_;
 }
 
 std::string BodyExtraction::output_name(std::uint64_t id) const {

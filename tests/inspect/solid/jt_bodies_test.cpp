@@ -120,6 +120,16 @@ TEST_F(JtBodies, WritesTheSoundOnesAmongDamagedOffsets) {
   }
 }
 
+TEST_F(JtBodies, BodiesThatGoBackAndForthAreNotCopiedWithoutEnd) {
+  std::vector<Body> bodies(200, Body{7, "x"});
+  for (std::size_t i = 0; i < bodies.size(); i += 2) bodies[i].listed_offset = 12 + 16 * bodies.size();
+  bodies.back().bytes.assign(10000, 'y');
+  for (std::size_t i = 1; i < bodies.size(); i += 2) bodies[i].listed_offset = 10000;
+  list(jt_stream(9, bodies));
+  EXPECT_NE(errors_.find("JT bodies in the JT stream overlap"), std::string::npos) << errors_;
+  EXPECT_TRUE(file_.failed);
+}
+
 TEST_F(JtBodies, ReportsWhatCannotBeReadOrWritten) {
   std::filesystem::create_directory("jt_1.jt");
   std::filesystem::create_symlink("/dev/full", "jt_2.jt");
