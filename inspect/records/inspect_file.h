@@ -121,6 +121,9 @@ struct InspectFile {
   std::string kernel_version;           ///< of the last modeller partition read; empty before, or "Unknown"
   std::size_t lender_search_start = 0;  ///< no partition before it can lend a Brepsolid header
   std::uint64_t checked_bytes = 0;      ///< partition bytes that checks and extractions have read
+  std::uint64_t object_bytes = 0;       ///< the same of object-manager partitions; see ObjectReading
+  std::uint64_t field_bytes = 0;        ///< bytes of all fields read so far
+  std::uint64_t field_limit = UINT64_MAX;        ///< of field_bytes
   std::map<std::int32_t, std::int32_t> sources;  ///< partition id to source partition id, for output names
   bool development_warnings = false;             ///< no switch sets it
   bool has_om_checksums = false;                 ///< some object-manager partition carries a checksum

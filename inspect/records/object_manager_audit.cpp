@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <deque>
+#include <optional>
+#include <string>
+#include <utility>
 
 #include "inspect/records/id_set.h"
 #include "inspect/records/inspect_errors.h"
@@ -17,6 +20,7 @@ constexpr std::int32_t kInlineAuditVersion = 5;
 constexpr std::int32_t kReversedAuditVersion = 4;
 constexpr std::int32_t kNoLabel = -1;
 constexpr std::int32_t kEndOfChain = -1;
+constexpr TextId kNotLookedUp = kNoText - 1;
 
 /// How one of the two chains names its links.
 struct ChainNames {
@@ -43,6 +47,8 @@ class AuditReader {
   void check_limits();
   void leave_link(std::vector<std::uint64_t>& way_back);
   TextId read_text(const char* label);
+  TextId shared_text(std::size_t index);
+  TextId intern(std::optional<std::string> text);
   void read_rest(AuditEntry& entry);
 
   InspectFile& file_;
@@ -51,6 +57,7 @@ class AuditReader {
   bool trace_;
   IdSet object_labels_;  ///< the labels on the way, plus one: a chain must not come back to itself
   IdSet entry_labels_;   ///< the same for the entries of one object
+  std::vector<TextId> shared_texts_;  ///< by index: a long one may be named in very many saves
   std::vector<std::uint64_t> object_way_back_;
   std::vector<std::uint64_t> entry_way_back_;
 };
@@ -97,10 +104,25 @@ void AuditReader::leave_link(std::vector<std::uint64_t>& way_back) {
   way_back.pop_back();
 }
 
+TextId AuditReader::intern(std::optional<std::string> text) {
+  if (!text) return kNoText;
+  cut_at_terminator(*text);
+  return om_.texts.intern(*text);
+}
+
+TextId AuditReader::shared_text(std::size_t index) {
+  if (shared_texts_.empty()) shared_texts_.assign(partition_.shared_strings.size(), kNotLookedUp);
+  TextId& id = shared_texts_[index];
+  if (id == kNotLookedUp) {
+    id = intern(partition_.shared_strings[index]);
+  }
+  return id;
+}
+
 TextId AuditReader::read_text(const char* label) {
-  auto text = read_om_string(trace_, file_, StringTyping::vla_typed, partition_, "%s", label);
-  if (text) cut_at_terminator(*text);
-  return text ? om_.texts.intern(*text) : kNoText;
+  OmStringField field = read_om_string_field(trace_, file_, partition_, label);
+  if (field.shared_index) return shared_text(*field.shared_index);
+  return intern(std::move(field.own_text));
 }
 
 void AuditReader::read_audit_object() {
@@ -175,7 +197,7 @@ void read_audit_object(InspectFile& file, const PartitionEntry& partition, Objec
 
 void read_shared_strings_and_root(InspectFile& file, PartitionEntry& partition, ObjectManagerPartition& om,
                                   bool trace) {
-  partition.shared_strings = {};
+  partition.shared_strings.clear();
   if (!om.has_root()) return;
   read_shared_strings(file, partition, om, trace);
   read_root(file, partition, om, trace);

@@ -26,6 +26,13 @@ class SharedStrings {
     if (text) bytes_ += *text;
     ends_.push_back(std::uint64_t{bytes_.size()} << 1U | (text ? 1U : 0U));
   }
+
+  /// Gives the memory back too, which the assignment of an empty string does not.
+  void clear() {
+    std::string().swap(bytes_);
+    std::vector<std::uint64_t>().swap(ends_);
+  }
+
   std::size_t size() const { return ends_.size(); }
   std::size_t byte_count() const { return bytes_.size(); }
   bool empty() const { return ends_.empty(); }

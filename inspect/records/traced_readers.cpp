@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstring>
+#include <utility>
 
 #include "cfi/cfi_error_codes.h"
 #include "cfi/cfi_storage.h"
@@ -30,6 +31,10 @@ constexpr std::int32_t kPresentObject = 42;
 }
 
 void read_exactly(InspectFile& file, void* destination, std::size_t count) {
+  file.field_bytes += count;
+  if (file.field_bytes > file.field_limit) {
+    inspect_error(file, "object-manager data overlap: together they are several times as large as the file");
+  }
   std::size_t got = 0;
   try {
     got = file.stream->read(destination, count);
@@ -225,20 +230,16 @@ std::string read_own_string(bool trace, InspectFile& file, const PartitionEntry&
   return text;
 }
 
-std::optional<std::string> read_shared_string(bool trace, InspectFile& file,
-                                              const PartitionEntry& partition) {
+std::size_t read_shared_index(bool trace, InspectFile& file, const PartitionEntry& partition) {
   const std::int32_t index = read_compact_int(trace, file, partition, "string ref");
   if (index < 0 || static_cast<std::size_t>(index) >= partition.shared_strings.size()) {
     inspect_error(file, "Bad shared string table index: %d", index);
   }
-  return partition.shared_strings[static_cast<std::size_t>(index)];
+  return static_cast<std::size_t>(index);
 }
 
-}  // namespace
-
-std::optional<std::string> read_om_string(bool trace, InspectFile& file, StringTyping typing,
-                                          const PartitionEntry& partition, const char* label, ...) {
-  VRII_TRACE_LABEL(label)
+OmStringField read_string_field(bool trace, InspectFile& file, StringTyping typing,
+                                const PartitionEntry& partition) {
   if (trace) print(": OM string @%llu)\n", static_cast<unsigned long long>(current_position(file)));
   std::uint8_t kind = 3;
   if (typing == StringTyping::vla_typed) {
@@ -246,14 +247,29 @@ std::optional<std::string> read_om_string(bool trace, InspectFile& file, StringT
   }
   switch (kind) {
     case 0:
-      return std::nullopt;
+      return {};
     case 3:
-      return read_own_string(trace, file, partition);
+      return {read_own_string(trace, file, partition), std::nullopt};
     case 5:
-      return read_shared_string(trace, file, partition);
+      return {std::nullopt, read_shared_index(trace, file, partition)};
     default:
       inspect_error(file, "String object begins with a %x instead of 0, 3 or 5\n", kind);
   }
+}
+
+}  // namespace
+
+std::optional<std::string> read_om_string(bool trace, InspectFile& file, StringTyping typing,
+                                          const PartitionEntry& partition, const char* label, ...) {
+  VRII_TRACE_LABEL(label)
+  OmStringField field = read_string_field(trace, file, typing, partition);
+  return field.shared_index ? partition.shared_strings[*field.shared_index] : std::move(field.own_text);
+}
+
+OmStringField read_om_string_field(bool trace, InspectFile& file, const PartitionEntry& partition,
+                                   const char* label) {
+  if (trace) print("Reading %s", label);
+  return read_string_field(trace, file, StringTyping::vla_typed, partition);
 }
 
 #undef VRII_TRACE_LABEL

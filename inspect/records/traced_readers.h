@@ -45,6 +45,15 @@ enum class StringTyping { plain, vla_typed };
                                                                         const PartitionEntry& partition,
                                                                         const char* label, ...);
 
+/// An object-manager string as it stands: its own text, the index of a shared string, or neither.
+struct OmStringField {
+  std::optional<std::string> own_text;
+  std::optional<std::size_t> shared_index;  ///< below the number of the partition's shared strings
+};
+
+OmStringField read_om_string_field(bool trace, InspectFile& file, const PartitionEntry& partition,
+                                   const char* label);
+
 void move_to(bool trace, InspectFile& file, std::uint64_t position);
 std::uint64_t current_position(const InspectFile& file);
 

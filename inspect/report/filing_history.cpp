@@ -6,6 +6,7 @@
 
 #include "inspect/records/inspect_errors.h"
 #include "inspect/records/object_manager_reader.h"
+#include "inspect/records/object_reading.h"
 #include "inspect/report/audit_trail_lines.h"
 #include "inspect/report/release_names.h"
 #include "support/console.h"
@@ -60,6 +61,7 @@ void print_saves(const ObjectManagerPartition& om) {
 }
 
 void print_history_of(InspectFile& file, PartitionEntry& partition) {
+  const ObjectReading reading(file);
   ObjectManagerPartition om;
   if (!read_object_manager_partition(file, partition, om, false)) return;
   print_pseudo_entries_note(partition, om.audit);
@@ -82,9 +84,9 @@ void print_v10_filing_history(InspectFile& file) {
     if (partition.type != kRecordManager || !holds_object_manager_data(file, partition)) continue;
     try {
       print_history_of(file, partition);
-      partition.shared_strings = {};
+      partition.shared_strings.clear();
     } catch (const support::ErrorEscape& escape) {
-      partition.shared_strings = {};
+      partition.shared_strings.clear();
       std::string reason = escape.message();
       while (!reason.empty() && reason.back() == '\n') reason.pop_back();
       support::print("  The history of partition %d cannot be read: %s\n", partition.id,

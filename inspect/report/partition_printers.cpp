@@ -2,6 +2,7 @@
 
 #include "inspect/records/inspect_errors.h"
 #include "inspect/records/object_manager_reader.h"
+#include "inspect/records/object_reading.h"
 #include "inspect/report/audit_trail_lines.h"
 #include "inspect/report/brepsolid_directory.h"
 #include "inspect/report/entity_chain_listing.h"
@@ -37,6 +38,7 @@ class PartitionPrinter {
 
   void print() {
     if (audit_) print_heading(partition_);
+    const ObjectReading reading(file_);
     if (!print_header()) return;
     read_om_classes(file_, partition_, om_, trace_);
     if (contents_) print_om_classes(om_);
@@ -111,7 +113,7 @@ void print_object_partition(InspectFile& file, PartitionEntry& partition) {
 void print_partition(InspectFile& file, PartitionEntry& partition) {
   if (!is_modeller_type(partition.type)) {
     print_object_partition(file, partition);
-    partition.shared_strings = {};
+    partition.shared_strings.clear();
     return;
   }
   print_brepsolid_directory(file, partition);
@@ -133,7 +135,7 @@ void print_partitions(InspectFile& file) {
     try {
       print_partition(file, partition);
     } catch (const support::ErrorEscape& escape) {
-      partition.shared_strings = {};
+      partition.shared_strings.clear();
       report_escape(file, escape);
     }
   }

@@ -91,6 +91,29 @@ TEST_F(PartitionPrinters, OneLongTextNamedOftenIsShownWholeOnce) {
   EXPECT_EQ(occurrences(out, "uuu...  version"), 99U);
 }
 
+TEST_F(PartitionPrinters, PartitionsThatLieInOnePlaceAreNotListedWithoutEnd) {
+  ObjectSpec spec;
+  spec.shared_strings.assign(500, std::string(100, 's'));
+  PartBuilder part;
+  part.add(object_partition(1, 7, spec));
+  const std::uint64_t place = part.data_offset(0);
+  constexpr std::int32_t kEntries = 40;
+  for (std::int32_t id = 2; id <= kEntries; ++id) part.add({.id = id, .type = 7, .listed_offset = place});
+  const std::uint64_t shift = part.data_offset(0) - place;  // the index has grown
+  part = {};
+  part.add(object_partition(1, 7, spec));
+  for (std::int32_t id = 2; id <= kEntries; ++id) {
+    part.add({.id = id, .type = 7, .listed_offset = place + shift});
+  }
+  OpenedPart opened(part.build());
+  opened.options.print_partition.fill(true);
+  const std::string out = output_of([&] { print_partitions(opened.file); });
+  EXPECT_TRUE(opened.file.failed);
+  EXPECT_LE(occurrences(out, "Shared strings: 500\n"), 8U);
+  EXPECT_GE(occurrences(out, "Shared strings: 500\n"), 2U);
+  EXPECT_NE(out.find("object-manager data overlap"), std::string::npos);
+}
+
 TEST_F(PartitionPrinters, HistoryIsOldestFirstInEitherDirectionOfTheChains) {
   for (const bool newest_first : {true, false}) {
     ObjectSpec spec;
