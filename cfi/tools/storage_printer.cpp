@@ -1,5 +1,6 @@
 #include "cfi/tools/storage_printer.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "cfi/cfi_error_codes.h"
@@ -22,6 +23,9 @@ constexpr std::size_t kIndentStep = 4;
 constexpr std::size_t kNameColumns = 40;
 constexpr std::size_t kNumberColumns = 10;
 constexpr std::size_t kDeepestNesting = 16384;
+// Of all lines together, beyond the usual columns: room for one path of the deepest nesting, not for many.
+constexpr std::size_t kMostIndentation = std::size_t{1} << 30U;
+constexpr std::size_t kUsualIndentation = 64;
 constexpr std::size_t kFastLoadVersionUnit = 225;  // of the part file header
 
 /// One storage on the way to the element at hand.
@@ -34,6 +38,10 @@ struct Level {
 /// children in listing order, `print(element, indent)` tells whether the element is a storage.
 template <typename ChildrenOf, typename Print>
 void walk(ElementId storage, std::size_t indent, ChildrenOf children_of, Print print) {
+  const auto too_deep = [] {
+    return make_error(VRX::System::CFI::kDamagedIndex, "storages are nested too deeply");
+  };
+  std::size_t indentation = 0;
   std::vector<Level> levels;
   levels.push_back({children_of(storage)});
   while (!levels.empty()) {
@@ -43,10 +51,11 @@ void walk(ElementId storage, std::size_t indent, ChildrenOf children_of, Print p
       continue;
     }
     const ElementId element = level.children[level.next++];
-    if (!print(element, indent + (levels.size() - 1) * kIndentStep)) continue;
-    if (levels.size() == kDeepestNesting) {
-      throw make_error(VRX::System::CFI::kDamagedIndex, "storages are nested too deeply");
-    }
+    const std::size_t column = indent + (levels.size() - 1) * kIndentStep;
+    indentation += column - std::min(column, kUsualIndentation);
+    if (indentation > kMostIndentation) throw too_deep();
+    if (!print(element, column)) continue;
+    if (levels.size() == kDeepestNesting) throw too_deep();
     levels.push_back({children_of(element)});
   }
 }

@@ -22,7 +22,7 @@ class StoragePrinter {
   virtual void print_column_header() = 0;
 
   /// Everything inside `storage`, each level 4 columns further in. Raises 1021265 when storages are nested
-  /// more than 16384 deep.
+  /// more than 16384 deep, or so deep in so many places that the indentation alone would fill 1 GiB.
   virtual void print_children(VRX::System::CFI::ElementId storage, std::size_t indent) = 0;
 
   /// What is left to say behind the truncation line. Raises what kept the listing incomplete.
