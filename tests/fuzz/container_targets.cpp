@@ -21,7 +21,7 @@ namespace {
 
 // Enough to reach every part of the readers; what repeats beyond it only costs time.
 constexpr std::size_t kMostElements = 2000;
-constexpr std::size_t kMostStreamBytes = std::size_t{1} << 20U;
+constexpr std::size_t kMostStreamBytes = std::size_t{1} << 18U;
 
 void read_stream(StorageFile& file, ElementId stream) {
   const auto source = file.open_stream(stream);
