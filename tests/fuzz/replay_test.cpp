@@ -10,7 +10,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Inputs that once broke the program. A crash ends the test program, a hang the patience of ctest.
+/// Inputs that fuzzing has kept: what once broke the program, and a few that lead far into each reader. A
+/// crash ends the test program, a hang the patience of ctest.
 TEST(FuzzCases, AllEndInAReport) {
   const test_support::ScratchFolder scratch;
   for (const fuzz::Target& target : fuzz::targets()) {
