@@ -60,7 +60,6 @@ FileChannel::Window* FileChannel::window_with(std::uint64_t offset) {
   for (Window& window : windows_) {
     if (offset >= window.offset && offset - window.offset < window.length) {
       window.last_use = ++use_count_;
-      latest_ = &window;
       return &window;
     }
   }
@@ -70,12 +69,12 @@ FileChannel::Window* FileChannel::window_with(std::uint64_t offset) {
 FileChannel::Window& FileChannel::fill_oldest_window(std::uint64_t offset) {
   Window& window = *std::ranges::min_element(windows_, {}, &Window::last_use);
   const auto capacity = static_cast<std::size_t>(std::min<std::uint64_t>(kWindowSize, size_));
-  if (!window.bytes) window.bytes = std::make_unique_for_overwrite<std::byte[]>(capacity);
+  // A window on loan is left to its borrower.
+  if (window.bytes.use_count() != 1) window.bytes = std::make_shared_for_overwrite<std::byte[]>(capacity);
   window.length = 0;
   window.offset = offset;
   window.length = read_direct(offset, window.bytes.get(), capacity);
   window.last_use = ++use_count_;
-  latest_ = &window;
   return window;
 }
 
@@ -138,14 +137,66 @@ void VFileChannel::flush() {
   if (::fsync(descriptor()) != 0) throw make_error(kSystemCallFailed);
 }
 
+FileChannel::Loan FileChannel::lend(std::uint64_t offset) {
+  if (offset >= size_) return {};
+  Window* window = window_with(offset);
+  if (window == nullptr) window = &fill_oldest_window(offset);
+  const auto skipped = static_cast<std::size_t>(offset - window->offset);
+  return {window->bytes, std::span(window->bytes.get(), window->length).subspan(skipped)};
+}
+
+void ChannelSource::give_back() {
+  ready_end_position_ = position();
+  loan_ = {};
+  ready_ = ready_end_ = nullptr;
+}
+
+/// True when bytes lie ready at the position afterwards.
+bool ChannelSource::borrow() {
+  give_back();
+  const std::uint64_t position = ready_end_position_;
+  if (position >= size_) return false;
+  loan_ = channel_.lend(offset_ + position);
+  const auto length = static_cast<std::size_t>(std::min<std::uint64_t>(loan_.bytes.size(), size_ - position));
+  loan_.bytes = loan_.bytes.first(length);
+  ready_ = loan_.bytes.data();
+  ready_end_ = ready_ + length;
+  ready_end_position_ = position + length;
+  return length > 0;
+}
+
+void ChannelSource::set_position(std::uint64_t position) {
+  const std::uint64_t first = ready_end_position_ - loan_.bytes.size();
+  if (position >= first && position < ready_end_position_) {
+    ready_ = ready_end_ - (ready_end_position_ - position);
+    return;
+  }
+  give_back();
+  ready_end_position_ = position;
+}
+
 std::size_t ChannelSource::read(void* destination, std::size_t count) {
-  if (position_ >= size_) return 0;
-  count = static_cast<std::size_t>(std::min<std::uint64_t>(count, size_ - position_));
-  const std::size_t got = channel_.read_from_window(offset_ + position_, destination, count)
-                              ? count
-                              : channel_.read_at(offset_ + position_, destination, count);
-  position_ += got;
-  return got;
+  auto* next = static_cast<std::byte*>(destination);
+  std::size_t total = std::min(count, static_cast<std::size_t>(ready_end_ - ready_));
+  if (total > 0) std::memcpy(next, ready_, total);
+  ready_ += total;
+  while (total < count) {
+    const std::uint64_t at = position();
+    const std::uint64_t left = size_ - std::min(at, size_);
+    const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(count - total, left));
+    if (wanted >= FileChannel::kWindowSize) {
+      give_back();
+      const std::size_t got = channel_.read_at(offset_ + at, next + total, wanted);
+      ready_end_position_ += got;
+      return total + got;
+    }
+    if (wanted == 0 || !borrow()) break;
+    const std::size_t piece = std::min(wanted, loan_.bytes.size());
+    std::memcpy(next + total, ready_, piece);
+    ready_ += piece;
+    total += piece;
+  }
+  return total;
 }
 
 }  // namespace VRX::System::CFI

@@ -3,8 +3,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "support/byte_source.h"
@@ -44,20 +44,14 @@ class FileChannel {
   /// apart, where a window for each would read the whole file.
   std::size_t read_apart_at(std::uint64_t offset, void* destination, std::size_t count);
 
-  /// Reads from the window used last; false, and nothing read, when it does not hold all the bytes. Readers
-  /// that take a field at a time stay in one window for thousands of reads.
-  bool read_from_window(std::uint64_t offset, void* destination, std::size_t count) const {
-    const Window& window = *latest_;
-    const std::uint64_t skipped = offset - window.offset;
-    if (offset < window.offset || skipped >= window.length || count > window.length - skipped) return false;
-    const std::byte* const bytes = window.bytes.get() + skipped;
-    if (count == 1) {
-      *static_cast<std::byte*>(destination) = *bytes;
-    } else {
-      std::memcpy(destination, bytes, count);
-    }
-    return true;
-  }
+  /// Bytes of the file that stay as they are while they are held.
+  struct Loan {
+    std::shared_ptr<const std::byte[]> owner;
+    std::span<const std::byte> bytes;
+  };
+
+  /// What the window around `offset` holds from there on; empty at the end of the file. Raises 1020059.
+  Loan lend(std::uint64_t offset);
 
   /// Writes `count` bytes at `offset` and returns how many were written, fewer when the system stops on the
   /// way. Raises 1020059 when none can be written, and 1021254 here, where the file is read only.
@@ -75,7 +69,7 @@ class FileChannel {
 
  private:
   struct Window {
-    std::unique_ptr<std::byte[]> bytes;
+    std::shared_ptr<std::byte[]> bytes;
     std::uint64_t offset = 0;
     std::size_t length = 0;
     std::uint64_t last_use = 0;
@@ -90,7 +84,6 @@ class FileChannel {
   std::uint64_t size_ = 0;
   support::FileIdentity identity_;
   std::array<Window, 4> windows_;
-  Window* latest_ = windows_.data();  ///< the window used last
   std::uint64_t use_count_ = 0;
 };
 
@@ -112,15 +105,21 @@ class ChannelSource final : public support::ByteSource {
       : channel_(channel), offset_(offset), size_(size) {}
 
   std::size_t read(void* destination, std::size_t count) override;
-  std::uint64_t position() const override { return position_; }
-  void set_position(std::uint64_t position) override { position_ = position; }
+  std::uint64_t position() const override {
+    return ready_end_position_ - static_cast<std::uint64_t>(ready_end_ - ready_);
+  }
+  void set_position(std::uint64_t position) override;
   std::uint64_t size() const override { return size_; }
 
  private:
+  bool borrow();
+  void give_back();
+
   FileChannel& channel_;
   std::uint64_t offset_;
   std::uint64_t size_;
-  std::uint64_t position_ = 0;
+  FileChannel::Loan loan_;                ///< what take() is served from
+  std::uint64_t ready_end_position_ = 0;  ///< position behind it; with no loan, the position
 };
 
 }  // namespace VRX::System::CFI

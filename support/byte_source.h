@@ -26,6 +26,25 @@ class ByteSource {
   virtual void set_position(std::uint64_t position) = 0;
 
   virtual std::uint64_t size() const = 0;
+
+  /// As read(), but what lies ready is taken without a virtual call: for readers that take a field, or a
+  /// byte, at a time.
+  std::size_t take(void* destination, std::size_t count) {
+    if (count > static_cast<std::size_t>(ready_end_ - ready_)) return read(destination, count);
+    if (count == 1) {
+      *static_cast<std::byte*>(destination) = *ready_;
+    } else if (count > 0) {
+      std::memcpy(destination, ready_, count);
+    }
+    ready_ += count;
+    return count;
+  }
+
+ protected:
+  /// The bytes from the position on that a source has at hand; take() moves the first pointer. Sources that
+  /// keep none leave both null.
+  const std::byte* ready_ = nullptr;
+  const std::byte* ready_end_ = nullptr;
 };
 
 /// A source over bytes in memory that outlive it.

@@ -37,7 +37,7 @@ void read_exactly(InspectFile& file, void* destination, std::size_t count) {
   }
   std::size_t got = 0;
   try {
-    got = file.stream->read(destination, count);
+    got = file.stream->take(destination, count);
   } catch (const support::ErrorEscape& escape) {
     inspect_error(file, "unexpected read error %d", VRX::System::CFI::status_of(escape.code()));
   }
