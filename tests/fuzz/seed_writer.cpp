@@ -72,12 +72,12 @@ std::string solid_text(std::size_t repeats) {
   return text;
 }
 
-std::vector<test_support::SolidSpec> solid_specs(std::endian order) {
-  std::vector<test_support::SolidSpec> specs;
+std::vector<test_support::SolidPlan> solid_plans(std::endian order) {
+  std::vector<test_support::SolidPlan> plans;
   for (const bool compressed : {false, true}) {
-    specs.push_back({.order = order, .block = {.data = solid_text(60)}, .compressed = compressed});
+    plans.push_back({.order = order, .block = {.data = solid_text(60)}, .compressed = compressed});
     for (std::uint16_t version = 1; version <= 5; ++version) {
-      specs.push_back({.order = order,
+      plans.push_back({.order = order,
                        .block = {.data = solid_text(20)},
                        .compressed = compressed,
                        .extended = true,
@@ -86,17 +86,17 @@ std::vector<test_support::SolidSpec> solid_specs(std::endian order) {
                        .listed = {3}});
     }
   }
-  return specs;
+  return plans;
 }
 
-std::vector<test_support::ObjectSpec> object_specs(std::endian order) {
-  std::vector<test_support::ObjectSpec> specs;
+std::vector<test_support::ObjectPlan> object_plans(std::endian order) {
+  std::vector<test_support::ObjectPlan> plans;
   for (std::int32_t version = 3; version <= 10; ++version) {
     for (const bool compact : {false, true}) {
-      specs.push_back({.order = order, .version = version, .compact = compact, .wide = version % 2 == 0});
+      plans.push_back({.order = order, .version = version, .compact = compact, .wide = version % 2 == 0});
     }
   }
-  return specs;
+  return plans;
 }
 
 test_support::PartBuilder part(std::endian order, std::uint16_t header_words) {
@@ -105,8 +105,8 @@ test_support::PartBuilder part(std::endian order, std::uint16_t header_words) {
   builder.header_words = header_words;
   builder.version = header_words == 269 ? 70 : 14;
   builder.units = header_words == 269 ? 1 : 0;
-  builder.add(object_partition(1, 1, object_specs(order).back()));
-  builder.add({.id = 10, .type = 10, .bytes = solid_partition(solid_specs(order).back())});
+  builder.add(object_partition(1, 1, object_plans(order).back()));
+  builder.add({.id = 10, .type = 10, .bytes = solid_partition(solid_plans(order).back())});
   return builder;
 }
 
@@ -150,9 +150,9 @@ void write_partitions(const fs::path& folder) {
   for (const std::endian order : {std::endian::little, std::endian::big}) {
     const unsigned swap = order == std::endian::big ? 4 : 0;
     const unsigned object_selectors[] = {0b0010000 | swap, 0b0010001 | swap, 0b1011001 | swap};
-    for (const auto& spec : object_specs(order)) objects.add(object_selectors, object_partition(spec));
+    for (const auto& plan : object_plans(order)) objects.add(object_selectors, object_partition(plan));
     const unsigned solid_selectors[] = {swap, 33 | swap};
-    for (const auto& spec : solid_specs(order)) solids.add(solid_selectors, solid_partition(spec));
+    for (const auto& plan : solid_plans(order)) solids.add(solid_selectors, solid_partition(plan));
   }
 }
 

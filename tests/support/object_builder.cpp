@@ -23,7 +23,7 @@ void put_position(ObjectBytes& out, bool wide, std::uint64_t value) {
 /// Composes root object and audit trail, and below version 5 the objects that its labels name.
 class TrailComposer {
  public:
-  explicit TrailComposer(const ObjectSpec& spec) : spec_(spec) {}
+  explicit TrailComposer(const ObjectPlan& plan) : plan_(plan) {}
 
   std::string root() {
     ObjectBytes out = bytes();
@@ -36,8 +36,8 @@ class TrailComposer {
   const std::vector<std::string>& bodies() const { return bodies_; }
 
  private:
-  ObjectBytes bytes() const { return {spec_.order, spec_.compact}; }
-  bool by_label() const { return spec_.version < 5; }
+  ObjectBytes bytes() const { return {plan_.order, plan_.compact}; }
+  bool by_label() const { return plan_.version < 5; }
 
   /// Puts a link and what it leads to: inline, or as an object of its own.
   void put_linked(ObjectBytes& out, std::int32_t class_index, const std::function<void(ObjectBytes&)>& put) {
@@ -63,19 +63,19 @@ class TrailComposer {
   }
 
   void put_objects(ObjectBytes& out, std::size_t number) {
-    if (number == spec_.programs.size()) return put_end(out, spec_.last_object_label);
-    put_linked(out, spec_.stored_audit_class.value_or(spec_.audit_class), [&](ObjectBytes& object) {
-      object.typed_string(spec_.programs[number].version);
+    if (number == plan_.programs.size()) return put_end(out, plan_.last_object_label);
+    put_linked(out, plan_.stored_audit_class.value_or(plan_.audit_class), [&](ObjectBytes& object) {
+      object.typed_string(plan_.programs[number].version);
       put_objects(object, number + 1);
-      put_saves(object, spec_.programs[number].saves, 0);
+      put_saves(object, plan_.programs[number].saves, 0);
     });
   }
 
-  void put_saves(ObjectBytes& out, const std::vector<SaveSpec>& saves, std::size_t number) {
-    if (number == saves.size()) return put_end(out, spec_.last_entry_label);
-    put_linked(out, spec_.stored_audit_entry_class.value_or(spec_.audit_entry_class),
+  void put_saves(ObjectBytes& out, const std::vector<SavePlan>& saves, std::size_t number) {
+    if (number == saves.size()) return put_end(out, plan_.last_entry_label);
+    put_linked(out, plan_.stored_audit_entry_class.value_or(plan_.audit_entry_class),
                [&](ObjectBytes& entry) {
-                 const SaveSpec& save = saves[number];
+                 const SavePlan& save = saves[number];
                  if (save.shared_user >= 0) {
                    entry.u8(5);
                    entry.compact_int(save.shared_user);
@@ -89,37 +89,37 @@ class TrailComposer {
                });
   }
 
-  const ObjectSpec& spec_;
+  const ObjectPlan& plan_;
   std::vector<std::string> bodies_;
 };
 
-void put_header(ObjectBytes& out, const ObjectSpec& spec) {
-  const std::uint32_t mode = (spec.compact ? kCompactMode : 0) | (spec.wide ? kWideMode : 0);
+void put_header(ObjectBytes& out, const ObjectPlan& plan) {
+  const std::uint32_t mode = (plan.compact ? kCompactMode : 0) | (plan.wide ? kWideMode : 0);
   const auto size = [](const std::string& text) { return static_cast<std::int32_t>(text.size()); };
-  out.raw(spec.intro).u32(field(spec.version)).u32(mode).u32(1'775'000'000);
-  out.u32(field(spec.machine_name_length.value_or(size(spec.machine_name)))).raw(spec.machine_name);
-  out.u32(field(spec.file_name_length.value_or(size(spec.file_name)))).raw(spec.file_name);
+  out.raw(plan.intro).u32(field(plan.version)).u32(mode).u32(1'775'000'000);
+  out.u32(field(plan.machine_name_length.value_or(size(plan.machine_name)))).raw(plan.machine_name);
+  out.u32(field(plan.file_name_length.value_or(size(plan.file_name)))).raw(plan.file_name);
   out.u32(7).u32(2).u32(1);
-  out.u32(field(spec.class_count.value_or(static_cast<std::int32_t>(spec.classes.size()))));
-  if (spec.version < 4) return;
+  out.u32(field(plan.class_count.value_or(static_cast<std::int32_t>(plan.classes.size()))));
+  if (plan.version < 4) return;
   out.u32(4);
-  if (spec.version >= 10) out.u32(3);
+  if (plan.version >= 10) out.u32(3);
   out.u32(2);
-  for (int i = 0; i < 2; ++i) put_position(out, spec.wide, 0);
+  for (int i = 0; i < 2; ++i) put_position(out, plan.wide, 0);
 }
 
-void put_classes(ObjectBytes& out, const ObjectSpec& spec) {
-  if (spec.version >= 10) {
-    out.compact_int(spec.schema_count.value_or(static_cast<std::int32_t>(spec.schemas.size())));
-    for (const auto& [name, version] : spec.schemas) {
-      out.compact_short(spec.schema_name_length.value_or(static_cast<std::int32_t>(name.size())));
+void put_classes(ObjectBytes& out, const ObjectPlan& plan) {
+  if (plan.version >= 10) {
+    out.compact_int(plan.schema_count.value_or(static_cast<std::int32_t>(plan.schemas.size())));
+    for (const auto& [name, version] : plan.schemas) {
+      out.compact_short(plan.schema_name_length.value_or(static_cast<std::int32_t>(name.size())));
       out.raw(name);
       out.compact_int(version);
     }
   }
-  for (const ClassSpec& one : spec.classes) {
+  for (const ClassPlan& one : plan.classes) {
     const std::int32_t length = one.name_length.value_or(static_cast<std::int32_t>(one.name.size()));
-    if (spec.version >= 10) {
+    if (plan.version >= 10) {
       out.compact_short(one.schema).compact_short(length).raw(one.name);
       out.compact_int(one.sub_file).compact_short(one.superclass).u32(0xABCD).u32(8);
     } else {
@@ -127,19 +127,19 @@ void put_classes(ObjectBytes& out, const ObjectSpec& spec) {
       if (one.handle_type == 6) out.u32(field(one.sub_file));
     }
   }
-  if (spec.version >= 7 && spec.version <= 9) return;
-  for (std::size_t i = 0; i < spec.classes.size(); ++i) {
-    const bool last = i + 1 == spec.classes.size();
-    out.u16(field(last ? spec.superclass_entry.value_or(spec.classes[i].superclass)
-                       : spec.classes[i].superclass));
+  if (plan.version >= 7 && plan.version <= 9) return;
+  for (std::size_t i = 0; i < plan.classes.size(); ++i) {
+    const bool last = i + 1 == plan.classes.size();
+    out.u16(field(last ? plan.superclass_entry.value_or(plan.classes[i].superclass)
+                       : plan.classes[i].superclass));
   }
 }
 
-std::string shared_string_table(const ObjectSpec& spec) {
-  ObjectBytes out(spec.order, spec.compact);
-  out.compact_int(spec.shared_string_count.value_or(static_cast<std::int32_t>(spec.shared_strings.size())));
+std::string shared_string_table(const ObjectPlan& plan) {
+  ObjectBytes out(plan.order, plan.compact);
+  out.compact_int(plan.shared_string_count.value_or(static_cast<std::int32_t>(plan.shared_strings.size())));
   out.compact_int(0);
-  for (const std::string& text : spec.shared_strings) out.own_string(text);
+  for (const std::string& text : plan.shared_strings) out.own_string(text);
   return out.bytes();
 }
 
@@ -193,33 +193,33 @@ ObjectBytes& ObjectBytes::own_string(const std::string& text) {
   return *this;
 }
 
-std::string object_partition(const ObjectSpec& spec) {
-  ObjectBytes body(spec.order, spec.compact);
-  put_header(body, spec);
-  put_classes(body, spec);
-  ObjectBytes indices(spec.order, spec.compact);
-  indices.u32(field(spec.root));
-  indices.compact_short(spec.audit_class).compact_short(spec.audit_entry_class);
+std::string object_partition(const ObjectPlan& plan) {
+  ObjectBytes body(plan.order, plan.compact);
+  put_header(body, plan);
+  put_classes(body, plan);
+  ObjectBytes indices(plan.order, plan.compact);
+  indices.u32(field(plan.root));
+  indices.compact_short(plan.audit_class).compact_short(plan.audit_entry_class);
 
-  TrailComposer trail(spec);
-  std::vector<std::string> pieces = {"", trail.root() + spec.chains};
+  TrailComposer trail(plan);
+  std::vector<std::string> pieces = {"", trail.root() + plan.chains};
   pieces.insert(pieces.end(), trail.bodies().begin(), trail.bodies().end());
-  const std::string strings = shared_string_table(spec);
-  const std::uint64_t strings_at = body.size() + (spec.wide ? 16U : 8U) + indices.size();
-  ObjectBytes table(spec.order, spec.compact);
+  const std::string strings = shared_string_table(plan);
+  const std::uint64_t strings_at = body.size() + (plan.wide ? 16U : 8U) + indices.size();
+  ObjectBytes table(plan.order, plan.compact);
   std::uint64_t at = strings_at + strings.size();
   std::string objects;
   for (const std::string& piece : pieces) {
-    put_position(table, spec.wide, at);
+    put_position(table, plan.wide, at);
     objects += piece;
     at += piece.size();
   }
-  put_position(body, spec.wide, at);
-  put_position(body, spec.wide, spec.shared_strings.empty() ? 0 : strings_at);
+  put_position(body, plan.wide, at);
+  put_position(body, plan.wide, plan.shared_strings.empty() ? 0 : strings_at);
   body.raw(indices.bytes()).raw(strings).raw(objects).raw(table.bytes());
 
-  RecordBytes out(spec.order);
-  if (spec.long_length) {
+  RecordBytes out(plan.order);
+  if (plan.long_length) {
     out.u32(field(-1)).u64(body.size());
   } else {
     out.u32(body.size());
@@ -227,11 +227,11 @@ std::string object_partition(const ObjectSpec& spec) {
   return out.raw(body.bytes()).bytes();
 }
 
-PartitionSpec object_partition(std::int32_t id, std::int32_t type, const ObjectSpec& spec) {
-  PartitionSpec partition;
+PartitionPlan object_partition(std::int32_t id, std::int32_t type, const ObjectPlan& plan) {
+  PartitionPlan partition;
   partition.id = id;
   partition.type = type;
-  partition.bytes = object_partition(spec);
+  partition.bytes = object_partition(plan);
   return partition;
 }
 

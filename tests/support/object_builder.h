@@ -35,7 +35,7 @@ class ObjectBytes : public RecordBytes {
   bool compact_;
 };
 
-struct SaveSpec {
+struct SavePlan {
   std::optional<std::string> user_name = "mkeller";
   std::int32_t time = 1'700'000'000;
   std::int32_t cookie = 77;
@@ -45,12 +45,12 @@ struct SaveSpec {
   std::int32_t shared_user = -1;  ///< index of a shared string in place of user_name
 };
 
-struct ProgramSpec {
+struct ProgramPlan {
   std::optional<std::string> version = "KX 2606.1";
-  std::vector<SaveSpec> saves = {SaveSpec{}};
+  std::vector<SavePlan> saves = {SavePlan{}};
 };
 
-struct ClassSpec {
+struct ClassPlan {
   std::string name = "VR_Lug";
   std::int32_t schema = 0;  ///< index; below version 10 the name is VRPART
   std::int32_t sub_file = 3;
@@ -60,7 +60,7 @@ struct ClassSpec {
 };
 
 /// An object-manager partition. What is not set is what a sound partition has there.
-struct ObjectSpec {
+struct ObjectPlan {
   std::endian order = std::endian::little;
   std::int32_t version = 10;
   bool compact = true;
@@ -74,13 +74,13 @@ struct ObjectSpec {
   std::vector<std::pair<std::string, std::int32_t>> schemas = {{"VR_CORE", 70}};
   std::optional<std::int32_t> schema_count = {};
   std::optional<std::int32_t> schema_name_length = {};
-  std::vector<ClassSpec> classes = {ClassSpec{}};
+  std::vector<ClassPlan> classes = {ClassPlan{}};
   std::optional<std::int32_t> class_count = {};
   std::optional<std::int32_t> superclass_entry = {};  ///< of the last class, in the table
   std::vector<std::string> shared_strings = {"alpha"};
   std::optional<std::int32_t> shared_string_count = {};
   std::int32_t root = 1;
-  std::vector<ProgramSpec> programs = {ProgramSpec{}};  ///< in the order of the chain
+  std::vector<ProgramPlan> programs = {ProgramPlan{}};  ///< in the order of the chain
   std::int32_t audit_class = 5;
   std::int32_t audit_entry_class = 6;
   std::optional<std::int32_t> stored_audit_class = {};
@@ -91,9 +91,9 @@ struct ObjectSpec {
 };
 
 /// Length field included.
-std::string object_partition(const ObjectSpec& spec);
+std::string object_partition(const ObjectPlan& plan);
 
 /// The same as a partition of a part.
-PartitionSpec object_partition(std::int32_t id, std::int32_t type, const ObjectSpec& spec);
+PartitionPlan object_partition(std::int32_t id, std::int32_t type, const ObjectPlan& plan);
 
 }  // namespace test_support

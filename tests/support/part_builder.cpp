@@ -23,7 +23,7 @@ std::pair<std::uint64_t, std::uint64_t> position_words(std::int16_t version, std
 
 }  // namespace
 
-PartBuilder& PartBuilder::add(PartitionSpec partition) {
+PartBuilder& PartBuilder::add(PartitionPlan partition) {
   partitions_.push_back(std::move(partition));
   return *this;
 }
@@ -50,7 +50,7 @@ std::size_t PartBuilder::index_size() const {
 std::vector<PartBuilder::Place> PartBuilder::places() const {
   std::vector<Place> at;
   std::uint64_t next = directories_start() + index_size();
-  for (const PartitionSpec& partition : partitions_) {
+  for (const PartitionPlan& partition : partitions_) {
     next += partition.gap;
     const std::uint64_t words = partition.directory_word_count.value_or(kDirectoryWords);
     const Place place = has_index() ? Place{next + partition.marker.size(), next + partition.marker.size()}
@@ -84,13 +84,13 @@ std::string PartBuilder::header(const std::vector<Place>& at) const {
 
 std::string PartBuilder::index(const std::vector<Place>& at) const {
   std::int32_t highest = 0;
-  for (const PartitionSpec& partition : partitions_) highest = std::max(highest, partition.id);
+  for (const PartitionPlan& partition : partitions_) highest = std::max(highest, partition.id);
   RecordBytes out(order);
   out.u32(field(index_format));
   out.u32(field(partition_count.value_or(static_cast<std::int32_t>(partitions_.size()))));
   out.u32(field(next_partition_id.value_or(highest + 1)));
   for (std::size_t i = 0; i < partitions_.size(); ++i) {
-    const PartitionSpec& partition = partitions_[i];
+    const PartitionPlan& partition = partitions_[i];
     const std::uint64_t offset = partition.listed_offset.value_or(at[i].start);
     out.u32(field(partition.id)).u32(field(partition.type));
     if (index_format == 1) {
@@ -104,7 +104,7 @@ std::string PartBuilder::index(const std::vector<Place>& at) const {
 }
 
 std::string PartBuilder::directory(std::size_t number, const std::vector<Place>& at) const {
-  const PartitionSpec& partition = partitions_[number];
+  const PartitionPlan& partition = partitions_[number];
   const bool first_of_mode = partition.type == 1;
   const std::uint64_t following = number + 1 < at.size() && !first_of_mode ? at[number + 1].start : 0;
   const auto [first, second] = position_words(version, partition.next_directory.value_or(following));
@@ -122,7 +122,7 @@ std::string PartBuilder::build() const {
   std::string bytes = header(at);
   if (has_index()) bytes += index(at);
   for (std::size_t i = 0; i < partitions_.size(); ++i) {
-    const PartitionSpec& partition = partitions_[i];
+    const PartitionPlan& partition = partitions_[i];
     bytes.append(partition.gap, '\0');
     bytes += has_index() ? partition.marker : directory(i, at);
     bytes += partition.bytes;

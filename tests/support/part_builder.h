@@ -13,7 +13,7 @@
 namespace test_support {
 
 /// One partition of a part to build. What is not set is what a sound part has there.
-struct PartitionSpec {
+struct PartitionPlan {
   std::int32_t id = 1;  ///< in files without an index the type is the id
   std::int32_t type = 10;
   std::int32_t data = 1;  ///< the data word
@@ -44,7 +44,7 @@ class PartBuilder {
   std::optional<std::int32_t> next_partition_id;
   std::string tail = "\xFF";  ///< behind the last partition
 
-  PartBuilder& add(PartitionSpec partition);
+  PartBuilder& add(PartitionPlan partition);
 
   /// Sets the header word at a byte offset counted from behind the count word.
   PartBuilder& word(std::size_t byte_offset, std::uint16_t value);
@@ -71,7 +71,7 @@ class PartBuilder {
   std::string index(const std::vector<Place>& at) const;
   std::string directory(std::size_t number, const std::vector<Place>& at) const;
 
-  std::vector<PartitionSpec> partitions_;
+  std::vector<PartitionPlan> partitions_;
   std::map<std::size_t, std::uint16_t> words_;
   std::map<std::size_t, std::string> texts_;
 };

@@ -23,7 +23,7 @@ struct SolidBlock {
 };
 
 /// A modeller partition. What is not set is what a sound partition has there.
-struct SolidSpec {
+struct SolidPlan {
   std::endian order = std::endian::little;
   std::int32_t kind = 10;
   std::string header_text{kSolidHeader};
@@ -47,7 +47,7 @@ struct SolidSpec {
   std::optional<std::int32_t> list_count = std::nullopt;
 };
 
-std::string solid_partition(const SolidSpec& spec);
+std::string solid_partition(const SolidPlan& plan);
 
 /// A zlib stream of the bytes.
 std::string deflated(std::string_view bytes);

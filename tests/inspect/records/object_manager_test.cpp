@@ -16,15 +16,15 @@ namespace {
 
 using inspect::ObjectManagerPartition;
 using test_support::ObjectBytes;
-using test_support::ObjectSpec;
+using test_support::ObjectPlan;
 using test_support::OpenedPart;
-using test_support::ProgramSpec;
-using test_support::SaveSpec;
+using test_support::ProgramPlan;
+using test_support::SavePlan;
 
-std::string part_of(const ObjectSpec& spec, std::int32_t type = 1) {
+std::string part_of(const ObjectPlan& plan, std::int32_t type = 1) {
   test_support::PartBuilder part;
-  part.order = spec.order;
-  part.add(object_partition(1, type, spec));
+  part.order = plan.order;
+  part.add(object_partition(1, type, plan));
   part.tail.clear();
   return part.build();
 }
@@ -48,7 +48,7 @@ std::string message_of(const std::string& part, std::int32_t* code = nullptr) {
   return {};
 }
 
-std::vector<ProgramSpec> two_programs() {
+std::vector<ProgramPlan> two_programs() {
   return {{"KX 3", {{.user_name = "c1", .time = 60}, {.user_name = "c2", .time = 50}}},
           {"KX 2", {{.user_name = "b1", .time = 40}}}};
 }
@@ -71,15 +71,15 @@ TEST(ObjectManager, ReadsEveryVersionInEveryEncoding) {
   for (std::int32_t version = 3; version <= 10; ++version) {
     for (int variant = 0; variant < 16; ++variant) {
       SCOPED_TRACE(testing::Message() << "version " << version << " variant " << variant);
-      ObjectSpec spec;
-      spec.version = version;
-      spec.compact = (variant & 1) != 0;
-      spec.wide = (variant & 2) != 0;
-      spec.long_length = (variant & 4) != 0;
-      spec.order = (variant & 8) != 0 ? std::endian::big : std::endian::little;
-      spec.programs = two_programs();
-      spec.classes = {{.name = "VR_First"}, {.name = "VR_Second", .superclass = 0}};
-      OpenedPart opened(part_of(spec, inspect::kPath));
+      ObjectPlan plan;
+      plan.version = version;
+      plan.compact = (variant & 1) != 0;
+      plan.wide = (variant & 2) != 0;
+      plan.long_length = (variant & 4) != 0;
+      plan.order = (variant & 8) != 0 ? std::endian::big : std::endian::little;
+      plan.programs = two_programs();
+      plan.classes = {{.name = "VR_First"}, {.name = "VR_Second", .superclass = 0}};
+      OpenedPart opened(part_of(plan, inspect::kPath));
       ObjectManagerPartition om;
       ASSERT_TRUE(read_object_manager_partition(opened.file, opened.file.partitions[0], om, false));
       const bool reversed = version == 4;
@@ -101,92 +101,92 @@ TEST(ObjectManager, ReadsEveryVersionInEveryEncoding) {
 
 struct LimitCase {
   const char* name;
-  std::function<void(ObjectSpec&)> change;
+  std::function<void(ObjectPlan&)> change;
   const char* message;  ///< empty: accepted
   std::int32_t code = inspect::kContentError;
 };
 
 TEST(ObjectManager, HoldsEveryValueAgainstItsLimit) {
-  using Spec = ObjectSpec&;
+  using Plan = ObjectPlan&;
   const int fatal = inspect::kInspectorError;
   const std::string long_name(1024, 'n');
   const LimitCase cases[] = {
-      {"machine name 64", [](Spec s) { s.machine_name.assign(64, 'm'); }, ""},
-      {"machine name 65", [](Spec s) { s.machine_name.assign(65, 'm'); },
+      {"machine name 64", [](Plan s) { s.machine_name.assign(64, 'm'); }, ""},
+      {"machine name 65", [](Plan s) { s.machine_name.assign(65, 'm'); },
        "Bad value 65 for machine name length"},
-      {"machine name -1", [](Spec s) { s.machine_name_length = -1; }, "Bad value -1 for machine name length"},
-      {"file name 1024", [&](Spec s) { s.file_name = long_name; }, ""},
-      {"file name 1025", [&](Spec s) { s.file_name = long_name + "n"; },
+      {"machine name -1", [](Plan s) { s.machine_name_length = -1; }, "Bad value -1 for machine name length"},
+      {"file name 1024", [&](Plan s) { s.file_name = long_name; }, ""},
+      {"file name 1025", [&](Plan s) { s.file_name = long_name + "n"; },
        "Bad value for file name length of 1025"},
-      {"version 2", [](Spec s) { s.version = 2; }, "*** Corrupt part: unknown OM version number 2\n"},
-      {"version 11", [](Spec s) { s.version = 11; }, "*** Corrupt part: unknown OM version number 11\n"},
-      {"intro with M alone", [](Spec s) { s.intro[0] = 'X'; }, ""},
-      {"no intro", [](Spec s) { s.intro = "XX\1\2\3\4\5"; },
+      {"version 2", [](Plan s) { s.version = 2; }, "*** Corrupt part: unknown OM version number 2\n"},
+      {"version 11", [](Plan s) { s.version = 11; }, "*** Corrupt part: unknown OM version number 11\n"},
+      {"intro with M alone", [](Plan s) { s.intro[0] = 'X'; }, ""},
+      {"no intro", [](Plan s) { s.intro = "XX\1\2\3\4\5"; },
        "Directory Record Mgr 1 is expected to be in OM format but is not.\n"},
-      {"classes 9999", [](Spec s) { s.class_count = 9999; }, "Bad value 9999 for number of classes"},
-      {"classes 2^31", [](Spec s) { s.class_count = INT32_MIN; },
+      {"classes 9999", [](Plan s) { s.class_count = 9999; }, "Bad value 9999 for number of classes"},
+      {"classes 2^31", [](Plan s) { s.class_count = INT32_MIN; },
        "Bad value -2147483648 for number of classes"},
-      {"schemas -2", [](Spec s) { s.schema_count = -2; }, "n_schemas unexpectedly -ve -2", fatal},
-      {"schemas 2^31-1", [](Spec s) { s.schema_count = INT32_MAX; }, "bad schema name length 0", fatal},
-      {"schema name 0", [](Spec s) { s.schema_name_length = 0; }, "bad schema name length 0", fatal},
-      {"schema name 1024", [&](Spec s) { s.schemas[0].first = long_name; }, ""},
-      {"schema name 1025", [&](Spec s) { s.schemas[0].first = long_name + "n"; },
+      {"schemas -2", [](Plan s) { s.schema_count = -2; }, "n_schemas unexpectedly -ve -2", fatal},
+      {"schemas 2^31-1", [](Plan s) { s.schema_count = INT32_MAX; }, "bad schema name length 0", fatal},
+      {"schema name 0", [](Plan s) { s.schema_name_length = 0; }, "bad schema name length 0", fatal},
+      {"schema name 1024", [&](Plan s) { s.schemas[0].first = long_name; }, ""},
+      {"schema name 1025", [&](Plan s) { s.schemas[0].first = long_name + "n"; },
        "bad schema name length 1025", fatal},
-      {"schema index at the count", [](Spec s) { s.classes[0].schema = 1; }, ""},
-      {"schema index behind it", [](Spec s) { s.classes[0].schema = 2; }, "bad schema index 2 - n schemas 1",
+      {"schema index at the count", [](Plan s) { s.classes[0].schema = 1; }, ""},
+      {"schema index behind it", [](Plan s) { s.classes[0].schema = 2; }, "bad schema index 2 - n schemas 1",
        fatal},
-      {"schema index -1", [](Spec s) { s.classes[0].schema = -1; }, "bad schema index -1 - n schemas 1",
+      {"schema index -1", [](Plan s) { s.classes[0].schema = -1; }, "bad schema index -1 - n schemas 1",
        fatal},
-      {"class name 0", [](Spec s) { s.classes[0].name_length = 0; }, "bad class name length 0", fatal},
-      {"class name 1024", [&](Spec s) { s.classes[0].name = long_name; }, ""},
-      {"class name 1025", [&](Spec s) { s.classes[0].name = long_name + "n"; }, "bad class name length 1025",
+      {"class name 0", [](Plan s) { s.classes[0].name_length = 0; }, "bad class name length 0", fatal},
+      {"class name 1024", [&](Plan s) { s.classes[0].name = long_name; }, ""},
+      {"class name 1025", [&](Plan s) { s.classes[0].name = long_name + "n"; }, "bad class name length 1025",
        fatal},
-      {"superclass at the count", [](Spec s) { s.classes[0].superclass = 1; },
+      {"superclass at the count", [](Plan s) { s.classes[0].superclass = 1; },
        "invalid superclass index 1 - out of range -1..1", fatal},
-      {"superclass -2 in the table", [](Spec s) { s.superclass_entry = -2; },
+      {"superclass -2 in the table", [](Plan s) { s.superclass_entry = -2; },
        "invalid superclass index -2 - out of range -1..1", fatal},
-      {"handle of type 4", [](Spec s) { s.version = 9, s.classes[0].handle_type = 4; },
+      {"handle of type 4", [](Plan s) { s.version = 9, s.classes[0].handle_type = 4; },
        "*** Error: Handle begins with 4 instead of 2 or 6\n"},
-      {"handle of type 2", [](Spec s) { s.version = 9, s.classes[0].handle_type = 2; }, ""},
-      {"handle class name 1025", [&](Spec s) { s.version = 9, s.classes[0].name = long_name + "n"; },
+      {"handle of type 2", [](Plan s) { s.version = 9, s.classes[0].handle_type = 2; }, ""},
+      {"handle class name 1025", [&](Plan s) { s.version = 9, s.classes[0].name = long_name + "n"; },
        "Bad value 1025 for length of class name"},
-      {"audit class", [](Spec s) { s.stored_audit_class = 77; },
+      {"audit class", [](Plan s) { s.stored_audit_class = 77; },
        "Expected audit class index 5 but found 4d\n"},
-      {"audit entry class", [](Spec s) { s.stored_audit_entry_class = 15; },
+      {"audit entry class", [](Plan s) { s.stored_audit_entry_class = 15; },
        "Expected audit_entry class index 6 but found f\n"},
-      {"string 32000", [](Spec s) { s.programs[0].version = std::string(32000, 's'); }, ""},
-      {"string 32001", [](Spec s) { s.programs[0].version = std::string(32001, 's'); },
+      {"string 32000", [](Plan s) { s.programs[0].version = std::string(32000, 's'); }, ""},
+      {"string 32001", [](Plan s) { s.programs[0].version = std::string(32001, 's'); },
        "Bad value 32001 for length of string"},
-      {"shared string 0", [](Spec s) { s.programs[0].saves[0].shared_user = 0; }, ""},
-      {"shared string 1 of 1", [](Spec s) { s.programs[0].saves[0].shared_user = 1; },
+      {"shared string 0", [](Plan s) { s.programs[0].saves[0].shared_user = 0; }, ""},
+      {"shared string 1 of 1", [](Plan s) { s.programs[0].saves[0].shared_user = 1; },
        "Bad shared string table index: 1"},
-      {"no shared strings", [](Spec s) { s.shared_strings.clear(); }, ""},
-      {"no root", [](Spec s) { s.root = -1, s.stored_audit_class = 77; }, ""},
-      {"other no root", [](Spec s) { s.root = -2, s.stored_audit_class = 77; }, ""},
-      {"object label cycle", [](Spec s) { s.version = 4, s.last_object_label = 2; },
+      {"no shared strings", [](Plan s) { s.shared_strings.clear(); }, ""},
+      {"no root", [](Plan s) { s.root = -1, s.stored_audit_class = 77; }, ""},
+      {"other no root", [](Plan s) { s.root = -2, s.stored_audit_class = 77; }, ""},
+      {"object label cycle", [](Plan s) { s.version = 4, s.last_object_label = 2; },
        "Audit label 2 leads to an object that was read before\n"},
-      {"entry label cycle", [](Spec s) { s.version = 3, s.last_entry_label = 3; },
+      {"entry label cycle", [](Plan s) { s.version = 3, s.last_entry_label = 3; },
        "Audit entry label 3 leads to an object that was read before\n"},
-      {"label far away", [](Spec s) { s.version = 3, s.last_entry_label = 1 << 30; },
+      {"label far away", [](Plan s) { s.version = 3, s.last_entry_label = 1 << 30; },
        "unexpected end of file"},
   };
   for (const LimitCase& one : cases) {
     SCOPED_TRACE(one.name);
-    ObjectSpec spec;
-    spec.chains.assign(1, '\0');  // no first version: no chains
-    spec.chains += '\0';
-    one.change(spec);
+    ObjectPlan plan;
+    plan.chains.assign(1, '\0');  // no first version: no chains
+    plan.chains += '\0';
+    one.change(plan);
     std::int32_t code = 0;
-    const std::string message = message_of(part_of(spec), &code);
+    const std::string message = message_of(part_of(plan), &code);
     EXPECT_EQ(message, one.message);
     EXPECT_EQ(code, message.empty() ? 0 : one.code);
   }
 }
 
 TEST(ObjectManager, CutAnywhereItEndsWithAMessage) {
-  ObjectSpec spec;
-  spec.programs = two_programs();
-  const std::string whole = part_of(spec, inspect::kPath);
+  ObjectPlan plan;
+  plan.programs = two_programs();
+  const std::string whole = part_of(plan, inspect::kPath);
   const OpenedPart sound(whole);
   const std::uint64_t base = sound.file.partitions[0].base;
   for (std::size_t size = base; size < whole.size() - 12; ++size) {
@@ -195,10 +195,10 @@ TEST(ObjectManager, CutAnywhereItEndsWithAMessage) {
 }
 
 TEST(ObjectManager, LongChainsCostNoStackAndLittleMemory) {
-  ObjectSpec spec;
-  ObjectBytes trail(spec.order, spec.compact);
-  spec.programs.clear();
-  std::string part = part_of(spec, inspect::kPath);
+  ObjectPlan plan;
+  ObjectBytes trail(plan.order, plan.compact);
+  plan.programs.clear();
+  std::string part = part_of(plan, inspect::kPath);
   // The builder nests; a chain of this length is put together by hand behind an empty trail's root.
   constexpr int kCount = 1'000'000;
   trail.compact_short(5).typed_string("KX 1").compact_short(-1);
@@ -218,9 +218,9 @@ TEST(ObjectManager, LongChainsCostNoStackAndLittleMemory) {
 }
 
 TEST(ObjectManager, TracesFieldsInTheirOrder) {
-  ObjectSpec spec;
-  spec.programs[0].saves[0].time = 0;
-  OpenedPart opened(part_of(spec, inspect::kPath));
+  ObjectPlan plan;
+  plan.programs[0].saves[0].time = 0;
+  OpenedPart opened(part_of(plan, inspect::kPath));
   ObjectManagerPartition om;
   testing::internal::CaptureStdout();
   read_object_manager_partition(opened.file, opened.file.partitions[0], om, true);
@@ -290,9 +290,9 @@ std::string newer_chains(std::uint8_t list = 1, std::uint8_t display = 1, std::u
 }
 
 TEST(ObjectManager, ReadsTheEntityTypeChains) {
-  ObjectSpec spec;
-  spec.chains = newer_chains();
-  OpenedPart opened(part_of(spec));
+  ObjectPlan plan;
+  plan.chains = newer_chains();
+  OpenedPart opened(part_of(plan));
   ObjectManagerPartition om;
   inspect::EntityTypeChains heads = {};
   ASSERT_TRUE(read_object_manager_partition(opened.file, opened.file.partitions[0], om, false));
@@ -300,12 +300,12 @@ TEST(ObjectManager, ReadsTheEntityTypeChains) {
   EXPECT_EQ(heads[12], 610);
   EXPECT_EQ(std::ranges::count(heads, -1), 255);
 
-  spec.version = 9;
-  ObjectBytes older(spec.order, true);
+  plan.version = 9;
+  ObjectBytes older(plan.order, true);
   older.compact_short(1).compact_short(2);
   for (std::int32_t type = 0; type < 256; ++type) older.label(type + 100);
-  spec.chains = older.bytes();
-  OpenedPart old(part_of(spec));
+  plan.chains = older.bytes();
+  OpenedPart old(part_of(plan));
   ObjectManagerPartition old_om;
   ASSERT_TRUE(read_object_manager_partition(old.file, old.file.partitions[0], old_om, false));
   read_entity_type_chains(false, old.file, old.file.partitions[0], heads);
@@ -323,9 +323,9 @@ TEST(ObjectManager, ChecksTheListsOfTheEntityTypeChains) {
       {newer_chains(1, 1, 1, -1), "mismatch in entity type handling for RM_part"},
   };
   for (const auto& [chains, message] : cases) {
-    ObjectSpec spec;
-    spec.chains = chains;
-    EXPECT_EQ(message_of(part_of(spec)), message);
+    ObjectPlan plan;
+    plan.chains = chains;
+    EXPECT_EQ(message_of(part_of(plan)), message);
   }
 }
 

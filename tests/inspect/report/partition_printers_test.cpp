@@ -15,7 +15,7 @@
 
 namespace {
 
-using test_support::ObjectSpec;
+using test_support::ObjectPlan;
 using test_support::OpenedPart;
 using test_support::PartBuilder;
 
@@ -43,11 +43,11 @@ class PartitionPrinters : public testing::Test {
 };
 
 TEST_F(PartitionPrinters, DamageCostsOneListing) {
-  ObjectSpec bad;
+  ObjectPlan bad;
   bad.stored_audit_class = 9;
-  ObjectSpec sound;
+  ObjectPlan sound;
   sound.programs[0].saves[0].user_name = "t\x1b[2Jx";
-  ObjectSpec not_om;
+  ObjectPlan not_om;
   not_om.intro = "XX\1\2\3\4\5";
   PartBuilder part;
   part.add(object_partition(7, 7, bad));
@@ -69,7 +69,7 @@ TEST_F(PartitionPrinters, DamageCostsOneListing) {
 
 TEST_F(PartitionPrinters, CookiesAloneShowTheAuditTrails) {
   PartBuilder part;
-  part.add(object_partition(1, 7, ObjectSpec{}));
+  part.add(object_partition(1, 7, ObjectPlan{}));
   OpenedPart opened(part.build());
   opened.options.print_cookies = true;
   const std::string out = output_of([&] { print_partitions(opened.file); });
@@ -78,11 +78,11 @@ TEST_F(PartitionPrinters, CookiesAloneShowTheAuditTrails) {
 }
 
 TEST_F(PartitionPrinters, OneLongTextNamedOftenIsShownWholeOnce) {
-  ObjectSpec spec;
-  spec.shared_strings = {std::string(30000, 'u')};
-  spec.programs[0].saves.assign(100, {.shared_user = 0});
+  ObjectPlan plan;
+  plan.shared_strings = {std::string(30000, 'u')};
+  plan.programs[0].saves.assign(100, {.shared_user = 0});
   PartBuilder part;
-  part.add(object_partition(1, 7, spec));
+  part.add(object_partition(1, 7, plan));
   OpenedPart opened(part.build());
   opened.options.print_cookies = true;
   const std::string out = output_of([&] { print_partitions(opened.file); });
@@ -92,16 +92,16 @@ TEST_F(PartitionPrinters, OneLongTextNamedOftenIsShownWholeOnce) {
 }
 
 TEST_F(PartitionPrinters, PartitionsThatLieInOnePlaceAreNotListedWithoutEnd) {
-  ObjectSpec spec;
-  spec.shared_strings.assign(500, std::string(100, 's'));
+  ObjectPlan plan;
+  plan.shared_strings.assign(500, std::string(100, 's'));
   PartBuilder part;
-  part.add(object_partition(1, 7, spec));
+  part.add(object_partition(1, 7, plan));
   const std::uint64_t place = part.data_offset(0);
   constexpr std::int32_t kEntries = 40;
   for (std::int32_t id = 2; id <= kEntries; ++id) part.add({.id = id, .type = 7, .listed_offset = place});
   const std::uint64_t shift = part.data_offset(0) - place;  // the index has grown
   part = {};
-  part.add(object_partition(1, 7, spec));
+  part.add(object_partition(1, 7, plan));
   for (std::int32_t id = 2; id <= kEntries; ++id) {
     part.add({.id = id, .type = 7, .listed_offset = place + shift});
   }
@@ -116,11 +116,11 @@ TEST_F(PartitionPrinters, PartitionsThatLieInOnePlaceAreNotListedWithoutEnd) {
 
 TEST_F(PartitionPrinters, HistoryIsOldestFirstInEitherDirectionOfTheChains) {
   for (const bool newest_first : {true, false}) {
-    ObjectSpec spec;
-    spec.programs = {{"KX 1", {{.user_name = "ann", .time = 100}, {.user_name = "bob", .time = 0}}},
+    ObjectPlan plan;
+    plan.programs = {{"KX 1", {{.user_name = "ann", .time = 100}, {.user_name = "bob", .time = 0}}},
                      {"KX 2", {{.user_name = "cid", .time = newest_first ? 50 : 200}}}};
     PartBuilder part;
-    part.add(object_partition(4, 1, spec));
+    part.add(object_partition(4, 1, plan));
     OpenedPart opened(part.build());
     const std::string out = output_of([&] { print_v10_filing_history(opened.file); });
     EXPECT_EQ(out.find("\nNote: partition 4 contains pseudo entries\n"), 0U);
@@ -130,7 +130,7 @@ TEST_F(PartitionPrinters, HistoryIsOldestFirstInEitherDirectionOfTheChains) {
 }
 
 TEST_F(PartitionPrinters, HistoryNeverFailsTheFile) {
-  ObjectSpec bad;
+  ObjectPlan bad;
   bad.classes[0].schema = 5;
   PartBuilder part;
   part.add(object_partition(1, 1, bad));
@@ -151,7 +151,7 @@ TEST_F(PartitionPrinters, OlderDirectoriesListTheirEntityChains) {
   part.version = 12;
   part.header_words = 12;
   for (const std::int32_t type : {1, 3}) {
-    test_support::PartitionSpec directory;
+    test_support::PartitionPlan directory;
     directory.id = directory.type = type;
     directory.bytes = "12345678";
     part.add(directory);

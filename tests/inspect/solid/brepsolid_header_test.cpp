@@ -13,10 +13,10 @@ namespace {
 using test_support::PartBuilder;
 using test_support::PartSession;
 using test_support::solid_partition;
-using test_support::SolidSpec;
+using test_support::SolidPlan;
 
 /// A part that holds the partition alone.
-PartBuilder part_with(const SolidSpec& solid) {
+PartBuilder part_with(const SolidPlan& solid) {
   PartBuilder part;
   part.order = solid.order;
   part.add({.id = 10, .type = solid.kind, .data = 4, .bytes = solid_partition(solid)});
@@ -37,7 +37,7 @@ class BrepsolidExtension : public testing::TestWithParam<Extension> {};
 TEST_P(BrepsolidExtension, IsReadInBothByteOrders) {
   const Extension& extension = GetParam();
   for (const std::endian order : {std::endian::little, std::endian::big}) {
-    SolidSpec solid{.order = order, .block = {.data = "body"}, .extended = true, .body_tag = -77};
+    SolidPlan solid{.order = order, .block = {.data = "body"}, .extended = true, .body_tag = -77};
     solid.ext_version = extension.version;
     solid.linked_partition_id = 34;
     solid.reference_kind = extension.reference_kind;
@@ -71,7 +71,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Extension{6, 0, 0, 0, false, false}));
 
 TEST(BrepsolidHeader, SkippedValuesHideAReference) {
-  SolidSpec solid{.extended = true, .ext_version = 3, .reference_kind = 1, .reference_target = 5};
+  SolidPlan solid{.extended = true, .ext_version = 3, .reference_kind = 1, .reference_target = 5};
   solid.skipped = {1, 2, 3};
   PartSession session(part_with(solid).build());
   EXPECT_EQ(session.read().entry(0).solid->flags, inspect::kHasSkippedFlag);
@@ -80,7 +80,7 @@ TEST(BrepsolidHeader, SkippedValuesHideAReference) {
 
 TEST(BrepsolidHeader, CountsThatDoNotFitEndTheFile) {
   for (const std::int32_t count : {0x7FFFFFFF, 100'000}) {
-    SolidSpec solid{.extended = true, .ext_version = 3};
+    SolidPlan solid{.extended = true, .ext_version = 3};
     solid.skip_count = count;
     PartSession skipping(part_with(solid).build());
     EXPECT_NE(skipping.read().output().err.find("unexpected end of file"), std::string::npos);
@@ -93,7 +93,7 @@ TEST(BrepsolidHeader, CountsThatDoNotFitEndTheFile) {
 }
 
 TEST(BrepsolidHeader, WideDeltaHasNoExtension) {
-  SolidSpec solid{.kind = 19, .block = {.data = "delta"}, .wide = true, .extended = true, .ext_version = 1};
+  SolidPlan solid{.kind = 19, .block = {.data = "delta"}, .wide = true, .extended = true, .ext_version = 1};
   PartSession session(part_with(solid).build());
   const auto& bits = session.read().entry(0).solid->bits;
   EXPECT_TRUE(bits.wide_sizes);
@@ -103,7 +103,7 @@ TEST(BrepsolidHeader, WideDeltaHasNoExtension) {
 }
 
 TEST(BrepsolidHeader, TextOf4096BytesIsTheLongest) {
-  SolidSpec solid{.header_text = std::string(4095, 'h') + '+', .block = {.data = "body"}};
+  SolidPlan solid{.header_text = std::string(4095, 'h') + '+', .block = {.data = "body"}};
   PartSession longest(part_with(solid).build());
   EXPECT_EQ(longest.read().entry(0).solid->header_length, 4095U);
   solid.header_text += '+';
@@ -134,7 +134,7 @@ TEST(BrepsolidHeader, AloneWithoutATextItHasNone) {
 }
 
 TEST(BrepsolidHeader, DataBeyondTheFileMarkThePartitionTruncated) {
-  SolidSpec solid{.block = {.data = "body"}, .extended = true, .ext_version = 5};
+  SolidPlan solid{.block = {.data = "body"}, .extended = true, .ext_version = 5};
   for (const std::uint64_t size : {std::uint64_t{1} << 31U, std::uint64_t{1} << 32U, ~std::uint64_t{0}}) {
     solid.rest_size = size;
     PartSession session(part_with(solid).build());

@@ -19,7 +19,7 @@ using test_support::PartSession;
 using test_support::read_file;
 using test_support::ScratchFolder;
 using test_support::SolidBlock;
-using test_support::SolidSpec;
+using test_support::SolidPlan;
 
 const std::string kHeader(test_support::kSolidHeader);
 
@@ -31,7 +31,7 @@ std::string sample_data(std::size_t size) {
   return data;
 }
 
-PartBuilder part_with(const SolidSpec& solid) {
+PartBuilder part_with(const SolidPlan& solid) {
   PartBuilder part;
   part.order = solid.order;
   part.add({.id = 10, .type = solid.kind, .bytes = solid_partition(solid)});
@@ -115,7 +115,7 @@ TEST(DataBlockCopy, TellsEachFaultInBothModes) {
   for (const bool wide : {false, true}) {
     for (const Fault& fault : faults()) {
       SCOPED_TRACE(fault.name);
-      SolidSpec solid{.kind = 19, .block = {.data = sample_data(5000)}, .compressed = true, .wide = wide};
+      SolidPlan solid{.kind = 19, .block = {.data = sample_data(5000)}, .compressed = true, .wide = wide};
       fault.make(solid.block);
       PartSession session(part_with(solid).build());
       bool sound = false;
@@ -139,7 +139,7 @@ TEST(DataBlockCopy, LargeBlocksComeOutWhole) {
        {std::size_t{0}, std::size_t{1024}, std::size_t{8193}, std::size_t{1'500'000}}) {
     for (const bool compressed : {false, true}) {
       for (const bool trace : {false, true}) {
-        const SolidSpec solid{
+        const SolidPlan solid{
             .order = std::endian::big, .block = {.data = sample_data(size)}, .compressed = compressed};
         inspect::InspectOptions options;
         options.trace = trace;
@@ -154,7 +154,7 @@ TEST(DataBlockCopy, LargeBlocksComeOutWhole) {
 TEST(DataBlockCopy, TraceShowsEachPiece) {
   inspect::InspectOptions options;
   options.trace = true;
-  const SolidSpec plain{.block = {.data = std::string(1500, 'p')}};
+  const SolidPlan plain{.block = {.data = std::string(1500, 'p')}};
   PartSession session(part_with(plain).build(), options);
   session.read().run([](auto& file) { check_all_partitions(file); });
   EXPECT_NE(session.output().out.find(
@@ -169,7 +169,7 @@ TEST(DataBlockCopy, TraceShowsEachPiece) {
 
 TEST(DataBlockCopy, WholePiecesBeforeTheEndOfTheFileAreWritten) {
   const ScratchFolder scratch;
-  const SolidSpec plain{.block = {.data = std::string(3000, 'p')}};
+  const SolidPlan plain{.block = {.data = std::string(3000, 'p')}};
   PartBuilder part = part_with(plain);
   // Short by less than the header: no truncation mark.
   const std::string bytes = part.build().substr(0, part.data_offset(0) + 8 + kHeader.size() + 2990);
@@ -185,7 +185,7 @@ TEST(DataBlockCopy, WholePiecesBeforeTheEndOfTheFileAreWritten) {
 TEST(DataBlockCopy, LatentBodyWithoutTrailer) {
   for (const std::int32_t kind : {12, 13}) {
     for (const bool last : {false, true}) {
-      SolidSpec solid{.kind = kind, .header_text = "", .compressed = true};
+      SolidPlan solid{.kind = kind, .header_text = "", .compressed = true};
       solid.block = {.data = sample_data(4000), .trailer = false};
       PartBuilder part = part_with(solid);
       part.tail = "";

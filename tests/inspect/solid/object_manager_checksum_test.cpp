@@ -21,24 +21,24 @@ struct ObjectData {
   std::optional<std::int32_t> length = std::nullopt;
 };
 
-std::string object_partition(std::endian order, const ObjectData& spec) {
+std::string object_partition(std::endian order, const ObjectData& plan) {
   const std::string data =
-      RecordBytes(order).raw("OMxxxxx").u32(5).u32(spec.mode).raw(std::string(20'000, 'o')).bytes();
+      RecordBytes(order).raw("OMxxxxx").u32(5).u32(plan.mode).raw(std::string(20'000, 'o')).bytes();
   RecordBytes checksums(std::endian::big);
-  checksums.u32(test_support::adler_of(data) + spec.checksum_change).u32(1).u32(2);
+  checksums.u32(test_support::adler_of(data) + plan.checksum_change).u32(1).u32(2);
   const std::string all = data + checksums.bytes();
   RecordBytes out(order);
-  if (spec.wide) {
+  if (plan.wide) {
     out.u32(0xFFFFFFFF).u64(all.size());
   } else {
-    out.u32(test_support::field(spec.length.value_or(static_cast<std::int32_t>(all.size()))));
+    out.u32(test_support::field(plan.length.value_or(static_cast<std::int32_t>(all.size()))));
   }
   return out.raw(all).bytes();
 }
 
 TEST(ObjectManagerChecksum, IsThatOfTheBytesBehindTheLength) {
   struct Case {
-    ObjectData spec;
+    ObjectData plan;
     bool carries = false;
     bool sound = false;
   };
@@ -55,7 +55,7 @@ TEST(ObjectManagerChecksum, IsThatOfTheBytesBehindTheLength) {
     for (const Case& one : cases) {
       test_support::PartBuilder part;
       part.order = order;
-      part.add({.id = 8, .type = 7, .bytes = object_partition(order, one.spec)});
+      part.add({.id = 8, .type = 7, .bytes = object_partition(order, one.plan)});
       PartSession session(part.build());
       session.read();
       const std::uint64_t before = session.file().stream->position();

@@ -18,7 +18,7 @@ using test_support::PartSession;
 using test_support::read_file;
 using test_support::ScratchFolder;
 using test_support::solid_partition;
-using test_support::SolidSpec;
+using test_support::SolidPlan;
 
 std::vector<std::string> files_here() {
   std::vector<std::string> names;
@@ -60,7 +60,7 @@ TEST(TransmitNames, FollowKindFormatAndGivenName) {
   for (const Naming& naming : cases) {
     SCOPED_TRACE(naming.part_name + std::string(" ") + naming.output_name);
     const ScratchFolder scratch;
-    SolidSpec solid{
+    SolidPlan solid{
         .kind = naming.kind, .header_text = naming.header, .block = {.data = "body"}, .extended = true};
     solid.ext_version = 4;
     solid.second = {.data = "second"};
@@ -129,7 +129,7 @@ TEST(TransmitExtraction, EndsAtALinkBackAndAtALinkToNothing) {
 TEST(TransmitExtraction, AllWritesBodiesThenDeltasAndSkipsReferences) {
   const ScratchFolder scratch;
   PartBuilder part;
-  SolidSpec reference{.extended = true, .ext_version = 3, .reference_kind = 2, .reference_target = 4};
+  SolidPlan reference{.extended = true, .ext_version = 3, .reference_kind = 2, .reference_target = 4};
   part.add({.id = 10, .type = 19, .bytes = solid_partition({.kind = 19})});
   part.add({.id = 11, .type = 2, .data = 0, .bytes = "empty"});
   part.add({.id = 12, .type = 10, .bytes = solid_partition(reference)});
