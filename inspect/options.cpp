@@ -23,8 +23,8 @@ namespace {
 /// The walk over the arguments. `count` is the working argument count: the output name of an extraction is
 /// not a part file for the purpose of "No filenames specified".
 struct CommandLine {
-  const char* const* arguments;
-  int count;
+  const char* const* arguments = nullptr;
+  int count = 0;
   int next = 1;  ///< of the argument to look at; behind a switch once it has been matched
 
   bool is_switch(int at) const { return arguments[at][0] == '-'; }

@@ -26,7 +26,8 @@ class IdSet {
  private:
   bool place(std::int32_t id) {
     const std::size_t mask = slots_.size() - 1;
-    std::size_t at = static_cast<std::uint32_t>(id) * 2654435761U & mask;
+    const std::uint32_t hash = static_cast<std::uint32_t>(id) * 2654435761U;
+    std::size_t at = hash & mask;
     while (slots_[at] != 0) {
       if (slots_[at] == id) return false;
       at = (at + 1) & mask;
