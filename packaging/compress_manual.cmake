@@ -1,3 +1,3 @@
 # Runs between the staging of the package and its building: Debian keeps manual pages compressed.
-file(GLOB_RECURSE manual_pages ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/*/man1/*.1)
-execute_process(COMMAND gzip -9n ${manual_pages} COMMAND_ERROR_IS_FATAL ANY)
+set(manual_folder ${CPACK_TEMPORARY_INSTALL_DIRECTORY}${CPACK_PACKAGING_INSTALL_PREFIX}/share/man/man1)
+execute_process(COMMAND gzip -9n ${manual_folder}/vr_inspect.1 COMMAND_ERROR_IS_FATAL ANY)
