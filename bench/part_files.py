@@ -72,6 +72,14 @@ def write_container(path, streams, footer_entries=()):
         out.write(index(b"FOOTER", list(footer_entries)))
 
 
+def literals(data):
+    """An LZ4 block that holds the bytes as they are; lz4 stores a short last block outside the form."""
+    if len(data) < 15:
+        return bytes([len(data) << 4]) + data
+    more, rest = divmod(len(data) - 15, 255)
+    return b"\xF0" + b"\xFF" * more + bytes([rest]) + data
+
+
 def lz4_framed(data, folder):
     """The bytes as linked LZ4 blocks of 64 KiB under the signature; and the plain lz4 frame beside it."""
     plain, frame = os.path.join(folder, "lz4.plain"), os.path.join(folder, "lz4.frame")
@@ -83,8 +91,10 @@ def lz4_framed(data, folder):
         source.seek(7)
         blocks = [b"LZ4\x01"]
         while (size := struct.unpack("<I", source.read(4))[0]) != 0:
-            assert size < 1 << 31, "incompressible block"
-            blocks.append(struct.pack("<i", size) + source.read(size))
+            block = source.read(size & 0x7FFFFFFF)
+            if size >> 31:
+                block = literals(block)
+            blocks.append(struct.pack("<i", len(block)) + block)
     return b"".join(blocks), frame
 
 
@@ -92,6 +102,6 @@ def text_like(size, seed=b"facet"):
     """Bytes that deflate about three to one: no run is longer than a few words."""
     import random
     numbers = random.Random(seed)
-    words = [bytes(numbers.randrange(256) for _ in range(numbers.randrange(2, 9))) for _ in range(2000)]
+    words = [bytes(numbers.randrange(256) for _ in range(numbers.randrange(4, 12))) for _ in range(400)]
     block = b"".join(numbers.choices(words, k=1 << 18))
     return (block * (size // len(block) + 1))[:size]
