@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "support/environment.h"
+#include "support/plain_format.h"
 
 namespace support {
 
@@ -41,7 +42,16 @@ void print(const char* format, ...) {
   erase_passing_line();
   std::va_list arguments;
   va_start(arguments, format);
-  std::vfprintf(stdout, format, arguments);
+  char text[512];
+  std::size_t length = sizeof text;
+  std::va_list plain;
+  va_copy(plain, arguments);
+  if (format_plain(text, length, format, plain)) {
+    std::fwrite(text, 1, length, stdout);
+  } else {
+    std::vfprintf(stdout, format, arguments);
+  }
+  va_end(plain);
   va_end(arguments);
 }
 
