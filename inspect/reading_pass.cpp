@@ -1,10 +1,10 @@
 #include "inspect/reading_pass.h"
 
+#include "inspect/records/modeller_kinds.h"
 #include "inspect/records/object_manager_header.h"
 #include "inspect/records/part_header_reader.h"
 #include "inspect/records/partition_index.h"
 #include "inspect/solid/brepsolid_header.h"
-#include "inspect/solid/modeller_kinds.h"
 #include "inspect/solid/object_manager_checksum.h"
 #include "inspect/solid/transmit_extraction.h"
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "inspect/records/inspect_file.h"
+#include "inspect/records/modeller_kinds.h"
 #include "inspect/records/text_pool.h"
 
 namespace inspect {
@@ -105,12 +106,6 @@ struct ObjectManagerPartition {
 
 /// Heads of the entity type chains by entity type; -1 and -2 for an empty chain.
 using EntityTypeChains = std::array<std::int32_t, kEntityTypeCount>;
-
-/// True for the kinds that hold solid-model data.
-constexpr bool is_modeller_type(std::int32_t type) {
-  constexpr std::uint32_t kModellerTypes = 0xf7400U | 1U << kOldBrepsolid;
-  return type >= 0 && type <= kBrepsolidDelta && (kModellerTypes >> type & 1U) != 0;
-}
 
 /// True when the partition must hold object-manager data. Before version 15 directories hold plain numbers.
 inline bool holds_object_manager_data(const InspectFile& file, const PartitionEntry& partition) {

@@ -1,7 +1,7 @@
 #include "inspect/report/brepsolid_directory.h"
 
+#include "inspect/records/modeller_kinds.h"
 #include "inspect/solid/brepsolid_header.h"
-#include "inspect/solid/modeller_kinds.h"
 #include "support/console.h"
 #include "support/printable.h"
 

@@ -6,11 +6,11 @@
 #include <string>
 
 #include "inspect/records/inspect_errors.h"
+#include "inspect/records/modeller_kinds.h"
 #include "inspect/records/traced_readers.h"
 #include "inspect/solid/brepsolid_header.h"
 #include "inspect/solid/data_block_copy.h"
 #include "inspect/solid/header_keywords.h"
-#include "inspect/solid/modeller_kinds.h"
 #include "inspect/solid/transmit_file.h"
 #include "inspect/solid/transmit_names.h"
 #include "support/console.h"
