@@ -2,6 +2,7 @@
 
 #include "cfi/cfi_error_codes.h"
 #include "cfi/kvpm_format.h"
+#include "support/limits.h"
 #include "support/text_format.h"
 
 namespace VRX::System::CFI {
@@ -26,7 +27,7 @@ PathShape shape_of_path(std::string_view path) {
   std::size_t depth = 1;
   for (auto next = path.find('/', 1); next != std::string_view::npos; next = path.find('/', slash + 1)) {
     if (next == slash + 1) return {"path.find(\"//\") == npos"};
-    if (++depth > kMaximumDepth) return {"depth <= maximum depth"};
+    if (++depth > limits::kPathComponents) return {"depth <= maximum depth"};
     slash = next;
   }
   return {nullptr, slash};

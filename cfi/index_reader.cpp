@@ -5,6 +5,7 @@
 
 #include "cfi/cfi_error_codes.h"
 #include "cfi/element_path.h"
+#include "support/limits.h"
 #include "support/text_format.h"
 
 namespace VRX::System::CFI {
@@ -32,7 +33,7 @@ std::int32_t read_count(FileContainer& in) {
 // Leaves the path at the end of the index's block of paths.
 std::string_view read_path(FileContainer& in, StorageIndex& index) {
   const std::int32_t length = in.read_int32("element path length");
-  if (length < 1 || length > kMaximumPathLength) throw make_error(kNameTooLong, length);
+  if (length < 1 || length > limits::kPathBytes) throw make_error(kNameTooLong, length);
   const auto size = static_cast<std::size_t>(length);
   in.require(size);
   char* path = index.extend_paths(size);
@@ -68,7 +69,7 @@ void read_entry(FileContainer& in, StorageIndex& index) {
 
 void read_part_header(FileContainer& in, std::vector<std::byte>& part_header) {
   const int length = in.read_int16("part file header length");
-  if (length < 0 || length > kMaximumPartHeaderLength) {
+  if (length < 0 || length > limits::kPartHeaderUnits) {
     throw damaged_index(support::format_text("Header Length %d is not sane", length));
   }
   part_header.resize(2 * static_cast<std::size_t>(length));

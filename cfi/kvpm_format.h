@@ -36,14 +36,9 @@ inline constexpr int kFirstVersionToTrustFastLoadEnd = 6;
 inline constexpr std::uint64_t kVersionOffset = 8;
 inline constexpr std::size_t kIndexSignatureSize = 6;
 inline constexpr std::int64_t kNoFooter = -1;
-inline constexpr std::int32_t kMaximumPathLength = 0x3FFFFFFF;
-inline constexpr int kMaximumPartHeaderLength = 4096;
 
 /// The fewest bytes that an index entry takes: a length, one byte of path and the two fields of a stream.
 inline constexpr std::uint64_t kSmallestEntrySize = 21;
-
-/// How deep storages may be nested; a path with more components is taken for damage.
-inline constexpr std::size_t kMaximumDepth = 32768;
 
 inline constexpr char kRootPath[] = "/Root";
 inline constexpr std::size_t kRootPathLength = sizeof kRootPath - 1;

@@ -5,16 +5,9 @@
 
 #include "cfi/cfi_error_codes.h"
 #include "cfi/element_path.h"
+#include "support/limits.h"
 
 namespace VRX::System::CFI {
-
-namespace {
-
-// A short index can imply a storage with every two bytes of a path; more than this beyond those listed is
-// no part, and would only take memory.
-constexpr std::size_t kMostImpliedStorages = 1'000'000;
-
-}  // namespace
 
 KVPMTree::KVPMTree(const StorageIndex& index) : index_(index) {
   nodes_.emplace_back();
@@ -105,7 +98,7 @@ void KVPMTree::grow_slots() {
 std::uint32_t KVPMTree::find_or_add(std::uint32_t parent, std::string_view name, ElementId element) {
   const std::size_t slot = slot_of(parent, name);
   if (slots_[slot] != kNone) return slots_[slot];
-  const std::size_t most = std::size_t{index_.size()} + kMostImpliedStorages;
+  const std::size_t most = std::size_t{index_.size()} + limits::kImpliedStorages;
   if (nodes_.size() > most || most + index_.size() >= kNone) {
     throw make_error(kDamagedIndex, "too many storages");
   }

@@ -3,15 +3,16 @@
 #include <algorithm>
 #include <bit>
 
+#include "support/limits.h"
+
 namespace VRX::System::CFI {
 
 namespace {
 
-constexpr std::uint32_t kMaxCachedBytes = 32U * 1024 * 1024;
-
 /// As many slots as the file has sectors or the limit allows, rounded to a power of two.
 unsigned choose_slot_bits(const CompoundHeader& header) {
-  const unsigned most = static_cast<unsigned>(std::bit_width(kMaxCachedBytes >> header.sector_shift)) - 1;
+  const unsigned most =
+      static_cast<unsigned>(std::bit_width(limits::kCachedSectorBytes >> header.sector_shift)) - 1;
   return std::min(most, static_cast<unsigned>(std::bit_width(header.sector_count)));
 }
 

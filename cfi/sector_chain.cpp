@@ -3,13 +3,13 @@
 #include <algorithm>
 
 #include "cfi/cfi_error_codes.h"
+#include "support/limits.h"
 #include "support/text_format.h"
 
 namespace VRX::System::CFI {
 
 namespace {
 
-constexpr std::size_t kRunsPerWindow = 65536;
 constexpr std::size_t kNoWindow = SIZE_MAX;
 
 }  // namespace
@@ -42,7 +42,7 @@ void SectorChain::append(std::uint32_t index, std::uint32_t sector) {
     const Run& last = window_.back();
     if (sector - last.sector == index - last.index) return;
   }
-  if (window_.size() == kRunsPerWindow) window_.clear();
+  if (window_.size() == limits::kSectorRuns) window_.clear();
   if (window_.empty()) window_starts_.push_back({index, sector});
   window_.push_back({index, sector});
 }

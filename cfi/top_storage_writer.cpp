@@ -8,6 +8,7 @@
 #include "cfi/diagnostics_channels.h"
 #include "cfi/element_path.h"
 #include "cfi/header_paths.h"
+#include "support/limits.h"
 #include "support/text_format.h"
 
 namespace VRX::System::CFI {
@@ -73,7 +74,7 @@ TopStorageWriter::Number TopStorageWriter::storage_from_old(std::string_view pat
 }
 
 void TopStorageWriter::set_part_header(std::span<const std::byte> bytes) {
-  if (bytes.size() / 2 > kMaximumPartHeaderLength) {
+  if (bytes.size() / 2 > limits::kPartHeaderUnits) {
     throw support::ErrorEscape("cfi", kDamagedIndex,
                                support::format_text("Header Length %zu is not sane", bytes.size() / 2));
   }

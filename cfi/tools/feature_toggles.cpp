@@ -11,6 +11,7 @@
 #include "support/byte_order.h"
 #include "support/console.h"
 #include "support/error_escape.h"
+#include "support/limits.h"
 #include "support/printable.h"
 #include "support/text_format.h"
 
@@ -18,7 +19,6 @@ namespace cfi_tools {
 
 namespace {
 
-constexpr std::uint32_t kLongestToggle = std::uint32_t{4} << 20U;
 constexpr std::size_t kPieceSize = 65536;
 
 /// Reads the fields of a toggle stream in their order and keeps the running checksum.
@@ -42,7 +42,7 @@ class ToggleReader {
 
   std::string read_text() {
     const std::uint32_t length = read_number();
-    if (length > kLongestToggle) {
+    if (length > limits::kToggleTextBytes) {
       throw support::ErrorEscape("cfi", VRX::System::CFI::kEndOfStream,
                                  support::format_text("feature toggle text of %u bytes in %s is too long",
                                                       length, std::string(kToggleStreamName).c_str()));

@@ -6,6 +6,7 @@
 #include "cfi/cfi_error_codes.h"
 #include "support/assertion.h"
 #include "support/console.h"
+#include "support/limits.h"
 
 namespace cfi_tools {
 
@@ -22,9 +23,6 @@ namespace {
 constexpr std::size_t kIndentStep = 4;
 constexpr std::size_t kNameColumns = 40;
 constexpr std::size_t kNumberColumns = 10;
-constexpr std::size_t kDeepestNesting = 16384;
-// Of all lines together, beyond the usual columns: room for one path of the deepest nesting, not for many.
-constexpr std::size_t kMostIndentation = std::size_t{1} << 30U;
 constexpr std::size_t kUsualIndentation = 64;
 constexpr std::size_t kFastLoadVersionUnit = 225;  // of the part file header
 
@@ -53,9 +51,9 @@ void walk(ElementId storage, std::size_t indent, ChildrenOf children_of, Print p
     const ElementId element = level.children[level.next++];
     const std::size_t column = indent + (levels.size() - 1) * kIndentStep;
     indentation += column - std::min(column, kUsualIndentation);
-    if (indentation > kMostIndentation) throw too_deep();
+    if (indentation > limits::kIndentationBytes) throw too_deep();
     if (!print(element, column)) continue;
-    if (levels.size() == kDeepestNesting) throw too_deep();
+    if (levels.size() == limits::kListedLevels) throw too_deep();
     levels.push_back({children_of(element)});
   }
 }

@@ -43,10 +43,6 @@ enum PartitionType : std::int32_t {
   kBrepsolidDelta = 19,
 };
 
-/// A part file with more partitions is refused: each costs some hundred bytes of memory, and real parts hold
-/// dozens.
-inline constexpr std::size_t kMaxPartitions = 200'000;
-
 /// The units that a part can have: 1 metric, 2 inches, 4 meters, 5 micrometers.
 constexpr bool is_part_units(std::int32_t units) {
   return units == 1 || units == 2 || units == 4 || units == 5;

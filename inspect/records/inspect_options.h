@@ -6,13 +6,13 @@
 #include <vector>
 
 #include "support/bounded_text.h"
+#include "support/limits.h"
 
 namespace inspect {
 
 /// What one run is asked to do: filled once from the command line, read by everything after it.
 struct InspectOptions {
   static constexpr std::size_t kPartitionSlots = 20;
-  static constexpr std::size_t kOutputNameSize = 3469;
 
   bool trace = false;
   bool print_cookies = false;
@@ -30,7 +30,7 @@ struct InspectOptions {
   bool extract_jt = false;
   bool reader_check = false;
   std::int32_t extract_partition = 0;  ///< 0: no -extract
-  support::BoundedText<kOutputNameSize> extract_output_name;
+  support::BoundedText<limits::kOutputNameBytes> extract_output_name;
   support::BoundedText<128> storage_open_text;
   bool print_banner = true;
   bool extract_stream = false;

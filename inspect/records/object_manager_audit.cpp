@@ -11,6 +11,7 @@
 #include "inspect/records/object_manager_label.h"
 #include "inspect/records/object_manager_limits.h"
 #include "inspect/records/traced_readers.h"
+#include "support/limits.h"
 
 namespace inspect {
 
@@ -94,8 +95,8 @@ bool AuditReader::enter_link(const ChainNames& chain, std::int32_t wanted_class,
 }
 
 void AuditReader::check_limits() {
-  check_om_limit(file_, om_.audit.objects.size() + om_.audit.entries.size(), kMaxAuditLinks, "saves");
-  check_om_limit(file_, om_.texts.byte_count(), kMaxTextBytes, "bytes of text");
+  check_om_limit(file_, om_.audit.objects.size() + om_.audit.entries.size(), limits::kAuditLinks, "saves");
+  check_om_limit(file_, om_.texts.byte_count(), limits::kObjectTextBytes, "bytes of text");
 }
 
 void AuditReader::leave_link(std::vector<std::uint64_t>& way_back) {
@@ -172,8 +173,8 @@ void read_shared_strings(InspectFile& file, PartitionEntry& partition, ObjectMan
   const std::int32_t count = read_compact_int(trace, file, partition, "count of strings");
   om.utf8_string_count = read_compact_int(trace, file, partition, "count of utf8 strings");
   for (std::int32_t i = 0; i < count; ++i) {
-    check_om_limit(file, partition.shared_strings.size(), kMaxSharedStrings, "shared strings");
-    check_om_limit(file, partition.shared_strings.byte_count(), kMaxSharedStringBytes,
+    check_om_limit(file, partition.shared_strings.size(), limits::kSharedStrings, "shared strings");
+    check_om_limit(file, partition.shared_strings.byte_count(), limits::kSharedStringBytes,
                    "bytes of shared strings");
     partition.shared_strings.push_back(
         read_om_string(trace, file, StringTyping::plain, partition, "shared string"));

@@ -6,6 +6,7 @@
 #include "inspect/records/object_manager_label.h"
 #include "inspect/records/object_manager_limits.h"
 #include "inspect/records/traced_readers.h"
+#include "support/limits.h"
 
 namespace inspect {
 
@@ -49,7 +50,7 @@ std::vector<std::int32_t> read_listed_heads(bool trace, InspectFile& file, const
   std::vector<std::int32_t> heads;
   // Not reserved: the count is a claim until its heads have been read.
   for (std::int32_t i = 0; i < count; ++i) {
-    check_om_limit(file, heads.size(), kMaxChainHeads, "entity type chains");
+    check_om_limit(file, heads.size(), limits::kChainHeads, "entity type chains");
     heads.push_back(read_om_label(trace, file, partition, kChainLabel));  // NOLINT(performance-*)
   }
   return heads;

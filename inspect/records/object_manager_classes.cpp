@@ -3,14 +3,12 @@
 #include "inspect/records/inspect_errors.h"
 #include "inspect/records/object_manager_limits.h"
 #include "inspect/records/traced_readers.h"
+#include "support/limits.h"
 
 namespace inspect {
 
 namespace {
 
-constexpr std::int32_t kMaxName = 1024;
-constexpr std::int16_t kMaxHandleSchemaName = 128;
-constexpr std::int16_t kMaxHandleClassName = 1024;
 constexpr std::int32_t kClassEntryVersion = 10;
 constexpr std::uint8_t kHandle = 2;
 constexpr std::uint8_t kHandleWithSubFile = 6;
@@ -27,10 +25,11 @@ void read_schemas(InspectFile& file, const PartitionEntry& partition, ObjectMana
   if (count < 0) inspect_fatal(file, "n_schemas unexpectedly -ve %d", count);
   std::string name;
   for (std::int32_t i = 0; i < count; ++i) {
-    check_om_limit(file, om.schemas.size(), kMaxSchemas, "schemas");
-    check_om_limit(file, om.texts.byte_count(), kMaxTextBytes, "bytes of text");
+    check_om_limit(file, om.schemas.size(), limits::kSchemas, "schemas");
+    check_om_limit(file, om.texts.byte_count(), limits::kObjectTextBytes, "bytes of text");
     const std::int32_t length = read_compact_short(trace, file, partition, "schema length");
-    if (length < 1 || length > kMaxName) inspect_fatal(file, "bad schema name length %d", length);
+    if (length < 1 || length > limits::kClassNameBytes)
+      inspect_fatal(file, "bad schema name length %d", length);
     read_name(file, length, name, "schema name", trace);
     const std::int32_t version = read_compact_int(trace, file, partition, "schema version");
     om.schemas.push_back({om.texts.intern(name), version});
@@ -94,13 +93,13 @@ void read_om_handle(InspectFile& file, OmHandle& handle, bool trace) {
   }
   std::int16_t length = 0;
   read_shorts(trace, file, 1, &length, "Schema name length in handle");
-  if (length < 0 || length > kMaxHandleSchemaName) {
+  if (length < 0 || length > limits::kHandleSchemaNameBytes) {
     inspect_error(file, "Bad value %d for length of schema name", length);
   }
   read_name(file, length, handle.schema_name, "Schema name in handle", trace);
   read_ints(trace, file, 1, &handle.schema_version, "Schema version in handle");
   read_shorts(trace, file, 1, &length, "Class name length in handle");
-  if (length < 0 || length > kMaxHandleClassName) {
+  if (length < 0 || length > limits::kHandleClassNameBytes) {
     inspect_error(file, "Bad value %d for length of class name", length);
   }
   read_name(file, length, handle.class_name, "Class name in handle", trace);
@@ -123,7 +122,7 @@ void read_class_entry(InspectFile& file, std::int32_t class_count, const Partiti
     om_class.schema_version = schemas[static_cast<std::size_t>(schema)].version;
   }
   const std::int32_t length = read_compact_short(trace, file, partition, "class name length");
-  if (length < 1 || length > kMaxName) inspect_fatal(file, "bad class name length %d", length);
+  if (length < 1 || length > limits::kClassNameBytes) inspect_fatal(file, "bad class name length %d", length);
   std::string name;
   read_name(file, length, name, "class name", trace);
   om_class.name = texts.intern(name);

@@ -5,15 +5,13 @@
 #include "inspect/records/traced_readers.h"
 #include "support/byte_order.h"
 #include "support/console.h"
+#include "support/limits.h"
 
 namespace inspect {
 
 namespace {
 
 constexpr std::int32_t kLongLengthFollows = -1;
-constexpr std::int32_t kMaxMachineName = 64;
-constexpr std::int32_t kMaxFileName = 1024;
-constexpr std::int32_t kMaxClasses = 9998;
 constexpr std::int32_t kNewerChainsVersion = 10;
 
 /// Bits of the filing mode.
@@ -52,13 +50,13 @@ std::string read_text(InspectFile& file, std::int32_t length, const char* label,
 
 void read_om_names(InspectFile& file, ObjectManagerPartition& om, std::int32_t machine_name_length,
                    bool trace) {
-  if (machine_name_length < 0 || machine_name_length > kMaxMachineName) {
+  if (machine_name_length < 0 || machine_name_length > limits::kMachineNameBytes) {
     inspect_error(file, "Bad value %d for machine name length", machine_name_length);
   }
   om.machine_name = read_text(file, machine_name_length, "Machine name", trace);
   std::int32_t file_name_length = 0;
   read_ints(trace, file, 1, &file_name_length, "OM filename length");
-  if (file_name_length < 0 || file_name_length > kMaxFileName) {
+  if (file_name_length < 0 || file_name_length > limits::kFileNameBytes) {
     inspect_error(file, "Bad value for file name length of %d", file_name_length);
   }
   om.file_name = read_text(file, file_name_length, "OM filename", trace);
@@ -138,7 +136,7 @@ void read_om_counts(InspectFile& file, const PartitionEntry& partition, ObjectMa
   om.saving_object_label = labels[0];
   om.root_object_label = labels[1];
   read_ints(trace, file, 1, &om.class_count, "Number of classes");
-  if (om.class_count < 0 || om.class_count > kMaxClasses) {
+  if (om.class_count < 0 || om.class_count > limits::kClasses) {
     inspect_error(file, "Bad value %d for number of classes", om.class_count);
   }
   if (om.version >= 4) read_external_counts(file, partition, om, trace);

@@ -8,6 +8,7 @@
 #include "inspect/records/inspect_errors.h"
 #include "inspect/records/traced_readers.h"
 #include "support/console.h"
+#include "support/limits.h"
 
 namespace inspect {
 
@@ -17,7 +18,6 @@ constexpr std::uint16_t kFullHeaderWords = 269;
 constexpr std::uint16_t kStampHeaderWords = 12;
 constexpr std::uint16_t kShortHeaderWords = 10;
 constexpr std::int16_t kEntityChainWords = 481;
-constexpr std::int16_t kMaxTextLength = 132;
 constexpr std::int32_t kUnknownCodeset = 28;
 
 // Byte offsets of the header fields, counted from behind the count word.
@@ -150,7 +150,7 @@ void take_common_fields(const HeaderWords& words, PartHeader& header) {
 
 /// The bytes of a text of length L: L + 1, never beyond the field.
 std::size_t used_bytes(std::int16_t length) {
-  return static_cast<std::size_t>(std::clamp(length + 1, 0, int{kMaxTextLength}));
+  return static_cast<std::size_t>(std::clamp(length + 1, 0, int{limits::kHeaderTextCharacters}));
 }
 
 /// Puts the texts and the transfer-check bytes back into file order.
@@ -164,9 +164,11 @@ void restore_file_order(InspectFile& file, bool trace, HeaderWords& words) {
 
 void take_texts(InspectFile& file, bool trace, HeaderWords& words, PartHeader& header) {
   const std::int16_t description = words.signed_word(kDescriptionLength);
-  if (description > kMaxTextLength) inspect_error(file, "description length too long %d", description);
+  if (description > limits::kHeaderTextCharacters)
+    inspect_error(file, "description length too long %d", description);
   const std::int16_t customer = words.signed_word(kCustomerAreaLength);
-  if (customer > kMaxTextLength) inspect_error(file, "customer area length too long %d", customer);
+  if (customer > limits::kHeaderTextCharacters)
+    inspect_error(file, "customer area length too long %d", customer);
   restore_file_order(file, trace, words);
   words.refresh_bytes();
   header.description = words.text(kDescription, used_bytes(description));

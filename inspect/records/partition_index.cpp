@@ -7,6 +7,7 @@
 #include "inspect/records/part_header_reader.h"
 #include "inspect/records/traced_readers.h"
 #include "support/console.h"
+#include "support/limits.h"
 
 namespace inspect {
 
@@ -15,13 +16,12 @@ namespace {
 using ull = unsigned long long;
 
 constexpr std::array<std::uint8_t, 4> kMarker = {0xC0, 0xD1, 0xF1, 0xED};
-constexpr std::int16_t kMaxDirectoryWords = 16;
 constexpr std::int32_t kLastPartitionType = kBrepsolidDelta;
 constexpr std::int32_t kWideIndexFormat = 2;
 
 void check_count(InspectFile& file, std::size_t count) {
-  if (count > kMaxPartitions)
-    inspect_error(file, "More than %zu partitions in the part file", kMaxPartitions);
+  if (count > limits::kPartitions)
+    inspect_error(file, "More than %zu partitions in the part file", limits::kPartitions);
 }
 
 PartitionEntry read_index_entry(InspectFile& file, bool trace, bool wide, std::int32_t number, IdSet& seen) {
@@ -91,7 +91,7 @@ void append_directory(InspectFile& file, std::uint64_t position) {
 
 /// Where the directory behind this one starts; 0 when there is none.
 std::uint32_t next_directory(const InspectFile& file, const PartitionEntry& partition,
-                             const std::array<std::int16_t, kMaxDirectoryWords>& words) {
+                             const std::array<std::int16_t, limits::kDirectoryWords>& words) {
   const PartHeader& header = file.header;
   if (partition.type == kRecordManager) return header.directory_mode >= 2 ? header.directory_position : 0;
   return combine_position(header.version, static_cast<std::uint16_t>(words[1]),
@@ -152,10 +152,10 @@ void read_partition_header(InspectFile& file, PartitionEntry& partition, bool tr
     support::print("Directory %d header size %d shorts at offset %llu\n", number, count,
                    static_cast<ull>(current_position(file)));
   }
-  if (count < 1 || count > kMaxDirectoryWords) {
+  if (count < 1 || count > limits::kDirectoryWords) {
     inspect_error(file, "Count in directory %d is invalid: %d\n", number, count);
   }
-  std::array<std::int16_t, kMaxDirectoryWords> words = {};
+  std::array<std::int16_t, limits::kDirectoryWords> words = {};
   read_shorts(trace, file, count, words.data(), "Partition header");
   if (trace) print_header_words(count, words.data());
   partition.type = partition.id = words[0];

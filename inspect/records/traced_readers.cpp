@@ -13,6 +13,7 @@
 #include "support/assertion.h"
 #include "support/console.h"
 #include "support/error_escape.h"
+#include "support/limits.h"
 #include "support/text_format.h"
 
 namespace inspect {
@@ -21,7 +22,6 @@ namespace {
 
 using support::print;
 
-constexpr std::int32_t kMaxStringCharacters = 32000;
 constexpr std::int32_t kPresentObject = 42;
 
 /// "Reading ", then the caller's label; the count and the position follow on the same line.
@@ -223,7 +223,7 @@ namespace {
 
 std::string read_own_string(bool trace, InspectFile& file, const PartitionEntry& partition) {
   const std::int32_t count = read_compact_int(trace, file, partition, "Num chars in OM string");
-  if (count < 0 || count > kMaxStringCharacters)
+  if (count < 0 || count > limits::kObjectStringCharacters)
     inspect_error(file, "Bad value %d for length of string", count);
   std::string text(static_cast<std::size_t>(count), '\0');
   read_bytes(trace, file, count, text.data(), "Contents of OM string");

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "support/console.h"
+#include "support/limits.h"
 #include "support/printable.h"
 
 namespace inspect {
@@ -11,9 +12,6 @@ namespace inspect {
 namespace {
 
 constexpr std::size_t kPieceSize = 65536;
-
-/// A line longer than this is printed in pieces, so that memory does not depend on the stream.
-constexpr std::size_t kMaxLineLength = 65536;
 
 /// Prints lines as they complete.
 class FactPrinter {
@@ -30,7 +28,7 @@ class FactPrinter {
       finish_line();
       piece.remove_prefix(end + 1);
     }
-    if (pending_.size() > kMaxLineLength) finish_line();
+    if (pending_.size() > limits::kCompatibilityLineBytes) finish_line();
   }
 
   /// Also what a damaged stream leaves unfinished is shown.

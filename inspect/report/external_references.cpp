@@ -7,6 +7,7 @@
 
 #include "inspect/report/printable_texts.h"
 #include "support/console.h"
+#include "support/limits.h"
 
 namespace inspect {
 
@@ -15,9 +16,6 @@ namespace {
 constexpr std::string_view kPartExtension = ".prt";
 constexpr std::string_view kMainPartType = "VRX::ModlFeature::MainPartModuleExtFileRefType";
 constexpr std::string_view kLinkedPartType = "VRX::ModlFeature::LinkedPartModuleExtFileRefType";
-constexpr std::size_t kMaxModules = 10'000;
-constexpr std::size_t kMaxModuleName = 1024;                   ///< bytes
-constexpr std::size_t kMaxKeptNames = std::size_t{16} << 20U;  ///< bytes, with what the map adds to each
 
 void print_line(std::string_view text) {
   support::print_text("  ");
@@ -62,7 +60,7 @@ class RemainingNames {
     const auto known = counts_.find(std::string(name));
     if (known != counts_.end()) {
       ++known->second;
-    } else if (kept_bytes_ < kMaxKeptNames) {
+    } else if (kept_bytes_ < limits::kKeptNameBytes) {
       kept_bytes_ += name.size() + kEntryOverhead;
       counts_.emplace(name, 1);
     }
@@ -117,11 +115,11 @@ PartModuleReferences find_part_modules(support::ByteSource& stream) {
     const bool main_part = text->find(kMainPartType) != std::string_view::npos;
     const bool linked_part = text->find(kLinkedPartType) != std::string_view::npos;
     if (main_part || linked_part) {
-      if (++count > kMaxModules) break;
+      if (++count > limits::kModules) break;
       auto& names = main_part ? modules.main_parts : modules.linked_parts;
       unnamed = &names.emplace_back("Unknown");
     } else if (unnamed != nullptr) {
-      unnamed->assign(text->substr(0, kMaxModuleName));
+      unnamed->assign(text->substr(0, limits::kModuleNameBytes));
       unnamed = nullptr;
     }
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "support/limits.h"
 #include "support/printable.h"
 
 namespace inspect {
@@ -38,7 +39,7 @@ std::optional<std::string_view> PrintableTexts::next() {
       rest_.remove_prefix(1);
       continue;
     }
-    if (text_.size() + length > kMaxBytes) return text_without_length(behind_nul);
+    if (text_.size() + length > limits::kPrintableTextBytes) return text_without_length(behind_nul);
     text_.append(rest_.substr(0, length));
     rest_.remove_prefix(length);
     ++characters_;

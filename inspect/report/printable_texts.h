@@ -23,7 +23,6 @@ class PrintableTexts {
 
  private:
   static constexpr std::size_t kMinCharacters = 4;
-  static constexpr std::size_t kMaxBytes = 4096;
   static constexpr std::size_t kMaxCharacterBytes = 4;
 
   bool refill();

@@ -8,6 +8,7 @@
 #include "inspect/records/traced_readers.h"
 #include "inspect/solid/header_keywords.h"
 #include "support/console.h"
+#include "support/limits.h"
 
 namespace inspect {
 
@@ -19,7 +20,6 @@ constexpr std::uint32_t kCompressedBit = 1U << 31U;
 constexpr std::uint32_t kExtensionBit = 1U << 30U;
 constexpr std::uint32_t kWideDeltaBit = 1U << 29U;
 constexpr std::uint32_t kHeaderSizeMask = 0x3FFFFFFF;
-constexpr std::uint32_t kMaxHeaderSize = 4096;
 
 constexpr std::uint16_t kReferenceBitVersion = 2;
 constexpr std::uint16_t kReferenceKindVersion = 3;
@@ -112,7 +112,7 @@ const PartitionEntry* find_lender(InspectFile& file, const PartitionEntry& borro
 /// Reads the header text at the stream's position and notes its place. What is in front of a closing '+'
 /// belongs to the text, the '+' does not.
 std::string take_header_text(InspectFile& file, BrepsolidPartition& solid, std::uint32_t size, bool trace) {
-  if (size > kMaxHeaderSize) {
+  if (size > limits::kBrepsolidHeaderBytes) {
     inspect_error(file, "Bad value %d for Brepsolid header size", static_cast<std::int32_t>(size));
   }
   solid.header_position = current_position(file);

@@ -10,6 +10,7 @@
 #include "inspect/records/inspect_errors.h"
 #include "inspect/solid/jt_table.h"
 #include "support/console.h"
+#include "support/limits.h"
 #include "support/output_file.h"
 #include "support/progress.h"
 #include "support/text_format.h"
@@ -19,7 +20,6 @@ namespace inspect {
 namespace {
 
 constexpr std::size_t kCopySize = std::size_t{512} * 1024;
-constexpr std::uint64_t kMaxOverlap = 8;
 constexpr std::uint64_t kUnknownSize = std::numeric_limits<std::uint64_t>::max();
 
 /// Writes the bodies of one stream to their files.
@@ -102,7 +102,7 @@ BodyExtraction::Extent BodyExtraction::listed_extent(const JtTableEntry& body, s
 bool BodyExtraction::takes_too_long(const Extent& extent, std::uint64_t position) {
   if (position < stream_.position()) work_ += position;
   work_ += extent.end - extent.start;
-  return work_ / kMaxOverlap > stream_size_;
+  return work_ / limits::kReadsOfAllBytes > stream_size_;
 }
 
 std::string BodyExtraction::output_name(std::uint64_t id) const {

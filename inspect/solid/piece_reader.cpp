@@ -4,6 +4,7 @@
 
 #include "inspect/records/inspect_errors.h"
 #include "inspect/records/traced_readers.h"
+#include "support/limits.h"
 #include "support/text_format.h"
 
 namespace inspect {
@@ -11,7 +12,6 @@ namespace inspect {
 namespace {
 
 constexpr std::size_t kBulkSize = std::size_t{256} * 1024;
-constexpr std::uint64_t kMaxOverlap = 8;
 
 std::uint64_t bytes_left(const InspectFile& file) {
   const std::uint64_t position = current_position(file);
@@ -43,9 +43,9 @@ PieceReader::PieceReader(InspectFile& file, RunKind kind, std::uint64_t length)
           std::min<std::uint64_t>(length, file.options.trace ? piece_size(kind) : kBulkSize))),
       buffer_(std::make_unique_for_overwrite<unsigned char[]>(capacity_)) {
   file.checked_bytes += std::min(length, bytes_left(file));
-  if (file.checked_bytes / kMaxOverlap > file.file_length) {
+  if (file.checked_bytes / limits::kReadsOfAllBytes > file.file_length) {
     inspect_error(file, "partitions overlap: together they are more than %d times as large as the file",
-                  static_cast<int>(kMaxOverlap));
+                  static_cast<int>(limits::kReadsOfAllBytes));
   }
 }
 

@@ -3,13 +3,14 @@
 #include "inspect/records/inspect_errors.h"
 #include "inspect/records/inspect_options.h"
 #include "support/bounded_text.h"
+#include "support/limits.h"
 #include "support/text_format.h"
 
 namespace inspect {
 
 namespace {
 
-using NameText = support::BoundedText<InspectOptions::kOutputNameSize>;
+using NameText = support::BoundedText<limits::kOutputNameBytes>;
 
 const char* binary_extension(std::int32_t type) {
   switch (type) {

@@ -9,6 +9,7 @@
 #include "cfi/kvpm_format.h"
 #include "cfi/storage_file.h"
 #include "support/byte_order.h"
+#include "support/limits.h"
 #include "tests/fuzz/fuzz_targets.h"
 
 namespace fuzz {
@@ -56,7 +57,7 @@ std::size_t repair_part_header(Bytes file, std::size_t at) {
   if (!holds(file, at, kPartHeaderLengthSize)) return at;
   const auto length = std::size_t{load<std::uint16_t>(file, at)};
   const std::size_t start = at + kPartHeaderLengthSize;
-  if (length <= kMaximumPartHeaderLength && holds(file, start, 2 * length)) return start + 2 * length;
+  if (length <= limits::kPartHeaderUnits && holds(file, start, 2 * length)) return start + 2 * length;
   store_little<std::uint16_t>(file.data() + at, 0);
   return start;
 }
