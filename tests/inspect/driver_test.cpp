@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tests/support/container_builder.h"
+#include "tests/support/lz4_frame.h"
 #include "tests/support/part_builder.h"
 #include "tests/support/program_runner.h"
 
@@ -77,6 +78,40 @@ TEST(Driver, TheOutputNameOfAnExtractionIsInspectedToo) {
   const auto result = run_program({"-extract_all", "part.prt", "out"}, folder.path());
   EXPECT_EQ(result.status, 1);
   EXPECT_TRUE(has(result.out, open_failure("out", 1020059)));
+}
+
+TEST(Driver, WhatTheKindOfFileDecides) {
+  const TemporaryFolder folder;
+  const std::string part = plain_part();
+  folder.write("flat.prt", part);
+  folder.write("plain.prt", ContainerBuilder().stream("/Root/VR_PART/VR_PART", part).bytes());
+  folder.write("framed.prt",
+               ContainerBuilder()
+                   .stream("/Root/VR_PART/VR_PART", test_support::lz4_frame(part))
+                   .stream("/Root/VR_PART/LastSavedToggleInfoStream", std::string("\1\0\0\0\0\7\0\0\0", 9))
+                   .bytes());
+  struct Case {
+    std::vector<std::string> arguments;
+    int status;
+    std::string out;
+  };
+  const std::string release = "Part name: framed.prt\nRelease: KX 2512\n\n";
+  const Case cases[] = {
+      {{"-release", "framed.prt"}, 0, release},
+      {{"-feature_toggle_info", "plain.prt"}, 0, "\nFeature toggle information not present.\n"},
+      {{"-feature_toggle_info", "framed.prt"},
+       1,
+       " Feature toggle information checksums mismatch: 1130508800 and 7\n"},
+      {{"-extract_stream", "/Root/x", "out", "flat.prt"},
+       1,
+       " File is not a structured-storage file: flat.prt\n"},
+  };
+  for (const Case& c : cases) {
+    const auto result = run_program(c.arguments, folder.path());
+    EXPECT_EQ(result.status, c.status) << c.out << result.err;
+    EXPECT_TRUE(has(result.out, c.out)) << c.out << result.out << result.err;
+  }
+  EXPECT_FALSE(folder.has("out"));
 }
 
 TEST(Driver, AContainerWithoutAPartStreamStillGivesUpItsStreams) {
