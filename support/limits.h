@@ -12,8 +12,8 @@ namespace limits {
 
 // Set by the format.
 
-/// Bytes of an element's path in an index; its length field has two bits to spare. The bytes must also be left
-/// in the file before memory is taken for them.
+/// Bytes of an element's path in an index; its length field has two bits to spare. The bytes must also be
+/// left in the file before memory is taken for them.
 inline constexpr std::int32_t kPathBytes = 0x3FFFFFFF;
 
 /// 16-bit words of the part header's copy in an index, which is read into memory whole.
@@ -72,8 +72,9 @@ inline constexpr std::size_t kPartitions = 200'000;
 inline constexpr std::size_t kSchemas = 100'000;
 inline constexpr std::size_t kSharedStrings = 2'000'000;
 inline constexpr std::size_t kSharedStringBytes = std::size_t{16} << 20U;
-inline constexpr std::size_t kAuditLinks = 1'100'000;                 ///< audit objects and entries together
-inline constexpr std::size_t kObjectTextBytes = std::size_t{12} << 20U;  ///< names of classes, users, programs
+inline constexpr std::size_t kAuditLinks = 1'100'000;  ///< audit objects and entries together
+inline constexpr std::size_t kObjectTextBytes = std::size_t{12}
+                                                << 20U;  ///< names of classes, users, programs
 inline constexpr std::size_t kChainHeads = 1'000'000;
 
 /// How often the bytes of a file may be read in all, as objects, as modeller data, and as JT bodies of a
