@@ -56,10 +56,17 @@ std::optional<ElementId> find_stream(StorageFile& file, std::optional<ElementId>
 }  // namespace
 
 std::optional<ElementId> find_stream_by_name(StorageFile& file, std::string_view name) {
-  if (const auto found = find_stream(file, kRootElement, name)) return found;
-  for (const std::string_view storage : {"VR_PART", "FastLoad"}) {
-    if (const auto found = find_stream(file, file.find_child(kRootElement, storage), name)) return found;
+  std::optional<support::ErrorEscape> failure;
+  for (const std::string_view storage : {"", "VR_PART", "FastLoad"}) {
+    try {
+      const auto place = storage.empty() ? kRootElement : file.find_child(kRootElement, storage);
+      if (const auto found = find_stream(file, place, name)) return found;
+    } catch (const support::ErrorEscape& escape) {
+      // A damaged footer cannot tell what it lists; the header may still list the stream in the next place.
+      failure = escape;
+    }
   }
+  if (failure) throw *failure;
   const std::vector<ElementId> found = file.streams_named(name);
   if (found.empty()) return std::nullopt;
   return found.front();

@@ -183,6 +183,8 @@ TEST(KvpmReading, RemembersThatTheFooterIsDamaged) {
   EXPECT_EQ(opened.find({"FastLoad", "Structure"}), std::nullopt) << "a header path needs no footer";
   for (int i = 0; i < 2; ++i) EXPECT_THROW(opened.find({"nothing"}), support::ErrorEscape);
   EXPECT_THROW(opened.file.children(kRootElement), support::ErrorEscape);
+  EXPECT_THROW(find_stream_by_name(opened.file, "DisplayJT"), support::ErrorEscape);
+  EXPECT_EQ(opened.file.node(find_stream_by_name(opened.file, "JT").value()).size, 7U) << "in the header";
   EXPECT_EQ(opened.read({"VR_PART", "VR_PART"}), "the part");
   EXPECT_FALSE(opened.file.is_truncated());
 }
