@@ -46,7 +46,7 @@ class BodyExtraction {
 
   Extent listed_extent(const JtTableEntry& body, std::uint32_t number);
   bool is_possible(const Extent& extent) const {
-    return extent.start <= extent.end && extent.end <= stream_size_;
+    return extent.start <= extent.end && extent.start <= stream_size_;
   }
   std::string output_name(std::uint64_t id) const;
   bool open_output(const std::string& name, support::OutputFile& output);
@@ -101,7 +101,7 @@ BodyExtraction::Extent BodyExtraction::listed_extent(const JtTableEntry& body, s
 /// Sound bodies lie one behind the other. Going back in a framed stream means to expand it again.
 bool BodyExtraction::takes_too_long(const Extent& extent, std::uint64_t position) {
   if (position < stream_.position()) work_ += position;
-  work_ += extent.end - extent.start;
+  work_ += std::min(extent.end, stream_size_) - extent.start;
   return work_ / limits::kReadsOfAllBytes > stream_size_;
 }
 

@@ -102,9 +102,9 @@ TEST_F(JtBodies, WritesTheSoundOnesAmongDamagedOffsets) {
     std::uint64_t offset;
     std::vector<std::string> written;
   } cases[] = {
-      {"far outside", 1, 1ULL << 63U, {"(none)", "(none)", "third", "last"}},
+      {"far outside", 1, 1ULL << 63U, {"firstsecondthirdlast", "(none)", "third", "last"}},
       {"before the table", 1, 0, {"(none)", "(none)", "third", "last"}},
-      {"last one outside", 3, 5000, {"first", "second", "(none)", "(none)"}},
+      {"last one outside", 3, 5000, {"first", "second", "thirdlast", "(none)"}},
       {"first one outside", 0, UINT64_MAX, {"(none)", "second", "third", "last"}},
   };
   for (const auto& c : cases) {
