@@ -19,7 +19,8 @@ bool is_selected(const InspectOptions& options, std::int32_t type) {
 }  // namespace
 
 void print_brepsolid_directory(InspectFile& file, const PartitionEntry& entry) {
-  if (entry.solid == nullptr || !is_selected(file.options, entry.type)) return;
+  // Under -scan the reading pass has checked the partition instead.
+  if (entry.solid == nullptr || file.options.scan || !is_selected(file.options, entry.type)) return;
   const BrepsolidPartition& solid = *entry.solid;
   const std::string text = read_header_text(file, solid, file.options.trace);
   support::print("\n--------- Contents of Brepsolid directory ----------\n");
