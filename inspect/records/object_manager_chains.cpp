@@ -42,34 +42,37 @@ void read_creation_display_data(bool trace, InspectFile& file, const PartitionEn
   }
 }
 
-std::vector<std::int32_t> read_listed_heads(bool trace, InspectFile& file, const PartitionEntry& partition) {
+/// The heads in the order of the types that follow them; their number is kept as stored.
+struct ListedHeads {
+  std::int32_t count = 0;
+  std::vector<std::int32_t> heads = {};
+};
+
+ListedHeads read_listed_heads(bool trace, InspectFile& file, const PartitionEntry& partition) {
   if (!read_list_type(trace, file, "VLA type for entity type chains")) {
     inspect_error(file, "bad VLA header for entity_type_chains");
   }
-  const std::int32_t count = read_element_count(trace, file, partition);
-  std::vector<std::int32_t> heads;
+  ListedHeads listed = {.count = read_element_count(trace, file, partition)};
   // Not reserved: the count is a claim until its heads have been read.
-  for (std::int32_t i = 0; i < count; ++i) {
-    check_om_limit(file, heads.size(), limits::kChainHeads, "entity type chains");
-    heads.push_back(read_om_label(trace, file, partition, kChainLabel));  // NOLINT(performance-*)
+  for (std::int32_t i = 0; i < listed.count; ++i) {
+    check_om_limit(file, listed.heads.size(), limits::kChainHeads, "entity type chains");
+    listed.heads.push_back(read_om_label(trace, file, partition, kChainLabel));  // NOLINT(performance-*)
   }
-  return heads;
+  return listed;
 }
 
 void read_newer_layout(bool trace, InspectFile& file, const PartitionEntry& partition,
                        EntityTypeChains& heads) {
-  std::vector<std::int32_t> listed = read_listed_heads(trace, file, partition);
+  const ListedHeads listed = read_listed_heads(trace, file, partition);
   read_creation_display_data(trace, file, partition);
   for (int i = 0; i < 3; ++i) read_om_label(trace, file, partition, kChainLabel);
   if (!read_list_type(trace, file, "VLA type for entity type chains")) {
     inspect_error(file, "bad VLA header for entity_types_present");
   }
-  const std::int32_t count = read_element_count(trace, file, partition);
-  if (count < 0 || static_cast<std::size_t>(count) != listed.size()) {
-    listed = {};
+  if (read_element_count(trace, file, partition) != listed.count) {
     inspect_error(file, "mismatch in entity type handling for RM_part");
   }
-  for (const std::int32_t head : listed) {
+  for (const std::int32_t head : listed.heads) {
     const std::int32_t type = read_compact_int(trace, file, partition, "entity type");
     if (type >= 0 && static_cast<std::size_t>(type) < heads.size())
       heads[static_cast<std::size_t>(type)] = head;

@@ -44,7 +44,7 @@ struct PartHeader {
   // W = 269 from here on.
   std::int32_t entity_count = 0;                    ///< 24-25; 65535 added when negative
   std::uint16_t machine_format_word = 0;            ///< 26-27
-  std::int16_t status = 0;                          ///< 28-29
+  std::uint16_t status = 0;                         ///< 28-29
   std::string description;                          ///< 30-163
   std::string customer_area;                        ///< 164-297
   std::string unique_identifier;                    ///< 302-401

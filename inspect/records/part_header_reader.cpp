@@ -265,7 +265,7 @@ void take_full_fields(InspectFile& file, bool trace, HeaderWords& words, PartHea
   const std::int16_t entities = words.signed_word(kEntityCount);
   header.entity_count = entities < 0 ? entities + 65535 : entities;
   header.machine_format_word = words.word(kMachineFormat);
-  header.status = words.signed_word(kStatus);
+  header.status = words.word(kStatus);
   take_texts(file, trace, words, header);
   check_transfer_bytes(file, header);
   take_units(file, words, header);
