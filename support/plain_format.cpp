@@ -10,8 +10,8 @@ namespace {
 
 /// The text as it grows; `failed` when it does not fit.
 struct Output {
-  char* next;
-  char* end;
+  char* next = nullptr;
+  char* end = nullptr;
   bool failed = false;
 
   void put(std::string_view piece) {
