@@ -23,6 +23,8 @@ struct OpenedPart {
     } else {
       inspect::start_directory_chain(file);
     }
+    // Reading a directory of an older file finds the next one.
+    // NOLINTNEXTLINE(modernize-loop-convert)
     for (std::size_t i = 0; i < file.partitions.size(); ++i) {
       inspect::check_partition_start(file, file.partitions[i], false);
     }

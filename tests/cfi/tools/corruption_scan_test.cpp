@@ -9,7 +9,6 @@
 
 namespace {
 
-using cfi_tools::CorruptionScanRequest;
 using cfi_tools::ScanVerdict;
 
 constexpr std::size_t kBlock = 8192;

@@ -35,7 +35,7 @@ std::string tree_of(const std::string& listing) {
 }
 
 TEST(StorageListing, ShowsKindHeaderAndEachElement) {
-  std::string header_copy(2 * 226, '\0');
+  std::string header_copy(452, '\0');
   header_copy[450] = 9;
   ContainerBuilder builder;
   builder.header_area(1000).part_header(header_copy);

@@ -19,7 +19,6 @@ using test_support::ObjectBytes;
 using test_support::ObjectPlan;
 using test_support::OpenedPart;
 using test_support::ProgramPlan;
-using test_support::SavePlan;
 
 std::string part_of(const ObjectPlan& plan, std::int32_t type = 1) {
   test_support::PartBuilder part;
