@@ -11,7 +11,7 @@
 namespace test_support {
 
 std::string int32_bytes(std::uint32_t value) {
-  std::array<unsigned char, 4> bytes;
+  std::array<unsigned char, 4> bytes = {};
   support::store_little(bytes.data(), value);
   return {bytes.begin(), bytes.end()};
 }
