@@ -1,7 +1,9 @@
 #include "support/console.h"
 
+#include <fcntl.h>
 #include <stdio_ext.h>
 #include <syslog.h>
+#include <unistd.h>
 
 #include <cstdarg>
 #include <cstdio>
@@ -17,9 +19,18 @@ constexpr std::size_t kOutputBufferSize = std::size_t{128} * 1024;
 char output_buffer[kOutputBufferSize];
 bool passing_line_shown = false;
 
+/// Without it a file opened later would take the place of a standard stream that the caller has closed, and
+/// reports would be written into it. Read only: writes to a closed stream still fail.
+void occupy_closed_streams() {
+  int descriptor = ::open("/dev/null", O_RDONLY);
+  while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = ::open("/dev/null", O_RDONLY);
+  if (descriptor > STDERR_FILENO) ::close(descriptor);
+}
+
 }  // namespace
 
 void open_console() {
+  occupy_closed_streams();
   std::setvbuf(stdout, output_buffer, _IOFBF, sizeof output_buffer);
   // One thread: no lock for each of a million lines.
   __fsetlocking(stdout, FSETLOCKING_BYCALLER);

@@ -4,7 +4,8 @@
 
 namespace support {
 
-/// Gives standard output its large buffer. Called once, before anything is printed.
+/// Gives standard output its large buffer; keeps the places of standard streams that the caller has closed
+/// from the files opened later. Called once, before anything is printed.
 void open_console();
 
 /// Reports and trace lines: printf to standard output.
