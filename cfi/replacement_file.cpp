@@ -23,19 +23,20 @@ mode_t wanted_mode(const std::string& name) {
   return 0666U & ~mask;
 }
 
-// Reserves the temporary name.
-std::string create_temporary(const std::string& name) {
-  std::string temporary = name + ".XXXXXX";
-  const int descriptor = ::mkostemp(temporary.data(), O_CLOEXEC);
-  if (descriptor < 0) throw make_error(kSystemCallFailed);
-  ::close(descriptor);
-  return temporary;
-}
-
 }  // namespace
 
-ReplacementFile::ReplacementFile(std::string name)
-    : name_(std::move(name)), temporary_name_(create_temporary(name_)) {
+// Reserves the temporary name.
+ReplacementFile::ReplacementFile(std::string name, Reserved)
+    : name_(std::move(name)), temporary_name_(name_ + ".XXXXXX") {
+  const support::SignalsHeld held;
+  const int descriptor = ::mkostemp(temporary_name_.data(), O_CLOEXEC);
+  if (descriptor < 0) throw make_error(kSystemCallFailed);
+  unfinished_ = support::UnfinishedOutput(temporary_name_.c_str(), descriptor);
+  ::close(descriptor);
+}
+
+// What fails from here on leaves a whole object behind, whose destructor removes the file.
+ReplacementFile::ReplacementFile(std::string name) : ReplacementFile(std::move(name), Reserved{}) {
   const ReadWriteLockBytesFactory for_update;
   channel_ = make_lock_bytes(nullptr, &for_update, temporary_name_);
 }

@@ -4,11 +4,13 @@
 #include <string>
 
 #include "cfi/file_channel.h"
+#include "support/unfinished_output.h"
 
 namespace VRX::System::CFI {
 
 /// A file that is written under a temporary name beside the one it will replace, so that whatever happens
-/// before `commit` leaves the old one as it was. All operations raise 1020059 when the system refuses.
+/// before `commit` leaves the old one as it was; a signal removes the temporary one. All operations raise
+/// 1020059 when the system refuses.
 class ReplacementFile {
  public:
   /// Creates the temporary file in the folder of `name`.
@@ -26,6 +28,10 @@ class ReplacementFile {
   void commit();
 
  private:
+  struct Reserved {};
+  ReplacementFile(std::string name, Reserved);
+
+  support::UnfinishedOutput unfinished_;
   std::string name_;
   std::string temporary_name_;
   std::unique_ptr<FileChannel> channel_;

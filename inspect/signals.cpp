@@ -5,6 +5,8 @@
 #include <csignal>
 #include <cstring>
 
+#include "support/unfinished_output.h"
+
 namespace inspect {
 
 namespace {
@@ -24,6 +26,7 @@ void write_message(int signal) {
 }
 
 extern "C" void end_on_signal(int signal) {
+  support::remove_unfinished_outputs();
   if (signal != SIGINT) write_message(signal);
   ::_exit(1);
 }

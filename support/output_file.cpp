@@ -7,6 +7,9 @@
 #include <cerrno>
 #include <utility>
 
+#include "support/console.h"
+#include "support/program.h"
+
 namespace support {
 
 bool is_same_file(const std::string& name, const FileIdentity& identity) {
@@ -14,21 +17,39 @@ bool is_same_file(const std::string& name, const FileIdentity& identity) {
   return ::stat(name.c_str(), &found) == 0 && FileIdentity{found.st_dev, found.st_ino} == identity;
 }
 
-OutputFile::OutputFile(OutputFile&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+namespace {
 
-OutputFile& OutputFile::operator=(OutputFile&& other) noexcept {
-  if (this != &other) {
-    close();
-    descriptor_ = std::exchange(other.descriptor_, -1);
-  }
-  return *this;
+/// Opening a pipe may wait for its reader, which must not be done with signals held.
+bool is_pipe_or_device(const char* name) {
+  struct stat found = {};
+  return ::stat(name, &found) == 0 && !S_ISREG(found.st_mode);
 }
 
-OutputFile::~OutputFile() { close(); }
+int create(const char* name) { return ::open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666); }
+
+}  // namespace
+
+OutputFile::OutputFile(OutputFile&& other) noexcept
+    : name_(std::move(other.name_)),
+      descriptor_(std::exchange(other.descriptor_, -1)),
+      unfinished_(std::move(other.unfinished_)) {}
+
+OutputFile::~OutputFile() {
+  if (is_open() && !name_.empty()) {
+    print_message("%s: output file %s is incomplete\n", program_name(), name_.c_str());
+  }
+  close();
+}
 
 bool OutputFile::open(const std::string& name) {
-  close();
-  descriptor_ = ::open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  name_ = name;
+  if (is_pipe_or_device(name.c_str())) {
+    descriptor_ = create(name.c_str());
+    return is_open();
+  }
+  const SignalsHeld held;
+  descriptor_ = create(name.c_str());
+  if (is_open()) unfinished_ = UnfinishedOutput(name.c_str(), descriptor_);
   return is_open();
 }
 
@@ -48,7 +69,9 @@ int OutputFile::release() { return std::exchange(descriptor_, -1); }
 
 bool OutputFile::close() {
   if (!is_open()) return true;
-  return ::close(std::exchange(descriptor_, -1)) == 0;
+  const bool closed = ::close(std::exchange(descriptor_, -1)) == 0;
+  unfinished_ = {};
+  return closed;
 }
 
 }  // namespace support

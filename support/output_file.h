@@ -7,6 +7,8 @@
 #include <memory>
 #include <string>
 
+#include "support/unfinished_output.h"
+
 namespace support {
 
 /// Which file a name leads to, whatever the name: device and inode.
@@ -19,7 +21,9 @@ struct FileIdentity {
 /// True when `name` exists and is the file of `identity`, under whatever name.
 bool is_same_file(const std::string& name, const FileIdentity& identity);
 
-/// A file written from its start by an extraction (mode "wb"): unbuffered, so callers write large pieces.
+/// A file written from its start by an extraction (mode "wb"): unbuffered, so callers write large pieces. A
+/// named one that ends before it was closed, because an error came between, is told on standard error to be
+/// incomplete; a signal removes it.
 class OutputFile {
  public:
   OutputFile() = default;
@@ -28,10 +32,10 @@ class OutputFile {
   explicit OutputFile(int descriptor) : descriptor_(descriptor) {}
 
   OutputFile(OutputFile&&) noexcept;
-  OutputFile& operator=(OutputFile&&) noexcept;
+  OutputFile& operator=(OutputFile&&) = delete;
   ~OutputFile();
 
-  /// Creates or empties the file; false (and errno) when that fails.
+  /// Creates or empties the file; false (and errno) when that fails. Once only.
   bool open(const std::string& name);
   bool is_open() const { return descriptor_ >= 0; }
 
@@ -45,7 +49,9 @@ class OutputFile {
   bool close();
 
  private:
+  std::string name_;
   int descriptor_ = -1;
+  UnfinishedOutput unfinished_;
 };
 
 }  // namespace support

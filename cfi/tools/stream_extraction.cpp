@@ -63,7 +63,7 @@ std::uint64_t copy(CFI_stream_t stream, support::OutputFile& output, const std::
   std::size_t got = 0;
   do {
     got = CFI__read_from_stream(stream, kCopySize, piece.get());
-    if (!output.write(piece.get(), got)) throw incomplete("write failed", output_name);
+    if (!output.write(piece.get(), got)) throw failure("write failed");
     copied += got;
     progress.advance(got);
   } while (got == kCopySize);

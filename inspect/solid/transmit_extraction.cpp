@@ -14,7 +14,6 @@
 #include "inspect/solid/transmit_file.h"
 #include "inspect/solid/transmit_names.h"
 #include "support/console.h"
-#include "support/error_escape.h"
 #include "support/printable.h"
 #include "support/program.h"
 
@@ -113,12 +112,7 @@ bool Extractor::copy_block(const PartitionEntry& entry, std::uint64_t length, bo
                            TransmitFile* output) {
   const BrepsolidHeaderBits& bits = entry.solid->bits;
   const DataBlock block = {length, bits.compressed, bits.wide_sizes, binary};
-  try {
-    return copy_data_block(file_, entry, block, mode_, output);
-  } catch (const support::ErrorEscape&) {
-    if (output != nullptr) report_problem(file_, "output file %s is incomplete", output->name().c_str());
-    throw;
-  }
+  return copy_data_block(file_, entry, block, mode_, output);
 }
 
 bool is_readable(const PartitionEntry& entry) {
