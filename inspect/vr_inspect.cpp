@@ -43,9 +43,9 @@ int report_uncaught(const support::ErrorEscape& escape) {
 }  // namespace
 
 int main(int argument_count, char** arguments) {
+  inspect::register_signal_handlers();
   support::open_console();
   if (argument_count > 0) support::set_program_name(arguments[0]);
-  inspect::register_signal_handlers();
   int exit_status = 1;
   try {
     exit_status = inspect_files(argument_count, arguments);

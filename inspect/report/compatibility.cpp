@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "support/console.h"
+#include "support/error_escape.h"
 #include "support/limits.h"
 #include "support/printable.h"
 
@@ -16,10 +17,6 @@ constexpr std::size_t kPieceSize = 65536;
 /// Prints lines as they complete.
 class FactPrinter {
  public:
-  FactPrinter() = default;
-  FactPrinter(const FactPrinter&) = delete;
-  FactPrinter& operator=(const FactPrinter&) = delete;
-
   void add(std::string_view piece) {
     while (!piece.empty()) {
       const std::size_t end = piece.find('\n');
@@ -31,8 +28,8 @@ class FactPrinter {
     if (pending_.size() > limits::kCompatibilityLineBytes) finish_line();
   }
 
-  /// Also what a damaged stream leaves unfinished is shown.
-  ~FactPrinter() {
+  /// Prints the line that no line end has completed.
+  void finish() {
     if (!pending_.empty()) finish_line();
   }
 
@@ -54,9 +51,15 @@ class FactPrinter {
 void print_compatibility(support::ByteSource& source) {
   FactPrinter printer;
   std::string piece(kPieceSize, '\0');
-  while (const std::size_t got = source.read(piece.data(), piece.size())) {
-    printer.add(std::string_view(piece).substr(0, got));
+  try {
+    while (const std::size_t got = source.read(piece.data(), piece.size())) {
+      printer.add(std::string_view(piece).substr(0, got));
+    }
+  } catch (const support::ErrorEscape&) {
+    printer.finish();  // what stands before the damage is shown
+    throw;
   }
+  printer.finish();
 }
 
 }  // namespace inspect

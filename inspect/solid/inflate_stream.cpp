@@ -37,6 +37,7 @@ int InflateStream::expand(std::span<unsigned char> room) {
   stream_.next_out = room.data();
   stream_.avail_out = static_cast<uInt>(room.size());
   const int result = inflate(&stream_, Z_NO_FLUSH);
+  if (result == Z_MEM_ERROR) throw std::bad_alloc();
   produced_ += room.size() - stream_.avail_out;
   return result;
 }

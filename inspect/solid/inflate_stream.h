@@ -24,7 +24,8 @@ class InflateStream {
   void set_input(std::span<const unsigned char> input);
   bool input_empty() const { return stream_.avail_in == 0; }
 
-  /// Expands into `room`, as far as input and room reach; returns what inflate returns.
+  /// Expands into `room`, as far as input and room reach; returns what inflate returns. Raises
+  /// bad_alloc when it lacks memory, which is no fault of the bytes.
   int expand(std::span<unsigned char> room);
 
   std::uint64_t produced() const { return produced_; }
