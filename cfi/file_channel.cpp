@@ -53,6 +53,7 @@ std::size_t FileChannel::read_direct(std::uint64_t offset, void* destination, st
     if (got == 0) break;
     total += static_cast<std::size_t>(got);
   }
+  if (offset + total < std::min(offset + count, size_)) has_shrunk_ = true;
   return total;
 }
 

@@ -37,6 +37,9 @@ class FileChannel {
   std::uint64_t size() const { return size_; }
   support::FileIdentity identity() const { return identity_; }
 
+  /// True once a read has found the file shorter than it was when it was opened.
+  bool has_shrunk() const { return has_shrunk_; }
+
   /// Reads `count` bytes from `offset`; fewer only at the end of the file. Raises 1020059.
   std::size_t read_at(std::uint64_t offset, void* destination, std::size_t count);
 
@@ -82,6 +85,7 @@ class FileChannel {
   std::string name_;
   int descriptor_ = -1;
   std::uint64_t size_ = 0;
+  bool has_shrunk_ = false;
   support::FileIdentity identity_;
   std::array<Window, 4> windows_;
   std::uint64_t use_count_ = 0;

@@ -28,11 +28,13 @@ std::unique_ptr<support::ByteSource> open_stored_part(StorageFile& file) {
 void PartContainer::open(const std::string& name) {
   auto channel = std::make_unique<FileChannel>(name);
   identity_ = channel->identity();
+  const FileChannel* const opened = channel.get();
   if (recognise(*channel) == FileKind::flat) {
     flat_ = std::move(channel);
   } else {
     root_.reset(CFI_open_storage_file(std::move(channel)));
   }
+  channel_ = opened;
 }
 
 StorageFile* PartContainer::storage_file() const { return root_ ? &CFI_storage_file(root_.get()) : nullptr; }

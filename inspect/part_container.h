@@ -22,6 +22,9 @@ class PartContainer {
 
   support::FileIdentity identity() const { return identity_; }
 
+  /// True once a read has found the file shorter than it was when it was opened.
+  bool has_shrunk() const { return channel_ != nullptr && channel_->has_shrunk(); }
+
   /// Null for a flat file.
   VRX::System::CFI::StorageFile* storage_file() const;
   CFI_storage_t root() const { return root_.get(); }
@@ -36,6 +39,7 @@ class PartContainer {
   support::FileIdentity identity_;
   std::unique_ptr<VRX::System::CFI::FileChannel> flat_;
   VRX::System::CFI::OwnedStorage root_;
+  const VRX::System::CFI::FileChannel* channel_ = nullptr;  ///< owned by one of the two
 };
 
 }  // namespace inspect

@@ -90,6 +90,8 @@ int PartFileDriver::run() {
     }
   }
   use_container();
+  // What has been read since may tell what could not be known on opening.
+  check_truncation();
   if (file_.failed && options_.reader_check) {
     throw ErrorEscape("vr_inspect_internal", kInspectorError, "problem in vr_inspect");
   }
@@ -132,7 +134,8 @@ void PartFileDriver::report_open_failure(const ErrorEscape& escape) {
 
 void PartFileDriver::check_truncation() {
   attempt([this] {
-    if (truncated_ || file_.container == nullptr || !file_.container->is_truncated()) return;
+    const bool lacks_listed_bytes = file_.container != nullptr && file_.container->is_truncated();
+    if (truncated_ || !(lacks_listed_bytes || container_.has_shrunk())) return;
     truncated_ = true;
     support::print_text("The file appears to have been truncated.\n");
     file_.failed = true;
@@ -253,8 +256,6 @@ void PartFileDriver::use_container() {
       cfi_tools::extract_stream(container_.root(), options_.stream_path, options_.stream_output_name);
     });
   }
-  // An index that has been loaded since may tell what could not be known on opening.
-  check_truncation();
 }
 
 bool PartFileDriver::scan_finds_corruption() {

@@ -37,6 +37,13 @@ void inspect_error(InspectFile& file, const char* format, ...) {
   throw support::ErrorEscape("vr_inspect_internal", kContentError, std::move(message));
 }
 
+void inspect_read_error(InspectFile& file, int status) {
+  const std::string message = support::format_text("unexpected read error %d", status);
+  report(file, message);
+  file.failed = true;
+  throw support::ErrorEscape("vr_inspect_internal", kContentError, message);
+}
+
 void inspect_fatal(InspectFile& file, const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);

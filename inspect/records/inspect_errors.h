@@ -11,6 +11,10 @@ inline constexpr int kInspectorError = 641001;
 /// A fatal error in the file's content: written to both streams, the file failed; raises code 99.
 [[noreturn, gnu::format(printf, 2, 3)]] void inspect_error(InspectFile& file, const char* format, ...);
 
+/// "unexpected read error %d": what inspect_error does, even while errors are quiet, for the file is not to
+/// blame.
+[[noreturn]] void inspect_read_error(InspectFile& file, int status);
+
 /// A fatal error of the run: written, both streams flushed, exit status 1; with escape_on_failure raises
 /// 641001 instead.
 [[noreturn, gnu::format(printf, 2, 3)]] void inspect_fatal(InspectFile& file, const char* format, ...);
@@ -30,7 +34,7 @@ void report_warning(const InspectOptions& options, const char* message);
 void report_escape(InspectFile& file, const support::ErrorEscape& escape);
 
 /// While one lives, inspect_error and inspect_fatal raise their escape and do nothing else: for content that
-/// a report can do without.
+/// a report can do without. That the system cannot read is never kept quiet.
 class QuietErrors {
  public:
   explicit QuietErrors(InspectFile& file) : file_(file), before_(file.quiet) { file.quiet = true; }

@@ -39,7 +39,7 @@ void read_exactly(InspectFile& file, void* destination, std::size_t count) {
   try {
     got = file.stream->take(destination, count);
   } catch (const support::ErrorEscape& escape) {
-    inspect_error(file, "unexpected read error %d", VRX::System::CFI::status_of(escape.code()));
+    inspect_read_error(file, VRX::System::CFI::status_of(escape.code()));
   }
   if (got != count) inspect_error(file, "unexpected end of file");
 }
