@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "cfi/cfi_error_codes.h"
 #include "cfi/file_channel.h"
@@ -34,8 +35,8 @@ support::ErrorEscape temporary_file_failure() {
 
 class TemporaryFileSource final : public support::ByteSource {
  public:
-  explicit TemporaryFileSource(int descriptor)
-      : channel_(descriptor, "temporary file"), source_(channel_, 0, channel_.size()) {}
+  explicit TemporaryFileSource(support::OutputFile file)
+      : channel_(file.release(), "temporary file"), source_(channel_, 0, channel_.size()) {}
 
   std::size_t read(void* destination, std::size_t count) override { return source_.read(destination, count); }
   std::uint64_t position() const override { return source_.position(); }
@@ -121,7 +122,7 @@ ExpandedFile expand_to_temporary_file(support::ByteSource& framed, const std::st
     if (!file.write(piece.get(), result.bytes_read)) throw temporary_file_failure();
   } while (result.bytes_read == kPieceSize);
   ExpandedFile expanded;
-  expanded.source = std::make_unique<TemporaryFileSource>(file.release());
+  expanded.source = std::make_unique<TemporaryFileSource>(std::move(file));
   if (result.status != 0) expanded.failure.emplace(frame_failure(name, result.status));
   return expanded;
 }
