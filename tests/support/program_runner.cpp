@@ -14,6 +14,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr unsigned kLongestRun = 120;  // seconds; one that hangs ends with the signal
+
 std::vector<char*> pointers(std::vector<std::string>& texts) {
   std::vector<char*> list;
   list.reserve(texts.size() + 1);
@@ -35,6 +37,7 @@ std::vector<std::string> environment_with(const std::vector<std::string>& additi
 /// In the child: everything from here on may only be what is safe after fork.
 [[noreturn]] void become_program(const char* folder, const char* out, const char* err, char** arguments,
                                  char** environment) {
+  ::alarm(kLongestRun);
   if (::chdir(folder) != 0) ::_exit(126);
   ::dup2(::open(out, O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
   ::dup2(::open(err, O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);

@@ -1,0 +1,186 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/types.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+
+// Preloaded into a program, makes one of its calls into the C library go wrong:
+//
+//   FAULT_CALL   alloc, open, fstat, stat, read, write, close: which calls are counted
+//   FAULT_AT     the number of the call that goes wrong, from 1; 0: none
+//   FAULT_KIND   fail (default): the call fails with FAULT_ERRNO; lasting: so do all behind it;
+//                end: a read finds the end of the file; shrink: the file loses its second half before the
+//                read; signal: SIGTERM comes before the call
+//   FAULT_PIECE  the most bytes that one read or write moves, 0: as asked
+//   FAULT_REPORT when the program exits, "<calls counted> <descriptors more than at the start>" is written
+//   there
+
+namespace {
+
+enum class Call { none, alloc, open, fstat, stat, read, write, close };
+constexpr const char* kCallNames[] = {"none", "alloc", "open", "fstat", "stat", "read", "write", "close"};
+
+long number(const char* name) {
+  const char* text = std::getenv(name);
+  return text == nullptr ? 0 : std::strtol(text, nullptr, 10);
+}
+
+int open_descriptors() {
+  int count = 0;
+  for (int descriptor = 0; descriptor < 64; ++descriptor) {
+    if (::fcntl(descriptor, F_GETFD) != -1) ++count;
+  }
+  return count;
+}
+
+/// What is to happen. Nothing is counted before its constructor and behind its destructor has run.
+struct Plan {
+  Call counted = Call::none;
+  long at = number("FAULT_AT");
+  int error = static_cast<int>(number("FAULT_ERRNO"));
+  const char* kind = std::getenv("FAULT_KIND");
+  std::size_t piece = static_cast<std::size_t>(number("FAULT_PIECE"));
+  long count = 0;
+  int descriptors_before = open_descriptors();
+
+  Plan() {
+    if (kind == nullptr) kind = "fail";
+    const char* name = std::getenv("FAULT_CALL");
+    for (std::size_t i = 0; name != nullptr && i < std::size(kCallNames); ++i) {
+      if (std::strcmp(kCallNames[i], name) == 0) counted = static_cast<Call>(i);
+    }
+  }
+
+  ~Plan() {
+    counted = Call::none;
+    const int more = open_descriptors() - descriptors_before;
+    const char* name = std::getenv("FAULT_REPORT");
+    if (name == nullptr) return;
+    char text[64];
+    const int length = std::snprintf(text, sizeof text, "%ld %d\n", count, more);
+    const int report = ::open(name, O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    if (::write(report, text, static_cast<std::size_t>(length)) < 0) std::abort();
+    ::close(report);
+  }
+  Plan(const Plan&) = delete;
+  Plan& operator=(const Plan&) = delete;
+
+  bool is(const char* wanted) const { return std::strcmp(kind, wanted) == 0; }
+
+  /// True when this call is the one that goes wrong; a signal is sent here.
+  bool strikes(Call call) {
+    if (call != counted) return false;
+    ++count;
+    if (at == 0 || (is("lasting") ? count < at : count != at)) return false;
+    if (!is("signal")) return true;
+    ::kill(::getpid(), SIGTERM);
+    return false;
+  }
+
+  /// True when the call fails.
+  bool fails(Call call) {
+    if (!strikes(call)) return false;
+    errno = error;
+    return true;
+  }
+
+  std::size_t at_most(std::size_t size) const { return piece == 0 ? size : std::min(size, piece); }
+};
+
+Plan plan;
+
+/// Half of the file goes away under the reader.
+void shrink(int descriptor) {
+  char name[64];
+  std::snprintf(name, sizeof name, "/proc/self/fd/%d", descriptor);
+  struct stat found = {};
+  if (::fstatat(AT_FDCWD, name, &found, 0) != 0 || ::truncate(name, found.st_size / 2) != 0) std::abort();
+}
+
+/// What a read that goes wrong returns; nothing when it is to be done after all.
+bool spoils_read(int descriptor, ssize_t& result) {
+  if (!plan.strikes(Call::read)) return false;
+  if (plan.is("shrink")) {
+    shrink(descriptor);
+    return false;
+  }
+  errno = plan.error;
+  result = plan.is("end") ? 0 : -1;
+  return true;
+}
+
+ssize_t read_from(int descriptor, void* bytes, std::size_t count, const off_t* offset) {
+  ssize_t result = 0;
+  if (spoils_read(descriptor, result)) return result;
+  const iovec piece = {bytes, plan.at_most(count)};
+  return offset == nullptr ? ::readv(descriptor, &piece, 1) : ::preadv(descriptor, &piece, 1, *offset);
+}
+
+ssize_t write_to(int descriptor, const void* bytes, std::size_t count, const off_t* offset) {
+  if (plan.fails(Call::write)) return -1;
+  const iovec piece = {const_cast<void*>(bytes), plan.at_most(count)};
+  return offset == nullptr ? ::writev(descriptor, &piece, 1) : ::pwritev(descriptor, &piece, 1, *offset);
+}
+
+}  // namespace
+
+// The C library's own calls, under their own names; what they forward to is not counted again.
+extern "C" {
+
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* block, std::size_t size);
+
+void* malloc(std::size_t size) { return plan.fails(Call::alloc) ? nullptr : __libc_malloc(size); }
+void* calloc(std::size_t count, std::size_t size) {
+  return plan.fails(Call::alloc) ? nullptr : __libc_calloc(count, size);
+}
+void* realloc(void* block, std::size_t size) {
+  return plan.fails(Call::alloc) ? nullptr : __libc_realloc(block, size);
+}
+
+int open64(const char* name, int flags, ...) {
+  std::va_list arguments;
+  va_start(arguments, flags);
+  const bool creates = (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
+  const mode_t mode = creates ? va_arg(arguments, mode_t) : 0;
+  va_end(arguments);
+  return plan.fails(Call::open) ? -1 : ::openat(AT_FDCWD, name, flags, mode);
+}
+
+int fstat64(int descriptor, struct stat64* found) {
+  return plan.fails(Call::fstat) ? -1 : ::fstatat64(descriptor, "", found, AT_EMPTY_PATH);
+}
+int stat64(const char* name, struct stat64* found) {
+  return plan.fails(Call::stat) ? -1 : ::fstatat64(AT_FDCWD, name, found, 0);
+}
+
+ssize_t read(int descriptor, void* bytes, std::size_t count) {
+  return read_from(descriptor, bytes, count, nullptr);
+}
+ssize_t pread64(int descriptor, void* bytes, std::size_t count, off_t offset) {
+  return read_from(descriptor, bytes, count, &offset);
+}
+ssize_t write(int descriptor, const void* bytes, std::size_t count) {
+  return write_to(descriptor, bytes, count, nullptr);
+}
+ssize_t pwrite64(int descriptor, const void* bytes, std::size_t count, off_t offset) {
+  return write_to(descriptor, bytes, count, &offset);
+}
+
+int close(int descriptor) {
+  const bool fails = plan.fails(Call::close);
+  const int result = static_cast<int>(::syscall(SYS_close, descriptor));
+  return fails ? -1 : result;
+}
+}

@@ -1,0 +1,176 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <set>
+#include <string>
+
+#include "cfi/top_storage_writer.h"
+#include "inspect/signals.h"
+#include "support/output_file.h"
+#include "tests/support/program_runner.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using test_support::ProgramResult;
+using test_support::sample;
+using test_support::TemporaryFolder;
+
+constexpr bool kUnderSanitizers = std::string_view(VRII_FAULT_LIBRARY).empty();
+
+bool has(const std::string& text, const std::string& piece) { return text.find(piece) != std::string::npos; }
+
+/// Runs a shell command in which $P is the program; its standard error goes to a file, and so does its
+/// standard output unless the command says otherwise.
+ProgramResult run_shell(const TemporaryFolder& folder, const std::string& command) {
+  const TemporaryFolder streams;
+  const std::string prefix = "cd '" + folder.path().string() + "' && P='" VRII_PROGRAM "' && exec >'" +
+                             (streams.path() / "out").string() + "' 2>'" + (streams.path() / "err").string() +
+                             "'\n";
+  const int status = std::system((prefix + command).c_str());
+  return {WEXITSTATUS(status), streams.read("out"), streams.read("err")};
+}
+
+TEST(Surroundings, WhatTheCallerTakesAwayIsToldAndNothingElseIsSpoilt) {
+  struct Case {
+    std::string command;
+    int status;
+    std::string error;   ///< in standard error, which is empty when this is
+    std::string output;  ///< a file that is as a run in sound surroundings leaves it; none when empty
+  };
+  const std::string one = "-extract_stream VR_PART/VR_PART vr.out bracket.prt";
+  const Case cases[] = {
+      {"$P -full bracket.prt >/dev/full", 1, "could not write to standard output", ""},
+      {"$P -full bracket.prt >&-", 1, "could not write to standard output", ""},
+      {"$P " + one + " >&-", 1, "could not write to standard output", "vr.out"},
+      {"$P " + one + " >&- 2>&-", 1, "", "vr.out"},
+      {"$P " + one + " <&- 2>&-", 0, "", "vr.out"},
+      {"$P " + one + " missing.prt 2>/dev/full", 1, "", "vr.out"},
+      {"$P -extract_all damaged_checksums.prt >&- 2>&-", 1, "", "damaged_checksums_10.x_b"},
+      {"{ $P -full -trace gearbox.prt history.prt; echo $? >status; } | true; exit $(cat status)", 1,
+       "could not write to standard output", ""},
+      {"ulimit -f 1; $P -full -trace gearbox.prt history.prt >big.out", 1,
+       "could not write to standard output", ""},
+      {"ulimit -f 8; $P " + one, 1, "output file vr.out is incomplete", ""},
+      {"ulimit -f 1; $P -extract_all bracket.prt", 1, "write failed", ""},
+      {"ulimit -n 4; $P " + one, 1, "can not open vr.out", ""},
+  };
+  const TemporaryFolder sound;
+  fs::copy(sample("bracket.prt"), sound.path());
+  fs::copy(sample("damaged_checksums.prt"), sound.path());
+  run_shell(sound, "$P " + one + "; $P -extract_all damaged_checksums.prt");
+  for (const Case& c : cases) {
+    const TemporaryFolder folder;
+    for (const char* part : {"bracket.prt", "gearbox.prt", "history.prt", "damaged_checksums.prt"})
+      fs::copy(sample(part), folder.path());
+    const ProgramResult result = run_shell(folder, c.command);
+    EXPECT_EQ(result.status, c.status) << c.command << result.err;
+    EXPECT_TRUE(c.error.empty() ? result.err.empty() : has(result.err, c.error)) << c.command << result.err;
+    const bool is_whole = c.output.empty() || folder.read(c.output) == sound.read(c.output);
+    EXPECT_TRUE(is_whole) << c.command;
+    EXPECT_EQ(folder.read("bracket.prt"), test_support::read_file(sample("bracket.prt")));
+  }
+}
+
+/// As root, permissions hold for nobody: then the program, a copy of it, runs as a user who has nothing here.
+TEST(Surroundings, AFolderWithoutPermissionIsNamedAndStaysAsItIs) {
+  const TemporaryFolder folder;
+  fs::permissions(folder.path(), fs::perms{0755});
+  fs::copy(VRII_PROGRAM, folder.path());
+  for (const char* part : {"bracket.prt", "solids_le.prt"}) fs::copy(sample(part), folder.path());
+  fs::create_directory(folder.path() / "locked");
+  folder.write("locked/vr.out", "old");
+  fs::permissions(folder.path() / "locked/vr.out", fs::perms{0444});
+  fs::permissions(folder.path() / "locked", fs::perms{0555});
+  const std::string user = ::geteuid() == 0 ? "setpriv --reuid 65534 --regid 65534 --clear-groups " : "";
+  struct Case {
+    std::string arguments;
+    std::string error;
+  };
+  const Case cases[] = {
+      {"-extract_stream VR_PART/VR_PART vr.out ../bracket.prt", "can not open vr.out"},
+      {"-extract_stream VR_PART/VR_PART new.out ../bracket.prt", "can not open new.out"},
+      {"-extract_all ../solids_le.prt", "can not open output file solids_le_10.x_b"},
+      {"-extract_jt ../bracket.prt", "could not open jt_"},
+  };
+  for (const Case& c : cases) {
+    const ProgramResult result = run_shell(folder, "cd locked && " + user + "../vr_inspect " + c.arguments);
+    EXPECT_EQ(result.status, 1) << c.arguments;
+    EXPECT_TRUE(has(result.err, c.error)) << c.arguments << result.err;
+  }
+  EXPECT_EQ(folder.read("locked/vr.out"), "old");
+  fs::permissions(folder.path() / "locked", fs::perms{0755});
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder.path() / "locked"), {}), 1);
+}
+
+std::string numbered(int number) {
+  const std::string digits = std::to_string(number);
+  return "part_" + std::string(5 - digits.size(), '0') + digits + ".prt";
+}
+
+/// The names of that form in a text.
+std::set<std::string> names_in(const std::string& text, const std::string& before) {
+  std::set<std::string> names;
+  for (std::size_t at = 0; (at = text.find(before + "part_", at)) != std::string::npos; ++at) {
+    names.insert(text.substr(at + before.size(), numbered(0).size()));
+  }
+  return names;
+}
+
+TEST(Surroundings, TenThousandFilesOfWhichEveryTenthIsDamaged) {
+  constexpr int kFiles = 10000;
+  const TemporaryFolder folder;
+  const char* const sound[] = {"flat_le.prt", "bracket.prt", "gearbox.prt", "latent.prt", "framed.prt"};
+  const char* const damaged[] = {"damaged_cut.prt", "damaged_checksums.prt", "damaged_index_bit.prt",
+                                 "damaged_marker.prt"};
+  for (const char* part : sound) fs::copy(sample(part), folder.path());
+  for (const char* part : damaged) fs::copy(sample(part), folder.path());
+  std::set<std::string> sound_names;
+  std::set<std::string> damaged_names;
+  for (int i = 0; i < kFiles; ++i) {
+    const bool is_damaged = i % 10 == 0;
+    const char* part = is_damaged ? damaged[i / 10 % std::size(damaged)] : sound[i % std::size(sound)];
+    fs::create_hard_link(folder.path() / part, folder.path() / numbered(i));
+    (is_damaged ? damaged_names : sound_names).insert(numbered(i));
+  }
+  // A leak of a few hundred bytes for each file would be too much.
+  const std::string limits = kUnderSanitizers ? "ulimit -n 16; " : "ulimit -n 16; ulimit -v 16384; ";
+  const ProgramResult result =
+      run_shell(folder, limits + "$P -release -storages -check_checksums part_*.prt");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_TRUE(names_in(result.err, "") == damaged_names);
+  const std::set<std::string> reported = names_in(result.out, "Part name: ");
+  for (const std::string& name : sound_names) EXPECT_TRUE(reported.contains(name)) << name;
+}
+
+TEST(Surroundings, ASignalRemovesWhatIsBeingWrittenAndKeepsWhatIsToBeReplaced) {
+  const TemporaryFolder folder;
+  const std::string container = folder.write("container.prt", "old");
+  const std::string device = (folder.path() / "link").string();
+  fs::create_symlink("target", device);
+  const auto write_all = [&] {
+    inspect::register_signal_handlers();
+    const VRX::System::CFI::TopStorageWriter writer(container);
+    support::OutputFile output;
+    support::OutputFile whole;
+    support::OutputFile linked;
+    if (!output.open((folder.path() / "half").string()) || !whole.open((folder.path() / "whole").string()))
+      return;
+    if (!linked.open(device) || !output.write("half", 4) || !whole.write("whole", 5) || !whole.close())
+      return;
+    ::raise(SIGTERM);
+  };
+  EXPECT_EXIT(write_all(), testing::ExitedWithCode(1), "Caught signal: 15, exiting");
+  std::set<std::string> left;
+  for (const auto& entry : fs::directory_iterator(folder.path()))
+    left.insert(entry.path().filename().string());
+  EXPECT_EQ(left, (std::set<std::string>{"container.prt", "whole", "link"}));
+  EXPECT_EQ(folder.read("container.prt"), "old");
+  EXPECT_EQ(folder.read("whole"), "whole");
+}
+
+}  // namespace
