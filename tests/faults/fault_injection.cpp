@@ -107,31 +107,6 @@ void shrink(int descriptor) {
   if (::fstatat(AT_FDCWD, name, &found, 0) != 0 || ::truncate(name, found.st_size / 2) != 0) std::abort();
 }
 
-/// What a read that goes wrong returns; nothing when it is to be done after all.
-bool spoils_read(int descriptor, ssize_t& result) {
-  if (!plan.strikes(Call::read)) return false;
-  if (plan.is("shrink")) {
-    shrink(descriptor);
-    return false;
-  }
-  errno = plan.error;
-  result = plan.is("end") ? 0 : -1;
-  return true;
-}
-
-ssize_t read_from(int descriptor, void* bytes, std::size_t count, const off_t* offset) {
-  ssize_t result = 0;
-  if (spoils_read(descriptor, result)) return result;
-  const iovec piece = {bytes, plan.at_most(count)};
-  return offset == nullptr ? ::readv(descriptor, &piece, 1) : ::preadv(descriptor, &piece, 1, *offset);
-}
-
-ssize_t write_to(int descriptor, const void* bytes, std::size_t count, const off_t* offset) {
-  if (plan.fails(Call::write)) return -1;
-  const iovec piece = {const_cast<void*>(bytes), plan.at_most(count)};
-  return offset == nullptr ? ::writev(descriptor, &piece, 1) : ::pwritev(descriptor, &piece, 1, *offset);
-}
-
 }  // namespace
 
 // The C library's own calls, under their own names; what they forward to is not counted again.
@@ -165,17 +140,21 @@ int stat64(const char* name, struct stat64* found) {
   return plan.fails(Call::stat) ? -1 : ::fstatat64(AT_FDCWD, name, found, 0);
 }
 
-ssize_t read(int descriptor, void* bytes, std::size_t count) {
-  return read_from(descriptor, bytes, count, nullptr);
-}
 ssize_t pread64(int descriptor, void* bytes, std::size_t count, off_t offset) {
-  return read_from(descriptor, bytes, count, &offset);
+  if (plan.strikes(Call::read)) {
+    errno = plan.error;
+    if (plan.is("end")) return 0;
+    if (!plan.is("shrink")) return -1;
+    shrink(descriptor);
+  }
+  const iovec piece = {bytes, plan.at_most(count)};
+  return ::preadv(descriptor, &piece, 1, offset);
 }
+
 ssize_t write(int descriptor, const void* bytes, std::size_t count) {
-  return write_to(descriptor, bytes, count, nullptr);
-}
-ssize_t pwrite64(int descriptor, const void* bytes, std::size_t count, off_t offset) {
-  return write_to(descriptor, bytes, count, &offset);
+  if (plan.fails(Call::write)) return -1;
+  const iovec piece = {const_cast<void*>(bytes), plan.at_most(count)};
+  return ::writev(descriptor, &piece, 1);
 }
 
 int close(int descriptor) {
