@@ -14,10 +14,10 @@ namespace {
 
 /// The path is absolute and free of links, so that what is removed is the file and no link to it.
 struct Entry {
-  std::atomic<bool> is_used;
-  dev_t device;
-  ino_t inode;
-  char path[PATH_MAX];
+  std::atomic<bool> is_used = false;
+  dev_t device = 0;
+  ino_t inode = 0;
+  char path[PATH_MAX] = {};
 };
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler reads it");
 

@@ -15,7 +15,7 @@ class SignalsHeld {
   SignalsHeld& operator=(const SignalsHeld&) = delete;
 
  private:
-  sigset_t before_;
+  sigset_t before_ = {};
 };
 
 /// A regular file that is being written: until this object ends, a signal that ends the program removes it,

@@ -112,9 +112,11 @@ void shrink(int descriptor) {
 // The C library's own calls, under their own names; what they forward to is not counted again.
 extern "C" {
 
+// NOLINTBEGIN(bugprone-reserved-identifier): the names under which the C library keeps its own.
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* block, std::size_t size);
+// NOLINTEND(bugprone-reserved-identifier)
 
 void* malloc(std::size_t size) { return plan.fails(Call::alloc) ? nullptr : __libc_malloc(size); }
 void* calloc(std::size_t count, std::size_t size) {

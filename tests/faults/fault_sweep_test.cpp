@@ -146,9 +146,10 @@ class Program {
     const std::string report = (reports_.path() / "report").string();
     result_ = test_support::run_program(
         arguments_, folder_.path(),
-        {"LD_PRELOAD=" VRII_FAULT_LIBRARY, "FAULT_CALL=" + fault.call, "FAULT_KIND=" + fault.kind,
-         "FAULT_AT=" + std::to_string(at), "FAULT_ERRNO=" + std::to_string(fault.error),
-         "FAULT_PIECE=" + std::to_string(fault.piece), "FAULT_REPORT=" + report});
+        {std::string("LD_PRELOAD=") + VRII_FAULT_LIBRARY, "FAULT_CALL=" + fault.call,
+         "FAULT_KIND=" + fault.kind, "FAULT_AT=" + std::to_string(at),
+         "FAULT_ERRNO=" + std::to_string(fault.error), "FAULT_PIECE=" + std::to_string(fault.piece),
+         "FAULT_REPORT=" + report});
     calls_ = descriptors_left_ = 0;
     if (fs::exists(report))
       std::istringstream(test_support::read_file(report)) >> calls_ >> descriptors_left_;
