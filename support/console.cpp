@@ -1,39 +1,83 @@
 #include "support/console.h"
 
 #include <fcntl.h>
-#include <stdio_ext.h>
 #include <syslog.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
+#include <span>
+#include <string>
+#include <utility>
 
 #include "support/environment.h"
 #include "support/plain_format.h"
+#include "support/text_format.h"
 
 namespace support {
 
 namespace {
 
-constexpr std::size_t kOutputBufferSize = std::size_t{128} * 1024;
-char output_buffer[kOutputBufferSize];
-bool passing_line_shown = false;
+/// What waits to be written to standard output. One thread prints, so that no lock is taken for each of a
+/// million lines; texts are formatted in place.
+class StandardOutput {
+ public:
+  constexpr StandardOutput() = default;
+  StandardOutput(const StandardOutput&) = delete;
+  StandardOutput& operator=(const StandardOutput&) = delete;
 
-/// Without it a file opened later would take the place of a standard stream that the caller has closed, and
-/// reports would be written into it. Read only: writes to a closed stream still fail.
-void occupy_closed_streams() {
-  int descriptor = ::open("/dev/null", O_RDONLY);
-  while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = ::open("/dev/null", O_RDONLY);
-  if (descriptor > STDERR_FILENO) ::close(descriptor);
-}
+  /// For what exit() leaves behind.
+  ~StandardOutput() { flush(); }
+
+  /// Free bytes behind the text, enough for most lines; `use` makes the first of them part of it.
+  std::span<char> room() {
+    if (sizeof text_ - length_ < kUsualLine) flush();
+    return std::span(text_).subspan(length_);
+  }
+  void use(std::size_t count) { length_ += count; }
+
+  void append(std::string_view text) {
+    if (text.size() > sizeof text_ - length_) flush();
+    if (text.size() > sizeof text_) return write(text);
+    std::memcpy(text_ + length_, text.data(), text.size());
+    length_ += text.size();
+  }
+
+  void flush() { write({text_, std::exchange(length_, 0)}); }
+
+  bool failed() const { return failed_; }
+
+ private:
+  static constexpr std::size_t kUsualLine = 512;
+
+  /// After a write that failed nothing more is written: what comes out is whole up to there.
+  void write(std::string_view text) {
+    while (!text.empty() && !failed_) {
+      const ssize_t written = ::write(STDOUT_FILENO, text.data(), text.size());
+      if (written > 0) {
+        text.remove_prefix(static_cast<std::size_t>(written));
+      } else {
+        failed_ = written == 0 || errno != EINTR;
+      }
+    }
+  }
+
+  std::size_t length_ = 0;
+  bool failed_ = false;
+  char text_[std::size_t{64} * 1024] = {};
+};
+
+constinit StandardOutput standard_output;
+bool passing_line_shown = false;
 
 }  // namespace
 
 void open_console() {
-  occupy_closed_streams();
-  std::setvbuf(stdout, output_buffer, _IOFBF, sizeof output_buffer);
-  // One thread: no lock for each of a million lines.
-  __fsetlocking(stdout, FSETLOCKING_BYCALLER);
+  int descriptor = ::open("/dev/null", O_RDONLY);
+  while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = ::open("/dev/null", O_RDONLY);
+  if (descriptor > STDERR_FILENO) ::close(descriptor);
 }
 
 void erase_passing_line() {
@@ -44,36 +88,35 @@ void erase_passing_line() {
 
 void show_passing_line(std::string_view text) {
   // What waits in the buffer of standard output belongs above the line, not into it.
-  std::fflush(stdout);
+  standard_output.flush();
   std::fprintf(stderr, "\r%.*s\033[K", static_cast<int>(text.size()), text.data());
   passing_line_shown = true;
 }
 
 void print(const char* format, ...) {
   erase_passing_line();
-  std::va_list arguments;
+  std::va_list arguments, again;
   va_start(arguments, format);
-  char text[512];
-  std::size_t length = sizeof text;
-  std::va_list plain;
-  va_copy(plain, arguments);
-  if (format_plain(text, length, format, plain)) {
-    std::fwrite(text, 1, length, stdout);
+  va_copy(again, arguments);
+  const std::span<char> room = standard_output.room();
+  std::size_t length = room.size();
+  if (format_plain(room.data(), length, format, arguments)) {
+    standard_output.use(length);
   } else {
-    std::vfprintf(stdout, format, arguments);
+    standard_output.append(format_text_list(format, again));
   }
-  va_end(plain);
+  va_end(again);
   va_end(arguments);
 }
 
 void print_text(std::string_view text) {
   erase_passing_line();
-  std::fwrite(text.data(), 1, text.size(), stdout);
+  standard_output.append(text);
 }
 
 void print_message(const char* format, ...) {
   erase_passing_line();
-  std::fflush(stdout);
+  standard_output.flush();
   std::va_list arguments;
   va_start(arguments, format);
   std::vfprintf(stderr, format, arguments);
@@ -82,14 +125,17 @@ void print_message(const char* format, ...) {
 
 void report_message(std::string_view text, Echo echo) {
   erase_passing_line();
-  std::fflush(stdout);
+  standard_output.flush();
   std::fwrite(text.data(), 1, text.size(), stderr);
   if (echo == Echo::on) print_text(text);
   if (syslog_forced()) syslog(LOG_USER | LOG_ERR, "%.*s", static_cast<int>(text.size()), text.data());
 }
 
-bool console_failed() { return std::ferror(stdout) != 0; }
+bool console_failed() { return standard_output.failed(); }
 
-bool flush_console() { return std::fflush(stdout) == 0 && !console_failed(); }
+bool flush_console() {
+  standard_output.flush();
+  return !console_failed();
+}
 
 }  // namespace support

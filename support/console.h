@@ -4,11 +4,13 @@
 
 namespace support {
 
-/// Gives standard output its large buffer; keeps the places of standard streams that the caller has closed
-/// from the files opened later. Called once, before anything is printed.
+/// Takes the places of standard streams that the caller has closed: a file opened later would be given one of
+/// them, and reports would be written into it. Writes to such a stream still fail. Called once, before any
+/// file is opened.
 void open_console();
 
-/// Reports and trace lines: printf to standard output.
+/// Reports and trace lines: printf to standard output, whose text is gathered and written in large pieces.
+/// All that goes there goes through these functions, not through stdio.
 [[gnu::format(printf, 1, 2)]] void print(const char* format, ...);
 
 /// The same for text that is ready; the fast way for lines by the million.

@@ -3,6 +3,7 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "support/console.h"
 #include "support/environment.h"
 
 namespace support {
@@ -25,7 +26,7 @@ DiagnosticsChannel::DiagnosticsChannel(std::string_view name) : enabled_(lists(w
 
 void DiagnosticsChannel::print(const char* format, ...) const {
   if (!enabled_) return;
-  std::fflush(stdout);
+  flush_console();
   std::va_list arguments;
   va_start(arguments, format);
   std::vfprintf(stderr, format, arguments);

@@ -1,7 +1,5 @@
 #include "tests/support/part_session.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <span>
@@ -14,16 +12,6 @@
 #include "support/error_escape.h"
 
 namespace test_support {
-
-Output captured(const std::function<void()>& run) {
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
-  run();
-  Output output;
-  output.out = testing::internal::GetCapturedStdout();
-  output.err = testing::internal::GetCapturedStderr();
-  return output;
-}
 
 PartSession::PartSession(std::string bytes, inspect::InspectOptions options, std::string name)
     : bytes_(std::move(bytes)),

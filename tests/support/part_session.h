@@ -6,16 +6,9 @@
 
 #include "inspect/records/inspect_file.h"
 #include "inspect/records/inspect_options.h"
+#include "tests/support/captured.h"
 
 namespace test_support {
-
-/// What was written while something ran.
-struct Output {
-  std::string out;
-  std::string err;
-};
-
-Output captured(const std::function<void()>& run);
 
 /// A part stream in memory with the run of a file around it: what is written is kept, content errors are
 /// reported as the driver does.

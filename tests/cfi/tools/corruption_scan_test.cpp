@@ -5,6 +5,7 @@
 #include <random>
 
 #include "support/text_format.h"
+#include "tests/support/captured.h"
 #include "tests/support/program_runner.h"
 
 namespace {
@@ -18,10 +19,12 @@ std::string scan(const std::string& content, std::int32_t version, bool statisti
                  ScanVerdict expected = ScanVerdict::corrupt) {
   static const test_support::TemporaryFolder folder;
   const std::string file = folder.write("part", content);
-  testing::internal::CaptureStdout();
-  const ScanVerdict verdict = cfi_tools::scan_for_corruption(
-      {.file_name = file, .silent = true, .statistics = statistics, .version = version});
-  std::string output = testing::internal::GetCapturedStdout();
+  ScanVerdict verdict = {};
+  std::string output =
+      test_support::captured([&] {
+        verdict = cfi_tools::scan_for_corruption(
+            {.file_name = file, .silent = true, .statistics = statistics, .version = version});
+      }).out;
   EXPECT_EQ(verdict, expected) << output;
   return output;
 }
@@ -173,11 +176,12 @@ TEST(CorruptionScan, SpeaksOnlyWhenAskedAndNotSilent) {
       {"/tmp", false, false, ScanVerdict::not_opened, ""},
   };
   for (const auto& c : cases) {
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(cfi_tools::scan_for_corruption(
-                  {.file_name = c.name, .silent = c.silent, .scan_requested = c.requested, .version = 70}),
-              c.verdict);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), c.output);
+    const auto output = test_support::captured([&] {
+      EXPECT_EQ(cfi_tools::scan_for_corruption(
+                    {.file_name = c.name, .silent = c.silent, .scan_requested = c.requested, .version = 70}),
+                c.verdict);
+    });
+    EXPECT_EQ(output.out, c.output);
   }
 }
 

@@ -4,6 +4,7 @@
 #include <xxhash.h>
 
 #include "support/error_escape.h"
+#include "tests/support/captured.h"
 #include "tests/support/record_bytes.h"
 
 namespace {
@@ -22,13 +23,15 @@ std::string with_checksum(const std::string& bytes) {
 
 std::string print(const std::string& bytes, cfi_tools::ToggleChecksums& checksums) {
   support::MemorySource source(std::as_bytes(std::span(bytes)));
-  testing::internal::CaptureStdout();
-  try {
-    checksums = cfi_tools::print_feature_toggles(source);
-  } catch (const support::ErrorEscape& escape) {
-    return testing::internal::GetCapturedStdout() + "!" + escape.message();
-  }
-  return testing::internal::GetCapturedStdout();
+  std::string end;
+  const auto output = test_support::captured([&] {
+    try {
+      checksums = cfi_tools::print_feature_toggles(source);
+    } catch (const support::ErrorEscape& escape) {
+      end = "!" + escape.message();
+    }
+  });
+  return output.out + end;
 }
 
 TEST(FeatureToggles, PrintsEachAndComputesTheChecksum) {

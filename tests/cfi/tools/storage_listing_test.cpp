@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/error_escape.h"
+#include "tests/support/captured.h"
 #include "tests/support/container_builder.h"
 #include "tests/support/program_runner.h"
 
@@ -15,13 +16,15 @@ using test_support::ContainerDamage;
 std::string list(const std::string& bytes) {
   const test_support::TemporaryFolder folder;
   const OwnedStorage root(CFI_open_storage_file(folder.write("part", bytes), "R"));
-  testing::internal::CaptureStdout();
-  try {
-    cfi_tools::print_storages(root.get());
-  } catch (const support::ErrorEscape& escape) {
-    return testing::internal::GetCapturedStdout() + "!" + std::to_string(escape.code());
-  }
-  return testing::internal::GetCapturedStdout();
+  std::string end;
+  const auto output = test_support::captured([&] {
+    try {
+      cfi_tools::print_storages(root.get());
+    } catch (const support::ErrorEscape& escape) {
+      end = "!" + std::to_string(escape.code());
+    }
+  });
+  return output.out + end;
 }
 
 const std::string kColumns =

@@ -8,6 +8,7 @@
 #include "inspect/records/inspect_errors.h"
 #include "inspect/records/object_manager_reader.h"
 #include "inspect/records/traced_readers.h"
+#include "tests/support/captured.h"
 #include "tests/support/object_builder.h"
 #include "tests/support/opened_part.h"
 #include "tests/support/part_builder.h"
@@ -221,9 +222,9 @@ TEST(ObjectManager, TracesFieldsInTheirOrder) {
   plan.programs[0].saves[0].time = 0;
   OpenedPart opened(part_of(plan, inspect::kPath));
   ObjectManagerPartition om;
-  testing::internal::CaptureStdout();
-  read_object_manager_partition(opened.file, opened.file.partitions[0], om, true);
-  const std::string trace = testing::internal::GetCapturedStdout();
+  const std::string trace = test_support::captured([&] {
+                              read_object_manager_partition(opened.file, opened.file.partitions[0], om, true);
+                            }).out;
   std::size_t at = 0;
   for (const char* label :
        {"Reading Intro to OM file ('O', 'M', machine info): 7 bytes @",

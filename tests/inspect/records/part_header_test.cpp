@@ -8,6 +8,7 @@
 #include "inspect/records/part_header_reader.h"
 #include "inspect/records/partition_index.h"
 #include "support/error_escape.h"
+#include "tests/support/captured.h"
 #include "tests/support/part_builder.h"
 #include "tests/support/part_reading.h"
 
@@ -19,25 +20,23 @@ using test_support::PartReading;
 
 /// Reads header and index (or directories); the text of the escape, empty when there was none.
 std::string read(PartReading& reading) {
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
   std::string message;
-  try {
-    inspect::read_part_header(reading.file, false);
-    if (reading.file.has_markers) {
-      inspect::read_partition_index(reading.file, false);
-    } else {
-      inspect::start_directory_chain(reading.file);
+  const auto output = test_support::captured([&] {
+    try {
+      inspect::read_part_header(reading.file, false);
+      if (reading.file.has_markers) {
+        inspect::read_partition_index(reading.file, false);
+      } else {
+        inspect::start_directory_chain(reading.file);
+      }
+      for (std::size_t i = 0; i < reading.file.partitions.size(); ++i) {
+        inspect::check_partition_start(reading.file, reading.file.partitions[i], false);
+      }
+    } catch (const support::ErrorEscape& escape) {
+      message = escape.message();
     }
-    for (std::size_t i = 0; i < reading.file.partitions.size(); ++i) {
-      inspect::check_partition_start(reading.file, reading.file.partitions[i], false);
-    }
-  } catch (const support::ErrorEscape& escape) {
-    message = escape.message();
-  }
-  testing::internal::GetCapturedStdout();
-  message += testing::internal::GetCapturedStderr().find(" \n ") != std::string::npos ? "[warned]" : "";
-  return message;
+  });
+  return message + (output.err.find(" \n ") != std::string::npos ? "[warned]" : "");
 }
 
 std::string read(const PartBuilder& part) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "support/error_escape.h"
+#include "tests/support/captured.h"
 #include "tests/support/part_reading.h"
 
 namespace {
@@ -16,24 +17,18 @@ using support::ErrorEscape;
 using test_support::PartReading;
 
 std::string message_of(auto action) {
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
   std::string message = "no escape";
-  try {
-    action();
-  } catch (const ErrorEscape& escape) {
-    message = escape.message();
-  }
-  testing::internal::GetCapturedStdout();
-  testing::internal::GetCapturedStderr();
+  test_support::captured([&] {
+    try {
+      action();
+    } catch (const ErrorEscape& escape) {
+      message = escape.message();
+    }
+  });
   return message;
 }
 
-std::string output_of(auto action) {
-  testing::internal::CaptureStdout();
-  action();
-  return testing::internal::GetCapturedStdout();
-}
+std::string output_of(auto action) { return test_support::captured(action).out; }
 
 PartitionEntry compact_partition() {
   PartitionEntry partition;

@@ -9,6 +9,7 @@
 #include "inspect/report/external_references.h"
 #include "inspect/report/filing_history.h"
 #include "inspect/report/machine_format.h"
+#include "tests/support/captured.h"
 #include "tests/support/object_builder.h"
 #include "tests/support/opened_part.h"
 #include "tests/support/part_builder.h"
@@ -21,11 +22,7 @@ using test_support::PartBuilder;
 
 template <typename Call>
 std::string output_of(Call call) {
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
-  call();
-  testing::internal::GetCapturedStderr();
-  return testing::internal::GetCapturedStdout();
+  return test_support::captured(call).out;
 }
 
 std::size_t occurrences(const std::string& text, const std::string& wanted) {

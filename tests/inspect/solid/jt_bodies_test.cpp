@@ -5,6 +5,7 @@
 
 #include "cfi/expanded_source.h"
 #include "inspect/records/inspect_errors.h"
+#include "tests/support/captured.h"
 #include "tests/support/lz4_frame.h"
 #include "tests/support/program_runner.h"
 #include "tests/support/record_bytes.h"
@@ -43,15 +44,15 @@ class JtBodies : public testing::Test {
   ~JtBodies() override { std::filesystem::current_path("/"); }
 
   std::string list(support::ByteSource& source, const char* name = "JT") {
-    testing::internal::CaptureStdout();
-    testing::internal::CaptureStderr();
-    try {
-      inspect::list_jt_bodies(file_, source, name);
-    } catch (const support::ErrorEscape& escape) {
-      inspect::report_escape(file_, escape);
-    }
-    errors_ = testing::internal::GetCapturedStderr();
-    return testing::internal::GetCapturedStdout();
+    const auto output = test_support::captured([&] {
+      try {
+        inspect::list_jt_bodies(file_, source, name);
+      } catch (const support::ErrorEscape& escape) {
+        inspect::report_escape(file_, escape);
+      }
+    });
+    errors_ = output.err;
+    return output.out;
   }
 
   std::string list(const std::string& stream, const char* name = "JT") {
