@@ -30,13 +30,13 @@ std::int32_t read_count(FileContainer& in) {
   return count;
 }
 
-// Leaves the path at the end of the index's block of paths.
+// Leaves the path at the end of the index's block of records.
 std::string_view read_path(FileContainer& in, StorageIndex& index) {
   const std::int32_t length = in.read_int32("element path length");
   if (length < 1 || length > limits::kPathBytes) throw make_error(kNameTooLong, length);
   const auto size = static_cast<std::size_t>(length);
   in.require(size);
-  char* path = index.extend_paths(size);
+  char* path = index.extend_records(size);
   in.read_text(path, size, "element path");
   return {path, size};
 }
@@ -92,7 +92,7 @@ void read_index(FileContainer& in, int version, IndexArea area, StorageIndex& in
   if (area == IndexArea::header && version >= kFirstVersionWithPartHeader) read_part_header(in, part_header);
   if (version >= kFirstVersionWithChecksum) check_checksum(in);
   // Only now: a path that a flipped bit made ill-formed is named as what it is, a wrong checksum.
-  if (index.broken_condition() != nullptr) check_path(index.broken_path());
+  if (index.broken_path()) check_path(*index.broken_path());
 }
 
 }  // namespace VRX::System::CFI

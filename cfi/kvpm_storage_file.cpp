@@ -35,12 +35,11 @@ ElementRecord KVPMStorageFile::record(ElementId element) {
 
 ElementNode KVPMStorageFile::node(ElementId element) const {
   const StorageIndex& index = top_.index();
-  ElementNode node{ElementType::storage, last_component(index.element_path(element)), IndexArea::header, 0,
-                   0};
+  ElementNode node{ElementType::storage, index.element_name(element), IndexArea::header, 0, 0};
   if (element == kRootElement) return node;
   const std::uint32_t number = StorageIndex::entry_number(element);
   node.area = index.area(number);
-  const IndexEntry& entry = index.entry(number);
+  const IndexEntry entry = index.entry(number);
   if (StorageIndex::is_implied(element) || entry.is_storage()) return node;
   node.type = ElementType::stream;
   node.start_offset = entry.offset();

@@ -12,39 +12,32 @@ namespace VRX::System::CFI {
 KVPMTree::KVPMTree(const StorageIndex& index) : index_(index) {
   nodes_.emplace_back();
   grow_slots();
-  add_storages();
+  add_parents();
+  add_entries();
   place_children();
   order_nodes();
 }
 
-std::uint32_t KVPMTree::run_end(std::size_t run) const {
-  const PlainArray<ParentRun>& runs = index_.parent_runs();
-  return run + 1 < runs.size() ? runs[run + 1].first : index_.size();
-}
-
-void KVPMTree::add_storages() {
-  const PlainArray<ParentRun>& runs = index_.parent_runs();
+void KVPMTree::add_parents() {
   std::vector<Level> levels = {{0, kRootPathLength}};
-  run_nodes_.reserve(runs.size());
-  for (std::size_t run = 0; run < runs.size(); ++run) {
-    const std::uint32_t first = runs[run].first;
-    const std::string_view parent = index_.path(first).substr(0, runs[run].parent_length);
+  const auto count = static_cast<std::uint32_t>(index_.parents().size());
+  parent_nodes_.reserve(count);
+  std::string_view before = kRootPath;
+  for (std::uint32_t number = 0; number < count; ++number) {
+    const std::string_view parent = index_.parent_path(number);
     if (parent.empty()) {
-      run_nodes_.push_back(kNone);
+      parent_nodes_.push_back(kNone);
       continue;
     }
     // What this parent shares with the one before needs no search.
-    const std::string_view before =
-        run == 0 || run_nodes_.back() == kNone
-            ? std::string_view(kRootPath)
-            : index_.path(runs[run - 1].first).substr(0, runs[run - 1].parent_length);
     const auto shared = static_cast<std::size_t>(std::ranges::mismatch(before, parent).in1 - before.begin());
     while (levels.back().path_length > shared ||
            (levels.back().path_length < parent.size() && parent[levels.back().path_length] != '/')) {
       levels.pop_back();
     }
-    enter(parent, first, levels);
-    add_run(run, levels.back().node);
+    enter(parent, index_.parents()[number].first, levels);
+    parent_nodes_.push_back(levels.back().node);
+    before = parent;
   }
 }
 
@@ -58,14 +51,14 @@ void KVPMTree::enter(std::string_view parent, std::uint32_t entry, std::vector<L
   }
 }
 
-void KVPMTree::add_run(std::size_t run, std::uint32_t node) {
-  run_nodes_.push_back(node);
-  const std::uint32_t end = run_end(run);
-  for (std::uint32_t number = index_.parent_runs()[run].first; number < end; ++number) {
-    const IndexEntry& entry = index_.entry(number);
+void KVPMTree::add_entries() {
+  for (std::uint32_t number = 0; number < index_.size(); ++number) {
+    const std::uint32_t node = parent_nodes_[index_.parent_of(number)];
+    if (node == kNone) continue;
+    const IndexEntry entry = index_.entry(number);
     if (entry.is_storage()) {
       const ElementId listed = StorageIndex::listed(number);
-      Node& found = nodes_[find_or_add(node, last_component(index_.path(number)), listed)];
+      Node& found = nodes_[find_or_add(node, entry.name, listed)];
       if (StorageIndex::is_implied(found.element)) found.element = listed;
     } else {
       ++nodes_[node].child_count;
@@ -75,7 +68,7 @@ void KVPMTree::add_run(std::size_t run, std::uint32_t node) {
 }
 
 std::string_view KVPMTree::name_of(std::uint32_t node) const {
-  return last_component(index_.element_path(nodes_[node].element));
+  return index_.element_name(nodes_[node].element);
 }
 
 std::size_t KVPMTree::slot_of(std::uint32_t parent, std::string_view name) const {
@@ -124,12 +117,9 @@ void KVPMTree::place_children() {
   const auto place = [this](Node& node, std::uint32_t child) {
     children_[node.first_child + node.child_count++] = child;
   };
-  for (std::size_t run = 0; run < run_nodes_.size(); ++run) {
-    if (run_nodes_[run] == kNone) continue;
-    const std::uint32_t end = run_end(run);
-    for (std::uint32_t number = index_.parent_runs()[run].first; number < end; ++number) {
-      if (!index_.entry(number).is_storage()) place(nodes_[run_nodes_[run]], number);
-    }
+  for (std::uint32_t number = 0; number < index_.size(); ++number) {
+    const std::uint32_t node = parent_nodes_[index_.parent_of(number)];
+    if (node != kNone && !index_.entry(number).is_storage()) place(nodes_[node], number);
   }
   for (std::uint32_t node = 1; node < nodes_.size(); ++node) {
     place(nodes_[nodes_[node].parent], index_.size() + node);
@@ -193,8 +183,8 @@ std::vector<ElementId> KVPMTree::children(ElementId storage) const {
   }
   const auto comes_before = [this](const SortItem& a, const SortItem& b) {
     if (a.key != b.key) return a.key < b.key;
-    const std::string_view name_a = last_component(index_.element_path(child_element(a.child)));
-    const std::string_view name_b = last_component(index_.element_path(child_element(b.child)));
+    const std::string_view name_a = index_.element_name(child_element(a.child));
+    const std::string_view name_b = index_.element_name(child_element(b.child));
     return name_a != name_b ? name_a < name_b : a.child < b.child;
   };
   // A writer that lists what it lays out has sorted already.

@@ -45,10 +45,9 @@ class KVPMTree {
     std::uint32_t child = 0;
   };
 
-  std::uint32_t run_end(std::size_t run) const;
-  void add_storages();
+  void add_parents();
   void enter(std::string_view parent, std::uint32_t entry, std::vector<Level>& levels);
-  void add_run(std::size_t run, std::uint32_t node);
+  void add_entries();
   std::uint32_t find_or_add(std::uint32_t parent, std::string_view name, ElementId element);
   void place_children();
   void order_nodes();
@@ -62,11 +61,11 @@ class KVPMTree {
   SortItem sort_item(std::uint32_t child) const;
 
   const StorageIndex& index_;
-  std::vector<Node> nodes_;                // the root first, each storage behind its parent
-  std::vector<std::uint32_t> slots_;       // open hash table of nodes over (parent, name)
-  std::vector<std::uint32_t> run_nodes_;   // the storage of each run of entries, kNone for "/Root" itself
-  std::vector<std::uint32_t> children_;    // a stream: its entry; a storage: number of entries + its node
-  std::vector<std::uint32_t> by_element_;  // nodes sorted by element
+  std::vector<Node> nodes_;                  // the root first, each storage behind its parent
+  std::vector<std::uint32_t> slots_;         // open hash table of nodes over (parent, name)
+  std::vector<std::uint32_t> parent_nodes_;  // the storage of each parent path, kNone for that of "/Root"
+  std::vector<std::uint32_t> children_;      // a stream: its entry; a storage: number of entries + its node
+  std::vector<std::uint32_t> by_element_;    // nodes sorted by element
 };
 
 }  // namespace VRX::System::CFI

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <type_traits>
 
 #include "cfi/memory_block.h"
@@ -30,6 +31,12 @@ class PlainArray {
   }
 
   void push_back(const Value& value) { *extend(1) = value; }
+
+  /// Drops `count` values from `first` on; those behind them move down.
+  void erase(std::size_t first, std::size_t count) {
+    std::memmove(values() + first, values() + first + count, (size_ - first - count) * sizeof(Value));
+    size_ -= count;
+  }
 
   /// Drops the values from `size` on.
   void truncate(std::size_t size) { size_ = std::min(size_, size); }

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -12,10 +13,9 @@
 
 namespace VRX::System::CFI {
 
-/// One listed element. Its path stands in the block of paths of its index, without a final "/".
+/// One listed element. Its name stands in the block of its index.
 struct IndexEntry {
-  std::uint64_t path_offset = 0;
-  std::uint32_t path_length = 0;
+  std::string_view name;
   ElementType type = ElementType::stream;
   /// A stream's element offset and element size; a storage's 16 bytes of class identifier.
   std::array<std::uint64_t, 2> fields = {};
@@ -27,25 +27,32 @@ struct IndexEntry {
   ClassId class_id() const;
 };
 
-/// A run of entries that lie in the same storage: from `first` to the next run.
-struct ParentRun {
-  std::uint32_t first = 0;
-  std::uint32_t parent_length = 0;
+/// What stands before the last "/" of one or more paths.
+struct ParentPath {
+  std::uint64_t offset = 0;  ///< into the block of parent paths
+  std::uint32_t length = 0;
+  std::uint32_t first = 0;  ///< the first entry below it
 };
 
 /// The elements that the indexes of one file list, in the order listed: first those of the header index,
-/// then those of the footer index. Kept in a few large blocks, since there may be millions.
+/// then those of the footer index. There may be millions, and memory touched for the first time costs more
+/// than anything else here. So an entry keeps the number of its parent path, which siblings share, and one
+/// record in a block of bytes: its name; its fields, without the leading zeroes of a stream's; a byte that
+/// tells their widths.
 ///
 /// An ElementId of the maker's format is an entry number + 1 in its low 33 bits; the high bits hold 0, or
 /// the length of a prefix of the entry's path: the storage of that path, which is listed nowhere itself.
 class StorageIndex {
  public:
-  std::uint32_t size() const { return static_cast<std::uint32_t>(entries_.size()); }
-  const IndexEntry& entry(std::uint32_t number) const { return entries_[number]; }
-  std::string_view path(std::uint32_t number) const { return path_of(entries_[number]); }
+  std::uint32_t size() const { return static_cast<std::uint32_t>(starts_.size()); }
+  IndexEntry entry(std::uint32_t number) const;
+  std::string path(std::uint32_t number) const;
 
   /// Entries from here on come from the footer index.
-  void start_footer() { footer_start_ = size(); }
+  void start_footer() {
+    footer_start_ = size();
+    footer_records_ = records_.size();
+  }
   IndexArea area(std::uint32_t number) const {
     return number < footer_start_ ? IndexArea::header : IndexArea::footer;
   }
@@ -65,8 +72,13 @@ class StorageIndex {
   /// The highest end of a listed stream; never wraps, since offset and size are below 2^63.
   std::uint64_t highest_end() const { return highest_end_; }
 
-  /// Entries grouped by the storage that they lie in.
-  const PlainArray<ParentRun>& parent_runs() const { return parent_runs_; }
+  /// The parent paths in the order in which they come up. None is empty but that of "/Root" itself; one may
+  /// be there more than once.
+  const PlainArray<ParentPath>& parents() const { return parents_; }
+  std::string_view parent_path(std::uint32_t parent) const {
+    return {parent_paths_.data() + parents_[parent].offset, parents_[parent].length};
+  }
+  std::uint32_t parent_of(std::uint32_t number) const { return parent_numbers_[number]; }
 
   static ElementId listed(std::uint32_t number) { return ElementId{number} + 1; }
   static ElementId implied(std::uint32_t number, std::size_t prefix_length) {
@@ -77,37 +89,51 @@ class StorageIndex {
     return static_cast<std::uint32_t>((element & ((ElementId{1} << kEntryBits) - 1)) - 1);
   }
 
-  /// The full path of any element, kRootElement included; valid until entries are added.
-  std::string_view element_path(ElementId element) const;
+  /// The full path of any element, kRootElement included, and its last component, which is valid until
+  /// entries are added.
+  std::string element_path(ElementId element) const;
+  std::string_view element_name(ElementId element) const;
 
-  /// For the reader of an index: room for a path, to be followed by `add` with the length kept.
-  char* extend_paths(std::size_t length) { return paths_.extend(length); }
+  /// For the reader of an index: room for a path, to be followed by `add` with the same length.
+  char* extend_records(std::size_t path_length) { return records_.extend(path_length); }
 
-  /// Adds an entry over the last `path_length` bytes of the block of paths, less a final "/".
+  /// Makes an entry of the path at the end of the block of records, less a final "/".
   void add(std::uint32_t path_length, ElementType type, const std::array<std::uint64_t, 2>& fields);
 
-  /// The condition that the first ill-formed path breaks, nullptr when all are sound.
-  const char* broken_condition() const { return broken_condition_; }
-  std::string_view broken_path() const { return path(broken_entry_); }
+  /// The first path that is ill-formed; nothing when all are sound.
+  const std::optional<std::string>& broken_path() const { return broken_path_; }
 
  private:
   static constexpr unsigned kEntryBits = 33;
 
-  std::string_view path_of(const IndexEntry& entry) const {
-    return {paths_.data() + entry.path_offset, entry.path_length};
-  }
-  bool lies_in_last_parent(std::string_view path) const;
-  void start_run(std::string_view path);
+  static constexpr std::uint32_t kNone = UINT32_MAX;
 
-  PlainArray<char> paths_;
-  PlainArray<IndexEntry> entries_;
+  std::uint64_t record_end(std::uint32_t number) const {
+    return number + 1 < size() ? starts_[number + 1] : records_.size();
+  }
+  std::string_view implied_path(ElementId element) const {
+    return parent_path(parent_of(entry_number(element)))
+        .substr(0, static_cast<std::size_t>(element >> kEntryBits));
+  }
+  bool is_path(std::uint32_t number, std::string_view path) const;
+  std::optional<std::uint32_t> known_parent(std::string_view parent) const;
+  std::uint32_t add_parent(std::string_view parent);
+  std::size_t first_slot(std::string_view parent) const;
+  void enter_in_slots(std::uint32_t parent);
+  void append_fields(ElementType type, const std::array<std::uint64_t, 2>& fields);
+
+  PlainArray<char> records_;
+  PlainArray<std::uint64_t> starts_;  // of the records
+  PlainArray<std::uint32_t> parent_numbers_;
   PlainArray<std::uint32_t> fingerprints_;
-  PlainArray<ParentRun> parent_runs_;
-  std::uint32_t footer_start_ = UINT32_MAX;
+  PlainArray<char> parent_paths_;
+  PlainArray<ParentPath> parents_;
+  std::vector<std::uint32_t> slots_;  // hash table of parents; one that finds no room there comes up again
+  std::uint32_t footer_start_ = kNone;
+  std::size_t footer_records_ = 0;
   std::uint64_t highest_end_ = 0;
   std::uint64_t highest_header_end_ = 0;
-  const char* broken_condition_ = nullptr;
-  std::uint32_t broken_entry_ = 0;
+  std::optional<std::string> broken_path_;
 };
 
 }  // namespace VRX::System::CFI

@@ -47,8 +47,8 @@ TopStorageWriter::TopStorageWriter(std::string file_name, TopStorage& old)
 }
 
 TopStorageWriter::Number TopStorageWriter::add_from_old(const StorageIndex& index, std::uint32_t entry) {
-  const IndexEntry& listed = index.entry(entry);
-  const std::string_view path = index.path(entry);
+  const IndexEntry listed = index.entry(entry);
+  const std::string path = index.path(entry);
   if (listed.is_storage()) {
     const Number storage = storage_from_old(path);
     set_class(storage, listed.class_id());
@@ -56,7 +56,7 @@ TopStorageWriter::Number TopStorageWriter::add_from_old(const StorageIndex& inde
   }
   // Of two streams with one path only the first can ever be read.
   if (const auto known = find(path)) return *known;
-  storage_from_old(path.substr(0, path.rfind('/')));
+  storage_from_old(index.parent_path(index.parent_of(entry)));
   const Number stream = add(path, ElementType::stream);
   elements_[stream].listed.offset = listed.offset();
   elements_[stream].listed.size_bytes = listed.size();

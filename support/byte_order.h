@@ -3,24 +3,28 @@
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
+#include <utility>
 
 namespace support {
+
+/// Byte `i` shifted left by `shift(i)` bits, in one expression for all: compilers make a single load of it.
+template <typename Integer, std::size_t... i>
+constexpr Integer join_bytes(const unsigned char* bytes, std::index_sequence<i...>, auto shift) {
+  using Unsigned = std::make_unsigned_t<Integer>;
+  return static_cast<Integer>(static_cast<Unsigned>(((std::uint64_t{bytes[i]} << shift(i)) | ...)));
+}
 
 /// Integers built from bytes, least or most significant byte first; `bytes` needs no alignment.
 template <typename Integer>
 constexpr Integer load_little(const unsigned char* bytes) {
-  using Unsigned = std::make_unsigned_t<Integer>;
-  std::uint64_t value = 0;
-  for (std::size_t i = 0; i < sizeof(Integer); ++i) value |= std::uint64_t{bytes[i]} << (8 * i);
-  return static_cast<Integer>(static_cast<Unsigned>(value));
+  return join_bytes<Integer>(bytes, std::make_index_sequence<sizeof(Integer)>(),
+                             [](std::size_t i) { return 8 * i; });
 }
 
 template <typename Integer>
 constexpr Integer load_big(const unsigned char* bytes) {
-  using Unsigned = std::make_unsigned_t<Integer>;
-  std::uint64_t value = 0;
-  for (std::size_t i = 0; i < sizeof(Integer); ++i) value = value << 8U | bytes[i];
-  return static_cast<Integer>(static_cast<Unsigned>(value));
+  return join_bytes<Integer>(bytes, std::make_index_sequence<sizeof(Integer)>(),
+                             [](std::size_t i) { return 8 * (sizeof(Integer) - 1 - i); });
 }
 
 template <typename Integer>
