@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """The speed of each capability beside a tool that does the least that it could do.
 
-Both commands of a row run in turn, as whole processes on files in the page cache; the table gives the paired
-median ratio of their times with minimum and maximum. Usage: benchmarks.py PROGRAM [ROW...]
+Both commands of a row run in turn, as whole processes on files in the page cache; the table (Markdown) gives the
+paired median ratio of their times with minimum and maximum, both goals (wished for / least), and the program's peak
+memory. Usage: benchmarks.py PROGRAM [ROW...]
 """
 import os
 import shutil
@@ -105,35 +106,42 @@ class Bench:
                 f"pigz -dc -p1 {deflated} >{self.path('pigz.out')}", 9)
 
 
+# Capability: method, input, goal, least.
 ROWS = {
-    "one small part": ("small_part", 1.10, 1.30),
-    "10,000 small parts": ("many_parts", 0.90, 1.10),
-    "10,000 small parts, -release": ("many_releases", 0.90, 1.10),
-    "1,000,000 index entries": ("index", 4.0, 5.0),
-    "listing of 1,000,000 streams": ("listing", 1.5, 2.5),
-    "-scan of 2 GiB": ("scan", 0.95, 1.10),
-    "-extract_stream of 128 MiB": ("stream_copy", 1.10, 1.25),
-    "LZ4-framed JT stream of 512 MiB": ("lz4", 0.95, 1.10),
-    "history of 200,000 saves": ("saves", 1.0, 1.0),
-    "-check_checksums of 500 MiB": ("check", 1.0, 1.15),
-    "-extract of 128 MiB": ("extract", 1.0, 1.15),
+    "summary, small part": ("small_part", "1 flat part, 2.6 KB", 1.10, 1.30),
+    "summary, many parts": ("many_parts", "10,000 flat parts, 2.6 KB each", 0.90, 1.10),
+    "`-release`, many parts": ("many_releases", "the same", 0.90, 1.10),
+    "summary, large index": ("index", "1,000,000 index entries, 65 MB", 4.0, 5.0),
+    "`-storages`, large index": ("listing", "the same; less the time of the summary", 1.5, 2.5),
+    "`-scan`": ("scan", "2 GiB", 0.95, 1.10),
+    "`-extract_stream`": ("stream_copy", "128 MiB", 1.10, 1.25),
+    "summary, LZ4-framed JT": ("lz4", "512 MiB expanded", 0.95, 1.10),
+    "summary, long history": ("saves", "200,000 saves, 4 MB", 1.0, 1.0),
+    "`-check_checksums`": ("check", "500 MiB expanded", 1.0, 1.15),
+    "`-extract`": ("extract", "128 MiB expanded", 1.0, 1.15),
 }
+
+
+def row(program, folder, name):
+    method, contents, goal, least = ROWS[name]
+    ours, peer, runs, *left_out = getattr(Bench(program, folder), method)()
+    found = compare(ours, peer, runs, *left_out)
+    words = [word for word in shown(peer)[:60].split() if "/" not in word]
+    return (f"| {name} | {contents} | `{' '.join(words[:3])}` | {found.median:.2f} | {found.low:.2f} to {found.high:.2f} | "
+            f"{goal:.2f} / {least:.2f} | {found.our_seconds * 1e3:.1f} ms | {found.peer_seconds * 1e3:.1f} ms | "
+            f"{found.our_peak_bytes / 1e6:.1f} MB |")
 
 
 def main():
     program, wanted = sys.argv[1], sys.argv[2:]
-    print("| capability | beside | median | min | max | ours | peer | goal |")
-    print("|---|---|---|---|---|---|---|---|", flush=True)
-    for name, (method, goal, least) in ROWS.items():
+    print("| capability | input | beside | ratio | from, to | goal | ours | theirs | peak memory |")
+    print("|---|---|---|---|---|---|---|---|---|", flush=True)
+    for name, (method, *_) in ROWS.items():
         if wanted and not any(word in (name, method) for word in wanted):
             continue
         folder = tempfile.mkdtemp(prefix="vrii_bench_")
         try:
-            ours, peer, runs, *left_out = getattr(Bench(program, folder), method)()
-            median, low, high, our_time, peer_time = compare(ours, peer, runs, *left_out)
-            words = shown(peer)[:40].replace(folder, "").split()
-            print(f"| {name} | `{' '.join(words[:2])}` | {median:.2f} | {low:.2f} | {high:.2f} | "
-                  f"{our_time * 1e3:.1f} ms | {peer_time * 1e3:.1f} ms | {goal} / {least} |", flush=True)
+            print(row(program, folder, name), flush=True)
         finally:
             shutil.rmtree(folder)
 

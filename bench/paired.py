@@ -2,7 +2,19 @@
 import shlex
 import statistics
 import subprocess
+import tempfile
 import time
+from dataclasses import dataclass
+
+
+@dataclass
+class Comparison:
+    median: float
+    low: float
+    high: float
+    our_seconds: float
+    peer_seconds: float
+    our_peak_bytes: int
 
 
 def seconds(command):
@@ -11,19 +23,24 @@ def seconds(command):
     return time.perf_counter() - start
 
 
+def peak_bytes(command):
+    """The most memory that a run holds; asked of a small parent, since a child starts with its parent's peak."""
+    with tempfile.NamedTemporaryFile(mode="r") as told:
+        seconds(["/usr/bin/time", "-q", "-f", "%M", "-o", told.name, *command])
+        return int(told.read()) * 1024
+
+
 def compare(ours, peer, runs, left_out=None):
     """Commands are lists, or one string for the shell. `left_out`: a command whose time is taken off ours."""
-    for command in (ours, peer, left_out):
-        if command:
-            seconds(command)
-    ratios, our_times, peer_times = [], [], []
+    peak = peak_bytes(ours)
+    seconds(peer)
+    our_times, peer_times = [], []
     for _ in range(runs):
-        our_time = seconds(ours) - (seconds(left_out) if left_out else 0)
-        peer_time = seconds(peer)
-        ratios.append(our_time / peer_time)
-        our_times.append(our_time)
-        peer_times.append(peer_time)
-    return statistics.median(ratios), min(ratios), max(ratios), statistics.median(our_times), statistics.median(peer_times)
+        our_times.append(seconds(ours) - (seconds(left_out) if left_out else 0))
+        peer_times.append(seconds(peer))
+    ratios = [our_time / peer_time for our_time, peer_time in zip(our_times, peer_times)]
+    return Comparison(statistics.median(ratios), min(ratios), max(ratios), statistics.median(our_times),
+                      statistics.median(peer_times), peak)
 
 
 def shown(command):

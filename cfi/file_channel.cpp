@@ -74,7 +74,9 @@ FileChannel::Window& FileChannel::fill_oldest_window(std::uint64_t offset) {
   if (window.bytes.use_count() != 1) window.bytes = std::make_shared_for_overwrite<std::byte[]>(capacity);
   window.length = 0;
   window.offset = offset;
-  window.length = read_direct(offset, window.bytes.get(), capacity);
+  // No further than the end, or a second look would only hear that there is no more.
+  const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(capacity, size_ - offset));
+  window.length = read_direct(offset, window.bytes.get(), count);
   window.last_use = ++use_count_;
   return window;
 }

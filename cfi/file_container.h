@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <string_view>
 
 #include "cfi/file_channel.h"
 #include "support/byte_order.h"
@@ -43,6 +44,16 @@ class FileContainer {
   void read_text(char* destination, std::size_t count, const char* label) {
     if (shows_reads_) show_text(count, label);
     copy(destination, count);
+  }
+
+  /// True when that many bytes are in the window, and none of them will move before they are read.
+  bool holds(std::size_t count) const { return count <= end_ - next_; }
+
+  /// As read_text, of bytes that the window holds, where they lie.
+  std::string_view take_text(std::size_t count, const char* label) {
+    if (shows_reads_) show_text(count, label);
+    next_ += count;
+    return {reinterpret_cast<const char*>(window_.get()) + next_ - count, count};
   }
 
   /// Any number of bytes; only their number is shown on the channel.

@@ -14,6 +14,9 @@ namespace {
 
 support::ErrorEscape damaged_index(std::string text) { return {"cfi", kDamagedIndex, std::move(text)}; }
 
+/// Both fields of a stream, or the class identifier of a storage.
+constexpr std::size_t kFieldsSize = 16;
+
 void read_signature(FileContainer& in, IndexArea area) {
   char signature[kIndexSignatureSize];
   in.read_text(signature, sizeof signature, "index signature");
@@ -30,12 +33,14 @@ std::int32_t read_count(FileContainer& in) {
   return count;
 }
 
-// Leaves the path at the end of the index's block of records.
+// The path where it lies in the window, when the fields behind it do too; else at the end of the index's
+// block of records, which need not hold a long path twice.
 std::string_view read_path(FileContainer& in, StorageIndex& index) {
   const std::int32_t length = in.read_int32("element path length");
   if (length < 1 || length > limits::kPathBytes) throw make_error(kNameTooLong, length);
   const auto size = static_cast<std::size_t>(length);
   in.require(size);
+  if (in.holds(size + kFieldsSize)) return in.take_text(size, "element path");
   char* path = index.extend_records(size);
   in.read_text(path, size, "element path");
   return {path, size};
@@ -57,14 +62,13 @@ std::array<std::uint64_t, 2> read_class_id(FileContainer& in) {
 
 void read_entry(FileContainer& in, StorageIndex& index) {
   const std::string_view path = read_path(in, index);
-  const auto length = static_cast<std::uint32_t>(path.size());
   if (path.ends_with('/')) {
-    index.add(length, ElementType::storage, read_class_id(in));
+    index.add(path, ElementType::storage, read_class_id(in));
     return;
   }
   const std::uint64_t offset = read_stream_field(in, "element offset");
   const std::uint64_t size = read_stream_field(in, "element size");
-  index.add(length, ElementType::stream, {offset, size});
+  index.add(path, ElementType::stream, {offset, size});
 }
 
 void read_part_header(FileContainer& in, std::vector<std::byte>& part_header) {

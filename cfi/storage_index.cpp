@@ -93,8 +93,10 @@ ClassId IndexEntry::class_id() const {
 }
 
 IndexEntry StorageIndex::entry(std::uint32_t number) const {
-  const char* const start = records_.data() + starts_[number];
-  const char* const end = records_.data() + record_end(number) - 1;
+  const ParentPath& parent = parents_[parent_numbers_[number]];
+  const std::size_t name_start = parent.first == number ? std::size_t{parent.length} + 1 : 0;
+  const char* const start = records_.data() + (number == 0 ? 0 : ends_[number - 1]) + name_start;
+  const char* const end = records_.data() + ends_[number] - 1;
   const auto mark = static_cast<unsigned char>(*end);
   const unsigned widths = mark == kClassId ? kWholeFields : mark;
   const std::size_t first_width = widths & 0xFU;
@@ -144,10 +146,10 @@ void StorageIndex::enter_in_slots(std::uint32_t parent) {
   slots_[first] = parent;
 }
 
-std::uint32_t StorageIndex::add_parent(std::string_view parent) {
+/// The parent of the path at the end of the block of records.
+std::uint32_t StorageIndex::add_parent(std::size_t length) {
   const auto number = static_cast<std::uint32_t>(parents_.size());
-  parents_.push_back({parent_paths_.size(), static_cast<std::uint32_t>(parent.size()), size()});
-  if (!parent.empty()) std::memcpy(parent_paths_.extend(parent.size()), parent.data(), parent.size());
+  parents_.push_back({size() == 0 ? 0 : ends_[size() - 1], static_cast<std::uint32_t>(length), size()});
   if (2 * parents_.size() > slots_.size() && slots_.size() < kMostSlots) {
     slots_.assign(std::max(kFewestSlots, 2 * slots_.size()), kNone);
     for (std::uint32_t known = 0; known < number; ++known) enter_in_slots(known);
@@ -168,16 +170,25 @@ void StorageIndex::append_fields(ElementType type, const std::array<std::uint64_
   std::memcpy(records_.extend(length), packed, length);
 }
 
-void StorageIndex::add(std::uint32_t path_length, ElementType type,
-                       const std::array<std::uint64_t, 2>& fields) {
-  const std::size_t start = records_.size() - path_length;
+/// The whole path when its parent is new, else the name.
+void StorageIndex::append_path(std::string_view path, std::size_t name_start, bool with_parent) {
+  const std::size_t dropped = with_parent ? 0 : name_start;
+  if (path.data() + path.size() == records_.end()) {
+    records_.erase(records_.size() - path.size(), dropped);
+  } else {
+    path.remove_prefix(dropped);
+    std::memcpy(records_.extend(path.size()), path.data(), path.size());
+  }
+}
+
+void StorageIndex::add(std::string_view path, ElementType type, const std::array<std::uint64_t, 2>& fields) {
   if (type == ElementType::storage) {
-    records_.truncate(records_.size() - 1);
+    if (path.data() + path.size() == records_.end()) records_.truncate(records_.size() - 1);
+    path.remove_suffix(1);
   } else {
     highest_end_ = std::max(highest_end_, fields[0] + fields[1]);
     if (footer_start_ == kNone) highest_header_end_ = highest_end_;
   }
-  const std::string_view path(records_.data() + start, records_.size() - start);
   const auto* const slash = static_cast<const char*>(::memrchr(path.data(), '/', path.size()));
   const std::size_t name_start = slash == nullptr ? 0 : static_cast<std::size_t>(slash - path.data()) + 1;
   const std::string_view parent = path.substr(0, std::max<std::size_t>(name_start, 1) - 1);
@@ -187,16 +198,16 @@ void StorageIndex::add(std::uint32_t path_length, ElementType type,
                         shape_of_path(path).broken_condition == nullptr;
   if (!is_sound && !broken_path_) broken_path_ = path;
   fingerprints_.push_back(fingerprint(path));
-  parent_numbers_.push_back(known ? *known : add_parent(parent));
-  starts_.push_back(start);
-  records_.erase(start, name_start);
+  append_path(path, name_start, !known);
+  parent_numbers_.push_back(known ? *known : add_parent(parent.size()));
   append_fields(type, fields);
+  ends_.push_back(records_.size());
 }
 
 void StorageIndex::drop_footer() {
   if (footer_start_ == kNone) return;
   records_.truncate(footer_records_);
-  starts_.truncate(footer_start_);
+  ends_.truncate(footer_start_);
   parent_numbers_.truncate(footer_start_);
   fingerprints_.truncate(footer_start_);
   std::size_t parents = parents_.size();

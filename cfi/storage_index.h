@@ -29,7 +29,7 @@ struct IndexEntry {
 
 /// What stands before the last "/" of one or more paths.
 struct ParentPath {
-  std::uint64_t offset = 0;  ///< into the block of parent paths
+  std::uint64_t offset = 0;  ///< into the block of records
   std::uint32_t length = 0;
   std::uint32_t first = 0;  ///< the first entry below it
 };
@@ -37,14 +37,14 @@ struct ParentPath {
 /// The elements that the indexes of one file list, in the order listed: first those of the header index,
 /// then those of the footer index. There may be millions, and memory touched for the first time costs more
 /// than anything else here. So an entry keeps the number of its parent path, which siblings share, and one
-/// record in a block of bytes: its name; its fields, without the leading zeroes of a stream's; a byte that
-/// tells their widths.
+/// record in a block of bytes: its whole path when its parent is new, else its name; its fields, without the
+/// leading zeroes of a stream's; a byte that tells their widths.
 ///
 /// An ElementId of the maker's format is an entry number + 1 in its low 33 bits; the high bits hold 0, or
 /// the length of a prefix of the entry's path: the storage of that path, which is listed nowhere itself.
 class StorageIndex {
  public:
-  std::uint32_t size() const { return static_cast<std::uint32_t>(starts_.size()); }
+  std::uint32_t size() const { return static_cast<std::uint32_t>(ends_.size()); }
   IndexEntry entry(std::uint32_t number) const;
   std::string path(std::uint32_t number) const;
 
@@ -76,7 +76,7 @@ class StorageIndex {
   /// be there more than once.
   const PlainArray<ParentPath>& parents() const { return parents_; }
   std::string_view parent_path(std::uint32_t parent) const {
-    return {parent_paths_.data() + parents_[parent].offset, parents_[parent].length};
+    return {records_.data() + parents_[parent].offset, parents_[parent].length};
   }
   std::uint32_t parent_of(std::uint32_t number) const { return parent_numbers_[number]; }
 
@@ -94,11 +94,11 @@ class StorageIndex {
   std::string element_path(ElementId element) const;
   std::string_view element_name(ElementId element) const;
 
-  /// For the reader of an index: room for a path, to be followed by `add` with the same length.
+  /// For the reader of an index: room at the end of the block of records for a path that is added next.
   char* extend_records(std::size_t path_length) { return records_.extend(path_length); }
 
-  /// Makes an entry of the path at the end of the block of records, less a final "/".
-  void add(std::uint32_t path_length, ElementType type, const std::array<std::uint64_t, 2>& fields);
+  /// Makes an entry of a path as listed. One that lies at the end of the block of records stays there.
+  void add(std::string_view path, ElementType type, const std::array<std::uint64_t, 2>& fields);
 
   /// The first path that is ill-formed; nothing when all are sound.
   const std::optional<std::string>& broken_path() const { return broken_path_; }
@@ -108,25 +108,22 @@ class StorageIndex {
 
   static constexpr std::uint32_t kNone = UINT32_MAX;
 
-  std::uint64_t record_end(std::uint32_t number) const {
-    return number + 1 < size() ? starts_[number + 1] : records_.size();
-  }
   std::string_view implied_path(ElementId element) const {
     return parent_path(parent_of(entry_number(element)))
         .substr(0, static_cast<std::size_t>(element >> kEntryBits));
   }
   bool is_path(std::uint32_t number, std::string_view path) const;
   std::optional<std::uint32_t> known_parent(std::string_view parent) const;
-  std::uint32_t add_parent(std::string_view parent);
+  std::uint32_t add_parent(std::size_t length);
   std::size_t first_slot(std::string_view parent) const;
   void enter_in_slots(std::uint32_t parent);
+  void append_path(std::string_view path, std::size_t name_start, bool is_new);
   void append_fields(ElementType type, const std::array<std::uint64_t, 2>& fields);
 
   PlainArray<char> records_;
-  PlainArray<std::uint64_t> starts_;  // of the records
+  PlainArray<std::uint64_t> ends_;  // of the records
   PlainArray<std::uint32_t> parent_numbers_;
   PlainArray<std::uint32_t> fingerprints_;
-  PlainArray<char> parent_paths_;
   PlainArray<ParentPath> parents_;
   std::vector<std::uint32_t> slots_;  // hash table of parents; one that finds no room there comes up again
   std::uint32_t footer_start_ = kNone;
