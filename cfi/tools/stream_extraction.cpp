@@ -19,7 +19,7 @@ namespace {
 using VRX::System::CFI::OwnedStorage;
 using VRX::System::CFI::OwnedStream;
 
-constexpr std::size_t kCopySize = std::size_t{512} * 1024;
+constexpr std::size_t kCopySize = std::size_t{1024} * 1024;
 constexpr int kExtractionFailure = 641001;
 
 /// Open storages, each inside the one before, closed in reverse order.
