@@ -172,6 +172,7 @@ void StorageIndex::append_fields(ElementType type, const std::array<std::uint64_
 
 /// The whole path when its parent is new, else the name.
 void StorageIndex::append_path(std::string_view path, std::size_t name_start, bool with_parent) {
+  if (path.empty()) return;  // ill-formed, as its reader will say
   const std::size_t dropped = with_parent ? 0 : name_start;
   if (path.data() + path.size() == records_.end()) {
     records_.erase(records_.size() - path.size(), dropped);
