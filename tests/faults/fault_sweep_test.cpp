@@ -184,7 +184,7 @@ class Program {
 class FaultSweep : public testing::TestWithParam<std::string> {};
 
 TEST_P(FaultSweep, EveryFaultEndsInAReport) {
-  if (std::string(VRII_FAULT_LIBRARY).empty()) GTEST_SKIP() << "no faults are injected under the sanitizers";
+  if (std::string(VRII_FAULT_LIBRARY).empty()) GTEST_SKIP() << "this build injects no faults";
   Program program(GetParam());
   for (const Fault& fault : kFaults) {
     const int calls = program.calls(fault);
