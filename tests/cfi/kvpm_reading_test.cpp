@@ -275,6 +275,7 @@ TEST(KvpmReading, GoesThroughDeepAndScatteredTreesInTime) {
 
 TEST(KvpmReading, FindsAStreamByNameInTheNearestPlaceFirst) {
   ContainerBuilder builder;
+  for (int i = 0; i < 200; ++i) builder.stream("/Root/many/" + std::to_string(i), "");
   builder.stream("/Root/z/JT", "far").stream("/Root/y/JT", "farther").stream("/Root/y/X", "short");
   const auto text_of = [](const ContainerBuilder& built, const char* name) {
     Opened opened(built.bytes());
