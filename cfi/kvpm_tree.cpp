@@ -5,6 +5,7 @@
 
 #include "cfi/cfi_error_codes.h"
 #include "cfi/element_path.h"
+#include "support/keyed_hash.h"
 #include "support/limits.h"
 
 namespace VRX::System::CFI {
@@ -73,8 +74,7 @@ std::string_view KVPMTree::name_of(std::uint32_t node) const {
 
 std::size_t KVPMTree::slot_of(std::uint32_t parent, std::string_view name) const {
   const std::size_t mask = slots_.size() - 1;
-  std::size_t slot =
-      (std::hash<std::string_view>()(name) ^ (parent * std::size_t{0x9E3779B97F4A7C15})) & mask;
+  std::size_t slot = (support::keyed_hash(name) ^ (parent * std::size_t{0x9E3779B97F4A7C15})) & mask;
   while (slots_[slot] != kNone && (nodes_[slots_[slot]].parent != parent || name_of(slots_[slot]) != name)) {
     slot = (slot + 1) & mask;
   }

@@ -2,11 +2,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <vector>
+
+#include "support/keyed_hash.h"
 
 namespace inspect {
 
-/// The positive ids seen so far; open addressing with a multiplicative hash.
+/// The positive ids seen so far; open addressing.
 class IdSet {
  public:
   /// True when `id` is new. Ids below 1 are not kept.
@@ -26,8 +29,7 @@ class IdSet {
  private:
   bool place(std::int32_t id) {
     const std::size_t mask = slots_.size() - 1;
-    const std::uint32_t hash = static_cast<std::uint32_t>(id) * 2654435761U;
-    std::size_t at = hash & mask;
+    std::size_t at = support::keyed_hash({reinterpret_cast<const char*>(&id), sizeof id}) & mask;
     while (slots_[at] != 0) {
       if (slots_[at] == id) return false;
       at = (at + 1) & mask;

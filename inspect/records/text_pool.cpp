@@ -1,13 +1,13 @@
 #include "inspect/records/text_pool.h"
 
-#include <functional>
+#include "support/keyed_hash.h"
 
 namespace inspect {
 
 /// The slot that holds `text`, or the free one where it belongs.
 std::size_t TextPool::slot_of(std::string_view text) const {
   const std::size_t mask = slots_.size() - 1;
-  std::size_t at = std::hash<std::string_view>{}(text)&mask;
+  std::size_t at = support::keyed_hash(text) & mask;
   while (slots_[at] != kNoText && (*this)[slots_[at]] != text) at = (at + 1) & mask;
   return at;
 }

@@ -7,6 +7,7 @@
 
 #include "inspect/report/printable_texts.h"
 #include "support/console.h"
+#include "support/keyed_hash.h"
 #include "support/limits.h"
 
 namespace inspect {
@@ -74,7 +75,7 @@ class RemainingNames {
 
  private:
   static constexpr std::size_t kEntryOverhead = 96;
-  std::unordered_map<std::string, std::uint64_t> counts_;
+  std::unordered_map<std::string, std::uint64_t, support::KeyedHash> counts_;
   std::size_t kept_bytes_ = 0;
 };
 
