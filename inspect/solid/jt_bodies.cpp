@@ -101,7 +101,7 @@ BodyExtraction::Extent BodyExtraction::listed_extent(const JtTableEntry& body, s
 /// Sound bodies lie one behind the other. Going back in a framed stream means to expand it again.
 bool BodyExtraction::takes_too_long(const Extent& extent, std::uint64_t position) {
   if (position < stream_.position()) work_ += position;
-  work_ += std::min(extent.end, stream_size_) - extent.start;
+  work_ += std::min(extent.end - extent.start, stream_size_ - position);
   return work_ / limits::kReadsOfAllBytes > stream_size_;
 }
 

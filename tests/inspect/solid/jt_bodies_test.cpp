@@ -122,13 +122,19 @@ TEST_F(JtBodies, WritesTheSoundOnesAmongDamagedOffsets) {
 }
 
 TEST_F(JtBodies, BodiesThatGoBackAndForthAreNotCopiedWithoutEnd) {
-  std::vector<Body> bodies(200, Body{7, "x"});
-  for (std::size_t i = 0; i < bodies.size(); i += 2) bodies[i].listed_offset = 12 + 16 * bodies.size();
-  bodies.back().bytes.assign(10000, 'y');
-  for (std::size_t i = 1; i < bodies.size(); i += 2) bodies[i].listed_offset = 10000;
-  list(jt_stream(9, bodies));
-  EXPECT_NE(errors_.find("JT bodies in the JT stream overlap"), std::string::npos) << errors_;
-  EXPECT_TRUE(file_.failed);
+  constexpr std::size_t kBodies = 200;
+  constexpr std::size_t kTableEnd = 12 + 16 * kBodies;
+  constexpr std::size_t kSize = kTableEnd + kBodies - 1 + 10000;
+  const std::pair<std::uint64_t, std::uint64_t> offsets[] = {{kTableEnd, 10000}, {kSize, UINT64_MAX}};
+  for (const auto& [even, odd] : offsets) {
+    std::vector<Body> bodies(kBodies, Body{7, "x"});
+    bodies.back().bytes.assign(10000, 'y');
+    for (std::size_t i = 0; i < kBodies; ++i) bodies[i].listed_offset = i % 2 == 0 ? even : odd;
+    errors_.clear();
+    list(jt_stream(9, bodies));
+    EXPECT_NE(errors_.find("JT bodies in the JT stream overlap"), std::string::npos) << errors_;
+    EXPECT_TRUE(file_.failed);
+  }
 }
 
 TEST_F(JtBodies, ReportsWhatCannotBeReadOrWritten) {
