@@ -35,7 +35,7 @@ support::ErrorEscape temporary_file_failure() {
 
 class TemporaryFileSource final : public support::ByteSource {
  public:
-  explicit TemporaryFileSource(support::OutputFile file)
+  explicit TemporaryFileSource(support::OutputFile&& file)
       : channel_(file.release(), "temporary file"), source_(channel_, 0, channel_.size()) {}
 
   std::size_t read(void* destination, std::size_t count) override { return source_.read(destination, count); }

@@ -28,6 +28,17 @@ bool is_still_there(const Entry& entry) {
   return ::lstat(entry.path, &found) == 0 && found.st_dev == entry.device && found.st_ino == entry.inode;
 }
 
+/// What "/dev/stdout" leads to is not ours to remove.
+bool is_standard_stream(const struct stat& file) {
+  for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
+    struct stat stream = {};
+    if (::fstat(descriptor, &stream) == 0 && stream.st_dev == file.st_dev && stream.st_ino == file.st_ino) {
+      return true;
+    }
+  }
+  return false;
+}
+
 }  // namespace
 
 SignalsHeld::SignalsHeld() {
@@ -40,7 +51,7 @@ SignalsHeld::~SignalsHeld() { ::sigprocmask(SIG_SETMASK, &before_, nullptr); }
 
 UnfinishedOutput::UnfinishedOutput(const char* name, int descriptor) {
   struct stat found = {};
-  if (::fstat(descriptor, &found) != 0 || !S_ISREG(found.st_mode)) return;
+  if (::fstat(descriptor, &found) != 0 || !S_ISREG(found.st_mode) || is_standard_stream(found)) return;
   std::size_t free = 0;
   while (free < kMost && entries[free].is_used) ++free;
   if (free == kMost || ::realpath(name, entries[free].path) == nullptr) return;

@@ -28,7 +28,7 @@ class UnfinishedOutput {
 
   UnfinishedOutput() = default;
 
-  /// Knows nothing when `descriptor` is no regular file: pipes and devices are not removed.
+  /// Knows nothing when `descriptor` is no regular file, or that of a standard stream: these are not removed.
   UnfinishedOutput(const char* name, int descriptor);
 
   UnfinishedOutput(UnfinishedOutput&& other) noexcept : entry_(std::exchange(other.entry_, kNone)) {}
