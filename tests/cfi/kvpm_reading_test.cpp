@@ -237,6 +237,15 @@ TEST(KvpmReading, MakesStoragesOfPathPrefixes) {
   EXPECT_EQ(opened.file.node(*opened.find({"a", "b"})).area, IndexArea::footer);
 }
 
+TEST(KvpmReading, KnowsAStorageAgainThatTheFooterLists) {
+  ContainerBuilder builder = small_container(6);
+  builder.area("/Root/FastLoad", IndexArea::footer).area("/Root/FastLoad/JT", IndexArea::header);
+  Opened opened(builder.bytes());
+  const ElementId implied = opened.find({"FastLoad"}).value();
+  EXPECT_FALSE(opened.file.top_storage().footer_is_loaded());
+  EXPECT_EQ(opened.listing(implied), "JT ");
+}
+
 TEST(KvpmReading, ListsByAreaThenOffsetThenName) {
   // Written in this order, so that the offsets rise; a storage counts with the smallest of its own streams.
   ContainerBuilder builder;
