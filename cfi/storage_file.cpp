@@ -1,7 +1,7 @@
 #include "cfi/storage_file.h"
 
-#include "cfi/kvpm_storage_file.h"
-#include "cfi/microsoft_storage_file.h"
+#include "cfi/compound/microsoft_storage_file.h"
+#include "cfi/kvpm/kvpm_storage_file.h"
 
 namespace VRX::System::CFI {
 

@@ -2,7 +2,7 @@
 
 #include "cfi/cfi_error_codes.h"
 #include "cfi/expanded_source.h"
-#include "cfi/kvpm_storage_file.h"
+#include "cfi/kvpm/kvpm_storage_file.h"
 #include "inspect/records/named_streams.h"
 
 namespace inspect {

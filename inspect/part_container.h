@@ -6,8 +6,8 @@
 #include <span>
 #include <string>
 
-#include "cfi/cfi_storage.h"
 #include "cfi/file_channel.h"
+#include "cfi/flat/cfi_storage.h"
 #include "support/byte_source.h"
 
 namespace inspect {

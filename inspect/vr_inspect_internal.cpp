@@ -17,7 +17,7 @@
 #include "inspect/report/part_summary.h"
 #include "inspect/report/partition_printers.h"
 #include "inspect/report/release_report.h"
-#include "inspect/solid/jt_bodies.h"
+#include "inspect/sections/jt_bodies.h"
 #include "inspect/solid/transmit_extraction.h"
 #include "support/assertion.h"
 #include "support/console.h"

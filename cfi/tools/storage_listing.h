@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cfi/cfi_storage.h"
+#include "cfi/flat/cfi_storage.h"
 
 namespace cfi_tools {
 

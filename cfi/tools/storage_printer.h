@@ -4,8 +4,8 @@
 #include <memory>
 #include <string_view>
 
-#include "cfi/cfi_storage.h"
-#include "cfi/kvpm_storage_file.h"
+#include "cfi/flat/cfi_storage.h"
+#include "cfi/kvpm/kvpm_storage_file.h"
 #include "cfi/tools/listing_text.h"
 
 namespace cfi_tools {

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "cfi/open_elements.h"
+#include "cfi/flat/open_elements.h"
 #include "support/error_escape.h"
 #include "support/output_file.h"
 #include "support/printable.h"

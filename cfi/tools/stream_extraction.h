@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "cfi/cfi_storage.h"
+#include "cfi/flat/cfi_storage.h"
 
 namespace cfi_tools {
 

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "cfi/cfi_error_codes.h"
-#include "cfi/cfi_storage.h"
+#include "cfi/flat/cfi_storage.h"
 #include "inspect/records/inspect_errors.h"
 #include "support/assertion.h"
 #include "support/console.h"

@@ -14,7 +14,7 @@
 #include "inspect/report/release_names.h"
 #include "inspect/report/release_report.h"
 #include "inspect/report/summary_tables.h"
-#include "inspect/solid/jt_bodies.h"
+#include "inspect/sections/jt_bodies.h"
 #include "support/console.h"
 #include "support/local_time.h"
 #include "support/printable.h"

@@ -1,4 +1,4 @@
-#include "cfi/cfi_storage.h"
+#include "cfi/flat/cfi_storage.h"
 
 #include <gtest/gtest.h>
 

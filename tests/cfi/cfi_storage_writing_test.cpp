@@ -9,8 +9,8 @@
 #include <thread>
 
 #include "cfi/cfi_error_codes.h"
-#include "cfi/cfi_storage.h"
-#include "cfi/kvpm_storage_file.h"
+#include "cfi/flat/cfi_storage.h"
+#include "cfi/kvpm/kvpm_storage_file.h"
 #include "cfi/lock_bytes_factories.h"
 #include "tests/support/container_builder.h"
 #include "tests/support/program_runner.h"

@@ -1,4 +1,4 @@
-#include "cfi/header_paths.h"
+#include "cfi/kvpm/header_paths.h"
 
 #include <gtest/gtest.h>
 

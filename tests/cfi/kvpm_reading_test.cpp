@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "cfi/cfi_error_codes.h"
-#include "cfi/index_writer.h"
-#include "cfi/kvpm_storage_file.h"
+#include "cfi/kvpm/kvpm_storage_file.h"
+#include "cfi/writing/index_writer.h"
 #include "tests/support/container_builder.h"
 #include "tests/support/memory_file.h"
 #include "tests/support/program_runner.h"

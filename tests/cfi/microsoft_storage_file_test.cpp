@@ -1,4 +1,4 @@
-#include "cfi/microsoft_storage_file.h"
+#include "cfi/compound/microsoft_storage_file.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <functional>
 
 #include "cfi/cfi_error_codes.h"
-#include "cfi/compound_file_format.h"
+#include "cfi/compound/compound_file_format.h"
 #include "support/error_escape.h"
 #include "support/printable.h"
 #include "support/text_format.h"

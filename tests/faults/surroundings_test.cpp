@@ -8,7 +8,7 @@
 #include <set>
 #include <string>
 
-#include "cfi/top_storage_writer.h"
+#include "cfi/writing/top_storage_writer.h"
 #include "inspect/signals.h"
 #include "support/output_file.h"
 #include "tests/support/program_runner.h"

@@ -3,10 +3,10 @@
 #include <utility>
 #include <vector>
 
-#include "cfi/cfi_storage.h"
+#include "cfi/compound/microsoft_storage_file.h"
 #include "cfi/expanded_source.h"
-#include "cfi/kvpm_storage_file.h"
-#include "cfi/microsoft_storage_file.h"
+#include "cfi/flat/cfi_storage.h"
+#include "cfi/kvpm/kvpm_storage_file.h"
 #include "cfi/tools/feature_toggles.h"
 #include "cfi/tools/storage_listing.h"
 #include "support/error_escape.h"

@@ -5,8 +5,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "cfi/compound_file_format.h"
-#include "cfi/kvpm_format.h"
+#include "cfi/compound/compound_file_format.h"
+#include "cfi/kvpm/kvpm_format.h"
 #include "cfi/storage_file.h"
 #include "support/byte_order.h"
 #include "support/limits.h"

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "cfi/compound_file_format.h"
-#include "cfi/element_name.h"
+#include "cfi/compound/compound_file_format.h"
+#include "cfi/compound/element_name.h"
 #include "cfi/storage_file.h"
 
 namespace test_support {

@@ -4,7 +4,7 @@
 #include <span>
 #include <stdexcept>
 
-#include "cfi/index_writer.h"
+#include "cfi/writing/index_writer.h"
 #include "support/byte_order.h"
 #include "tests/support/files.h"
 #include "tests/support/program_runner.h"

@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "cfi/kvpm_format.h"
+#include "cfi/kvpm/kvpm_format.h"
 #include "cfi/storage_file.h"
-#include "cfi/top_storage_writer.h"
+#include "cfi/writing/top_storage_writer.h"
 
 namespace test_support {
 

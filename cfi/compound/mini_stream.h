@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "cfi/compound/sector_chain.h"
+#include "support/byte_source.h"
+
+namespace VRX::System::CFI {
+
+/// The stream of the root entry, which holds all streams below the cutoff in mini sectors, and the mini
+/// FAT that chains these.
+class MiniStream {
+ public:
+  MiniStream(SectorAllocationTable& table, std::uint32_t first_sector, std::uint64_t size);
+
+  /// The mini sectors of a stream of `size` bytes, which is below the cutoff; fewer when the chain ends
+  /// early or leaves the mini stream. Raises 1021266 when it, the mini stream or the mini FAT runs in a
+  /// circle.
+  std::vector<std::uint32_t> follow(std::uint32_t first, std::uint64_t size);
+
+  /// True when any of the `size` bytes of a stream, or the links to them, lie beyond the end of the file.
+  bool reaches_beyond_file(std::uint32_t first, std::uint64_t size);
+
+  /// Reads `count` bytes from `position` of the mini stream; fewer only at its end.
+  std::size_t read_at(std::uint64_t position, void* destination, std::size_t count);
+
+ private:
+  bool holds(std::uint32_t mini_sector) const;
+  bool position_beyond_file(std::uint64_t position, std::uint64_t count);
+  std::uint32_t next(std::uint32_t mini_sector);
+
+  SectorAllocationTable& table_;
+  std::uint64_t size_;
+  SectorChain chain_;
+  SectorChain mini_fat_;
+};
+
+/// A stream in mini sectors as a source; lives no longer than the mini stream.
+class MiniStreamSource final : public support::ByteSource {
+ public:
+  /// `size` is the recorded size in bytes, below the cutoff. Raises 1021266 as MiniStream::follow does.
+  MiniStreamSource(MiniStream& mini_stream, std::uint32_t first, std::uint64_t size);
+
+  std::size_t read(void* destination, std::size_t count) override;
+  std::uint64_t position() const override { return position_; }
+  void set_position(std::uint64_t position) override { position_ = position; }
+
+  /// The recorded size, or what the chain has room for when that is less.
+  std::uint64_t size() const override { return size_; }
+
+ private:
+  MiniStream& mini_stream_;
+  std::vector<std::uint32_t> mini_sectors_;
+  std::uint64_t size_;
+  std::uint64_t position_ = 0;
+};
+
+}  // namespace VRX::System::CFI

@@ -1,0 +1,20 @@
+#include "cfi/compound/sector_chain_source.h"
+
+#include <algorithm>
+
+namespace VRX::System::CFI {
+
+SectorChainSource::SectorChainSource(SectorAllocationTable& table, std::uint32_t first, std::uint64_t size)
+    : chain_(table, first, table.header().sectors_for(size)), size_(std::min(size, chain_.capacity())) {
+  chain_.require_no_circle("a stream");
+}
+
+std::size_t SectorChainSource::read(void* destination, std::size_t count) {
+  if (position_ >= size_) return 0;
+  count = static_cast<std::size_t>(std::min<std::uint64_t>(count, size_ - position_));
+  const std::size_t got = chain_.read_at(position_, destination, count);
+  position_ += got;
+  return got;
+}
+
+}  // namespace VRX::System::CFI

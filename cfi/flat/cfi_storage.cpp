@@ -1,0 +1,160 @@
+#include "cfi/flat/cfi_storage.h"
+
+#include <cerrno>
+#include <limits>
+
+#include "cfi/cfi_error_codes.h"
+#include "cfi/flat/cfi_calls.h"
+
+using namespace VRX::System::CFI;
+
+namespace {
+
+constexpr std::uint64_t kLastPosition = std::numeric_limits<std::int64_t>::max();
+
+void set_position(const Stream& stream, std::uint64_t position) {
+  if (position > kLastPosition) {
+    throw make_error(kSeekToNegativeLocation, static_cast<unsigned long long>(position));
+  }
+  if (position > stream.source().size()) throw make_error(kEndOfStream);
+  stream.source().set_position(position);
+}
+
+Stream& open_for_read(Storage& storage, std::string_view name) {
+  const ElementId element = existing_child(storage, name, ElementType::stream, AccessMode::read);
+  StorageFile& file = *storage.root().file;
+  auto source =
+      converting_errors(file, "opening a stream of", storage, [&] { return file.open_stream(element); });
+  return OpenElements::instance().add_stream(storage, element, name, std::move(source));
+}
+
+Stream& open_for_write(Storage& storage, std::string_view name, AccessMode mode) {
+  KVPMWritableFile& file = writable_file(storage);
+  if (mode == AccessMode::create) {
+    const ElementId element = file.create_stream(storage.element(), name);
+    return OpenElements::instance().add_stream(storage, element, name,
+                                               file.writer().container(writer_number(element)));
+  }
+  const ElementId element = existing_child(storage, name, ElementType::stream, mode);
+  return OpenElements::instance().add_stream(storage, element, name,
+                                             file.writer().open_for_write(writer_number(element)));
+}
+
+}  // namespace
+
+CFI_storage_t CFI_open_storage_file(const std::string& file_name, const char* options, const char* hints,
+                                    int sector_size) {
+  Storage& root = OpenElements::instance().open_root(file_name, access_mode(options), hints, sector_size);
+  show_call("CFI_open_storage_file", root, file_name);
+  return &root;
+}
+
+CFI_storage_t CFI_open_storage_file(std::unique_ptr<FileChannel> channel) {
+  Storage& root = OpenElements::instance().open_root(std::move(channel));
+  show_call("CFI_open_storage_file", root, root.root().file_name);
+  return &root;
+}
+
+CFI_storage_t CFI_open_storage(CFI_storage_t parent, std::string_view name, const char* options) {
+  show_call("CFI_open_storage", *parent, name);
+  const AccessMode mode = access_mode(options);
+  check_child_name(*parent, name);
+  if (mode == AccessMode::write) writable_file(*parent);
+  const ElementId element = mode == AccessMode::create
+                                ? writable_file(*parent).create_storage(parent->element(), name)
+                                : existing_child(*parent, name, ElementType::storage, mode);
+  return &OpenElements::instance().add_storage(*parent, element, name);
+}
+
+CFI_stream_t CFI_open_stream(CFI_storage_t storage, std::string_view name, const char* options) {
+  show_call("CFI_open_stream", *storage, name);
+  const AccessMode mode = access_mode(options);
+  check_child_name(*storage, name);
+  return mode == AccessMode::read ? &open_for_read(*storage, name) : &open_for_write(*storage, name, mode);
+}
+
+bool CFI_ask_if_storage_child_exists(CFI_storage_t storage, std::string_view child) {
+  show_call("CFI_ask_if_storage_child_exists", *storage, child);
+  check_child_name(*storage, child);
+  return find_child(*storage, child).has_value();
+}
+
+std::vector<ElementRecord> CFI_ask_storage_contents(CFI_storage_t storage) {
+  show_call("CFI_ask_storage_contents", *storage);
+  StorageFile& file = *storage->root().file;
+  return converting_errors(file, "enquiring sub storages", *storage, [&] {
+    std::vector<ElementRecord> records;
+    for (const ElementId child : file.children(storage->element())) records.push_back(file.record(child));
+    return records;
+  });
+}
+
+std::vector<std::string> CFI_ask_storage_names(CFI_storage_t storage) {
+  std::vector<std::string> names;
+  for (ElementRecord& record : CFI_ask_storage_contents(storage)) {
+    if (record.type == ElementType::storage) names.push_back(std::move(record.name));
+  }
+  return names;
+}
+
+ElementRecord CFI_ask_stream_stats(CFI_stream_t stream) {
+  show_call("CFI_ask_stream_stats", *stream);
+  StorageFile& file = *stream->parent().root().file;
+  return converting_errors(file, "getting stream stats", *stream,
+                           [&] { return file.record(stream->element()); });
+}
+
+std::size_t CFI__read_from_stream(CFI_stream_t stream, std::size_t count, void* buffer) {
+  return converting_errors(*stream->parent().root().file, "reading from stream", *stream,
+                           [&] { return stream->source().read(buffer, count); });
+}
+
+std::uint64_t CFI_ask_stream_current_pos(CFI_stream_t stream) { return stream->source().position(); }
+
+void CFI__set_stream_absolute_pos(CFI_stream_t stream, std::uint64_t position) {
+  set_position(*stream, position);
+}
+
+void CFI_set_stream_relative_pos(CFI_stream_t stream, std::int64_t distance) {
+  // Positions stay below 2^63, so that the sum cannot wrap past a negative one.
+  set_position(*stream, stream->source().position() + static_cast<std::uint64_t>(distance));
+}
+
+std::uint64_t CFI_get_position(const support::ByteSource& source) { return source.position(); }
+
+void CFI_set_position(support::ByteSource& source, std::uint64_t position) {
+  if (position > kLastPosition) {
+    errno = EINVAL;
+    throw make_error(kSeekToNegativeLocation, static_cast<unsigned long long>(position));
+  }
+  source.set_position(position);
+}
+
+int CFI_close_stream(CFI_stream_t stream) {
+  if (stream == nullptr) return kInternalFailure;
+  show_call("CFI_close_stream", *stream);
+  try {
+    OpenElements::instance().close(*stream);
+    return 0;
+  } catch (const support::ErrorEscape& escape) {
+    return escape.code();
+  }
+}
+
+int CFI_close_storage(CFI_storage_t storage) {
+  if (storage == nullptr) return kInternalFailure;
+  show_call("CFI_close_storage", *storage);
+  try {
+    return OpenElements::instance().close(*storage) ? 0 : kInternalFailure;
+  } catch (const support::ErrorEscape& escape) {
+    return escape.code();
+  }
+}
+
+std::size_t CFI_ask_open_element_count() { return OpenElements::instance().count(); }
+
+StorageFile& CFI_storage_file(CFI_storage_t storage) { return *storage->root().file; }
+
+ElementId CFI_element(CFI_storage_t storage) { return storage->element(); }
+
+support::ByteSource& CFI_stream_source(CFI_stream_t stream) { return stream->source(); }

@@ -1,0 +1,190 @@
+#include "cfi/flat/open_elements.h"
+
+#include <algorithm>
+
+#include "cfi/cfi_error_codes.h"
+#include "cfi/element_path.h"
+#include "cfi/kvpm/kvpm_format.h"
+#include "cfi/lock_bytes_factories.h"
+
+namespace VRX::System::CFI {
+
+AccessMode access_mode(const char* options) {
+  switch (options == nullptr ? '\0' : options[0]) {
+    case 'R':
+      return AccessMode::read;
+    case 'W':
+      return AccessMode::write;
+    case 'N':
+      return AccessMode::create;
+    default:
+      throw make_error(kInvalidOptions, options == nullptr ? "" : options);
+  }
+}
+
+std::string Storage::path() const {
+  std::vector<const Storage*> way;
+  for (const Storage* storage = this; storage != nullptr; storage = storage->parent_) way.push_back(storage);
+  std::string path;
+  std::ranges::reverse(way);
+  for (const Storage* storage : way) path.append("/").append(storage->name_);
+  return path;
+}
+
+std::string Stream::path() const { return joined_path(parent_.path(), name_); }
+
+RootStorageNode::RootStorageNode(const std::string& name, AccessMode mode, std::string_view hints,
+                                 int sector_size)
+    : file_name(name),
+      limits_names(hints == kLimitNamesHint),
+      storage(*this, nullptr, kRootElement, last_component(kRootPath)) {
+  if (mode != AccessMode::create) {
+    const ReadOnlyLockBytesFactory for_reading;
+    channel = make_lock_bytes(&for_reading, nullptr, file_name);
+  }
+  if (mode == AccessMode::read) {
+    open_for_read();
+  } else {
+    open_for_write(mode);
+  }
+  if (file->kind() == FileKind::microsoft && sector_size != 512 && sector_size != 4096) {
+    throw make_error(kInternalFailure, "the sector size is neither 512 nor 4096");
+  }
+}
+
+RootStorageNode::RootStorageNode(std::unique_ptr<FileChannel> opened)
+    : file_name(opened->name()),
+      channel(std::move(opened)),
+      storage(*this, nullptr, kRootElement, last_component(kRootPath)) {
+  open_for_read();
+}
+
+void RootStorageNode::open_for_read() {
+  file = open_storage_file(*channel);
+  if (!file) throw make_error(kNotAStorageFile, file_name.c_str());
+}
+
+void RootStorageNode::open_for_write(AccessMode mode) {
+  if (mode == AccessMode::write) {
+    const FileKind kind = recognise(*channel);
+    if (kind == FileKind::flat) throw make_error(kNotAStorageFile, file_name.c_str());
+    if (kind == FileKind::microsoft) {
+      throw make_error(kUnsupportedOperation, "writing to a Microsoft storage file");
+    }
+  }
+  auto opened = mode == AccessMode::create ? std::make_unique<KVPMWritableFile>(file_name)
+                                           : std::make_unique<KVPMWritableFile>(file_name, *channel);
+  writable = opened.get();
+  file = std::move(opened);
+}
+
+OpenElements& OpenElements::instance() {
+  static OpenElements elements;
+  return elements;
+}
+
+RootStorageNode* OpenElements::find_root(const std::string& file_name) const {
+  for (const auto& root : roots_) {
+    if (root->file_name == file_name) return root.get();
+  }
+  return nullptr;
+}
+
+Storage& OpenElements::open_root(const std::string& file_name, AccessMode mode, const char* hints,
+                                 int sector_size) {
+  RootStorageNode* const open = find_root(file_name);
+  if (open == nullptr) {
+    const std::string_view given = hints == nullptr ? "" : hints;
+    roots_.push_back(std::make_unique<RootStorageNode>(file_name, mode, given, sector_size));
+    return roots_.back()->storage;
+  }
+  if (mode == AccessMode::create || (mode == AccessMode::write && open->writable == nullptr)) {
+    throw make_error(kUnsupportedOperation, "writing to a file that is open already");
+  }
+  ++open->storage.handle_count_;
+  return open->storage;
+}
+
+Storage& OpenElements::open_root(std::unique_ptr<FileChannel> channel) {
+  RootStorageNode* const open = find_root(channel->name());
+  if (open != nullptr) {
+    ++open->storage.handle_count_;
+    return open->storage;
+  }
+  roots_.push_back(std::make_unique<RootStorageNode>(std::move(channel)));
+  return roots_.back()->storage;
+}
+
+Storage& OpenElements::add_storage(Storage& parent, ElementId element, std::string_view name) {
+  auto opened = std::make_unique<Storage>(parent.root_, &parent, element, name);
+  ++parent.open_children_;
+  const Storage* const key = opened.get();
+  return *storages_.emplace(key, std::move(opened)).first->second;
+}
+
+Stream& OpenElements::add_stream(Storage& parent, ElementId element, std::string_view name,
+                                 std::unique_ptr<support::ByteSource> source) {
+  return own(std::make_unique<Stream>(parent, element, name, std::move(source)));
+}
+
+Stream& OpenElements::add_stream(Storage& parent, ElementId element, std::string_view name,
+                                 Container& container) {
+  return own(std::make_unique<Stream>(parent, element, name, container));
+}
+
+Stream& OpenElements::own(std::unique_ptr<Stream> stream) {
+  ++stream->parent_.open_children_;
+  const Stream* const key = stream.get();
+  return *streams_.emplace(key, std::move(stream)).first->second;
+}
+
+std::unique_ptr<RootStorageNode> OpenElements::take_root(const Storage& storage) {
+  const auto found = std::ranges::find(roots_, &storage, [](const auto& root) { return &root->storage; });
+  std::unique_ptr<RootStorageNode> root = std::move(*found);
+  roots_.erase(found);
+  return root;
+}
+
+bool OpenElements::close(Storage& storage) {
+  if (storage.handle_count_ > 0) --storage.handle_count_;
+  if (storage.handle_count_ > 0) return true;
+  if (storage.open_children_ > 0) return false;
+  if (storage.parent_ == nullptr) {
+    const std::unique_ptr<RootStorageNode> root = take_root(storage);
+    if (root->writable != nullptr) root->writable->writer().commit();
+    return true;
+  }
+  Storage* const parent = storage.parent_;
+  storages_.erase(&storage);
+  child_closed(parent);
+  return true;
+}
+
+void OpenElements::close(Stream& stream) {
+  const std::unique_ptr<Stream> closed = std::move(streams_.extract(&stream).mapped());
+  try {
+    if (closed->container_ != nullptr) {
+      closed->parent_.root_.writable->writer().release(
+          static_cast<TopStorageWriter::Number>(closed->element_));
+    }
+  } catch (const support::ErrorEscape&) {
+    child_closed(&closed->parent_);
+    throw;
+  }
+  child_closed(&closed->parent_);
+}
+
+// Also ends the storages above that were closed before their children; a loop, since they may be nested deep.
+void OpenElements::child_closed(Storage* parent) {
+  while (parent != nullptr && --parent->open_children_ == 0 && parent->handle_count_ == 0) {
+    Storage* const above = parent->parent_;
+    if (above == nullptr) {
+      take_root(*parent);
+    } else {
+      storages_.erase(parent);
+    }
+    parent = above;
+  }
+}
+
+}  // namespace VRX::System::CFI

@@ -1,0 +1,100 @@
+#include "cfi/kvpm/top_storage.h"
+
+#include <algorithm>
+#include <cinttypes>
+
+#include "cfi/cfi_error_codes.h"
+#include "cfi/diagnostics_channels.h"
+#include "cfi/file_container.h"
+#include "cfi/kvpm/header_paths.h"
+#include "cfi/kvpm/index_reader.h"
+#include "support/byte_order.h"
+
+namespace VRX::System::CFI {
+
+TopStorage::TopStorage(FileChannel& channel) : channel_(channel) {
+  FileContainer in(channel, kVersionOffset);
+  read_fixed_header(in);
+  read_index(in, version_, IndexArea::header, index_, part_header_);
+  index_.start_footer();
+  if (footer_offset_ == kNoFooter) footer_state_ = FooterState::loaded;
+  structured_storage_channel().print("%s: version %d, header index with %" PRIu32 " entries\n",
+                                     channel.name().c_str(), version_, index_.size());
+}
+
+void TopStorage::read_fixed_header(FileContainer& in) {
+  version_ = in.read_byte("file format version");
+  if (version_ > kCurrentVersion) throw make_error(kVersionTooNew, version_, kCurrentVersion);
+  if (version_ >= kFirstVersionWithFastLoadEnd) {
+    stored_fast_load_end_ = in.read_int64("end fast load data offset");
+  }
+  footer_offset_ = in.read_int64("start footer offset");
+}
+
+void TopStorage::load_footer() {
+  thread_check_.require_own_thread();
+  if (footer_state_ == FooterState::loaded) return;
+  if (footer_state_ == FooterState::failed) throw *footer_failure_;
+  try {
+    read_footer_index();
+    footer_state_ = FooterState::loaded;
+  } catch (const support::ErrorEscape& failure) {
+    index_.drop_footer();
+    footer_failure_ = std::make_unique<const support::ErrorEscape>(failure);
+    footer_state_ = FooterState::failed;
+    throw;
+  }
+}
+
+void TopStorage::read_footer_index() {
+  if (footer_offset_ < 0) throw make_error(kSeekToNegativeLocation, static_cast<long long>(footer_offset_));
+  const std::uint32_t listed = index_.size();
+  FileContainer in(channel_, static_cast<std::uint64_t>(footer_offset_));
+  read_index(in, version_, IndexArea::footer, index_, part_header_);
+  structured_storage_channel().print("%s: footer index with %" PRIu32 " entries\n", channel_.name().c_str(),
+                                     index_.size() - listed);
+}
+
+std::optional<ElementId> TopStorage::find_loaded(std::string_view path) const {
+  const std::optional<std::uint32_t> number = index_.find(path);
+  if (!number) return std::nullopt;
+  return path == kRootPath ? kRootElement : StorageIndex::listed(*number);
+}
+
+std::optional<ElementId> TopStorage::find(std::string_view path) {
+  thread_check_.require_own_thread();
+  std::optional<ElementId> found = find_loaded(path);
+  if (!found && !footer_is_loaded() && !HeaderPaths::standard().contains(version_, path)) {
+    load_footer();
+    found = find_loaded(path);
+  }
+  if (!found) found = index_.find_implied(path);
+  return found;
+}
+
+std::optional<std::uint16_t> TopStorage::part_header_unit(std::size_t number) const {
+  if (number >= part_header_.size() / 2) return std::nullopt;
+  const unsigned char bytes[] = {std::to_integer<unsigned char>(part_header_[2 * number]),
+                                 std::to_integer<unsigned char>(part_header_[2 * number + 1])};
+  return support::load_little<std::uint16_t>(bytes);
+}
+
+std::int64_t TopStorage::fast_load_end() const {
+  if (version_ >= kFirstVersionToTrustFastLoadEnd) return stored_fast_load_end_;
+  std::uint64_t end = 0;
+  for (const HeaderPath& path : HeaderPaths::standard().of(version_)) {
+    if (path.number > kLastFastLoadNumber) continue;
+    const std::optional<std::uint32_t> number = index_.find(path.path);
+    if (number && !index_.entry(*number).is_storage()) end = std::max(end, index_.entry(*number).end());
+  }
+  return static_cast<std::int64_t>(end);
+}
+
+bool TopStorage::is_truncated() const {
+  const bool footer_beyond =
+      footer_offset_ > 0 && static_cast<std::uint64_t>(footer_offset_) > channel_.size();
+  return footer_beyond || index_.highest_end() > channel_.size() ||
+         (footer_failure_ && footer_failure_->code() == kEndOfStream);
+}
+
+}  // namespace VRX::System::CFI

@@ -1,0 +1,327 @@
+#include "cfi/writing/top_storage_writer.h"
+
+#include <algorithm>
+#include <array>
+#include <cinttypes>
+
+#include "cfi/cfi_error_codes.h"
+#include "cfi/diagnostics_channels.h"
+#include "cfi/element_path.h"
+#include "cfi/kvpm/header_paths.h"
+#include "support/limits.h"
+#include "support/text_format.h"
+
+namespace VRX::System::CFI {
+
+namespace {
+
+constexpr std::array<std::string_view, 5> kDirectStreams = {
+    "/Root/FastLoad/JT", "/Root/FastLoad/RMFastLoad", "/Root/FastLoad/Structure",
+    "/Root/FastLoad/ExternalReferences", "/Root/FastLoad/PartIdentifier"};
+
+constexpr std::uint64_t kHeaderAreaStep = 4096;
+constexpr std::size_t kCopyPiece = std::size_t{256} * 1024;
+
+support::ErrorEscape failure_at(ErrorCode code, const char* text, const std::string& path) {
+  return {"cfi", code, support::format_text("%s\"%s\"", text, path.c_str())};
+}
+
+}  // namespace
+
+bool TopStorageWriter::Element::is_fast_load() const {
+  return is_stream() && header_number > 0 && header_number <= kLastFastLoadNumber;
+}
+
+TopStorageWriter::TopStorageWriter(std::string file_name, const WriterOptions& options)
+    : options_(options), file_(std::move(file_name)) {
+  add(kRootPath, ElementType::storage);
+}
+
+TopStorageWriter::TopStorageWriter(std::string file_name, TopStorage& old)
+    : TopStorageWriter(std::move(file_name), WriterOptions{.version = old.version()}) {
+  old.load_footer();
+  if (old.is_truncated()) throw make_error(kEndOfStream);
+  old_ = &old;
+  set_part_header(old.part_header());
+  for (std::uint32_t entry = 0; entry < old.index().size(); ++entry) add_from_old(old.index(), entry);
+}
+
+TopStorageWriter::Number TopStorageWriter::add_from_old(const StorageIndex& index, std::uint32_t entry) {
+  const IndexEntry listed = index.entry(entry);
+  const std::string path = index.path(entry);
+  if (listed.is_storage()) {
+    const Number storage = storage_from_old(path);
+    set_class(storage, listed.class_id());
+    return storage;
+  }
+  // Of two streams with one path only the first can ever be read.
+  if (const auto known = find(path)) return *known;
+  storage_from_old(index.parent_path(index.parent_of(entry)));
+  const Number stream = add(path, ElementType::stream);
+  elements_[stream].listed.offset = listed.offset();
+  elements_[stream].listed.size_bytes = listed.size();
+  elements_[stream].area = index.area(entry);
+  return stream;
+}
+
+// A storage that is only implied is listed from now on.
+TopStorageWriter::Number TopStorageWriter::storage_from_old(std::string_view path) {
+  for (std::size_t end = kRootPathLength; end < path.size();) {
+    end = std::min(path.find('/', end + 1), path.size());
+    if (!find(path.substr(0, end))) add(path.substr(0, end), ElementType::storage);
+  }
+  return *find(path);
+}
+
+void TopStorageWriter::set_part_header(std::span<const std::byte> bytes) {
+  if (bytes.size() / 2 > limits::kPartHeaderUnits) {
+    throw support::ErrorEscape("cfi", kDamagedIndex,
+                               support::format_text("Header Length %zu is not sane", bytes.size() / 2));
+  }
+  part_header_.assign(bytes.begin(), bytes.end());
+}
+
+std::optional<TopStorageWriter::Number> TopStorageWriter::find(std::string_view path) const {
+  const auto found = by_path_.find(path);
+  if (found == by_path_.end()) return std::nullopt;
+  return found->second;
+}
+
+std::vector<TopStorageWriter::Number> TopStorageWriter::children(Number storage) const {
+  std::vector<Number> found;
+  for (Number number = 1; number < elements_.size(); ++number) {
+    if (elements_[number].parent == storage) found.push_back(number);
+  }
+  return found;
+}
+
+TopStorageWriter::Number TopStorageWriter::add(std::string_view path, ElementType type) {
+  thread_check_.require_own_thread();
+  check_path(path);
+  if (find(path)) throw make_error(kElementExists, std::string(path).c_str());
+  Number parent_number = 0;
+  if (const std::string_view parent = path.substr(0, path.rfind('/')); !parent.empty()) {
+    const std::optional<Number> found = find(parent);
+    if (!found) throw make_error(kElementNotFound, std::string(parent).c_str());
+    if (elements_[*found].is_stream()) {
+      throw make_error(kInternalFailure, "the parent of a new element is no storage");
+    }
+    parent_number = *found;
+  }
+  const auto number = static_cast<Number>(elements_.size());
+  Element& added = elements_.emplace_back();
+  added.listed.path = path;
+  added.listed.type = type;
+  added.parent = parent_number;
+  for (const HeaderPath& known : HeaderPaths::standard().of(options_.version)) {
+    if (known.path == path) added.header_number = known.number;
+  }
+  const bool in_header = added.header_number > 0 || !options_.has_footer;
+  added.area = in_header ? IndexArea::header : IndexArea::footer;
+  by_path_.emplace(added.listed.path, number);
+  return number;
+}
+
+TopStorageWriter::Number TopStorageWriter::create_storage(std::string_view path, const ClassId& class_id) {
+  const Number number = path == kRootPath ? 0 : add(path, ElementType::storage);
+  set_class(number, class_id);
+  return number;
+}
+
+TopStorageWriter::Number TopStorageWriter::create_stream(std::string_view path) {
+  const Number number = add(path, ElementType::stream);
+  Element& added = elements_[number];
+  added.is_direct = std::ranges::find(kDirectStreams, path) != kDirectStreams.end();
+  if (added.is_direct) {
+    begin_direct(number);
+  } else {
+    added.container = std::make_unique<BufferedContainer>();
+  }
+  return number;
+}
+
+// The data follows the header area, whose size is fixed from then on.
+void TopStorageWriter::choose_data_start() {
+  if (data_start_) return;
+  const std::uint64_t needed = header_index_offset(options_.version) + listed_in(IndexArea::header).size();
+  const std::uint64_t rounded = (needed + kHeaderAreaStep - 1) / kHeaderAreaStep * kHeaderAreaStep;
+  const bool fits = needed <= options_.maximum_header_size;
+  data_start_ = fits ? options_.maximum_header_size : rounded;
+  data_end_ = *data_start_;
+}
+
+void TopStorageWriter::begin_direct(Number number) {
+  if (current_direct_) {
+    const std::string text =
+        "Current direct stream is unexpectedly " + elements_[*current_direct_].listed.path;
+    throw support::ErrorEscape("cfi", kInternalFailure, text);
+  }
+  choose_data_start();
+  current_direct_ = number;
+  elements_[number].listed.offset = data_end_;
+  elements_[number].container = std::make_unique<DirectContainer>(file_.channel(), data_end_);
+}
+
+void TopStorageWriter::end_direct(Number number) {
+  if (current_direct_ != number) {
+    const std::string text =
+        "Current direct stream is unexpectedly " +
+        (current_direct_ ? elements_[*current_direct_].listed.path : std::string("none"));
+    throw support::ErrorEscape("cfi", kInternalFailure, text);
+  }
+  data_end_ += elements_[number].container->size();
+  current_direct_.reset();
+}
+
+std::string TopStorageWriter::old_bytes(Number stream) const {
+  const auto source = open_for_read(stream);
+  std::string bytes(static_cast<std::size_t>(source->size()), '\0');
+  if (source->read(bytes.data(), bytes.size()) != bytes.size()) throw make_error(kEndOfStream);
+  return bytes;
+}
+
+Container& TopStorageWriter::open_for_write(Number stream) {
+  thread_check_.require_own_thread();
+  Element& element = elements_[stream];
+  if (!element.is_stream()) throw make_error(kInternalFailure, "the element to be written is no stream");
+  if (!element.container) {
+    element.container = std::make_unique<BufferedContainer>(old_bytes(stream));
+  } else if (element.is_released) {
+    if (element.is_direct) throw make_error(kUnsupportedOperation, "writing to a direct stream again");
+    element.container->set_position(0);
+  } else {
+    throw failure_at(kInternalFailure,
+                     "Attempting to re-open a stream for write which has a container: ", element.listed.path);
+  }
+  element.is_released = false;
+  return *element.container;
+}
+
+std::unique_ptr<support::ByteSource> TopStorageWriter::open_for_read(Number stream) const {
+  thread_check_.require_own_thread();
+  const Element& element = elements_[stream];
+  if (element.is_released) {
+    throw failure_at(kUnsupportedOperation,
+                     element.is_direct ? "Attempting to re-open a direct stream for read which is "
+                                         "released but not committed for write: "
+                                       : "Attempting to re-open a buffered stream for read which is "
+                                         "released but not committed for write: ",
+                     element.listed.path);
+  }
+  if (element.container) {
+    throw failure_at(kInternalFailure,
+                     "Attempting to re-open a stream for read which has a container: ", element.listed.path);
+  }
+  return std::make_unique<ChannelSource>(old_->channel(), element.listed.offset, element.listed.size_bytes);
+}
+
+void TopStorageWriter::release(Number stream) {
+  thread_check_.require_own_thread();
+  Element& element = elements_[stream];
+  if (!element.container || element.is_released) return;
+  if (element.is_direct) end_direct(stream);
+  element.is_released = true;
+  element.listed.size_bytes = element.container->size();
+}
+
+void TopStorageWriter::write(std::uint64_t offset, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const std::size_t written = file_.channel().write_at(offset, bytes.data(), bytes.size());
+    offset += written;
+    bytes.remove_prefix(written);
+  }
+}
+
+void TopStorageWriter::copy_from_old(const Element& element) {
+  ChannelSource source(old_->channel(), element.listed.offset, element.listed.size_bytes);
+  std::string piece(kCopyPiece, '\0');
+  std::uint64_t copied = 0;
+  while (copied < element.listed.size_bytes) {
+    const std::size_t got = source.read(piece.data(), piece.size());
+    if (got == 0) throw make_error(kEndOfStream);
+    write(data_end_ + copied, std::string_view(piece).substr(0, got));
+    copied += got;
+  }
+}
+
+void TopStorageWriter::flush(Element& element) {
+  if (element.container) {
+    element.listed.size_bytes = element.container->size();
+    structured_storage_channel().print("    Flushing buffered container &%p to offset 0x%016" PRIx64 ": %s\n",
+                                       static_cast<const void*>(element.container.get()), data_end_,
+                                       element.listed.path.c_str());
+    write(data_end_, static_cast<const BufferedContainer&>(*element.container).bytes());
+  } else {
+    copy_from_old(element);
+  }
+  element.listed.offset = data_end_;
+  data_end_ += element.listed.size_bytes;
+}
+
+void TopStorageWriter::flush_all() {
+  if (current_direct_) release(*current_direct_);
+  choose_data_start();
+  // The fast-load partition stands together at the start of the data.
+  for (const bool is_fast_load : {true, false}) {
+    for (Element& element : elements_) {
+      if (element.is_stream() && !element.is_direct && element.is_fast_load() == is_fast_load) flush(element);
+    }
+  }
+}
+
+void TopStorageWriter::check_contiguous() const {
+  std::vector<const ListedElement*> streams;
+  for (const Element& element : elements_) {
+    if (element.is_stream()) streams.push_back(&element.listed);
+  }
+  std::ranges::sort(streams, [](const ListedElement* a, const ListedElement* b) {
+    return a->offset != b->offset ? a->offset < b->offset : a->size_bytes < b->size_bytes;
+  });
+  std::uint64_t end = *data_start_;
+  for (const ListedElement* stream : streams) {
+    if (stream->offset != end) throw make_error(kInternalFailure, "stream data is not contiguous");
+    end += stream->size_bytes;
+  }
+}
+
+std::uint64_t TopStorageWriter::fast_load_end() const {
+  std::uint64_t end = 0;
+  for (const Element& element : elements_) {
+    if (element.is_fast_load()) end = std::max(end, element.listed.offset + element.listed.size_bytes);
+  }
+  return end;
+}
+
+std::string TopStorageWriter::listed_in(IndexArea area) const {
+  std::vector<ListedElement> listed;
+  for (const Element& element : elements_) {
+    if (element.area == area) listed.push_back(element.listed);
+  }
+  return index_bytes(options_.version, area, listed, part_header_);
+}
+
+void TopStorageWriter::write_header(std::int64_t footer_offset) {
+  std::string header(kKvpmSignature);
+  header += static_cast<char>(options_.version);
+  if (options_.version >= kFirstVersionWithFastLoadEnd) append_little(header, fast_load_end());
+  append_little(header, footer_offset);
+  header += listed_in(IndexArea::header);
+  if (header.size() > *data_start_) {
+    throw make_error(kInternalFailure, "the header index is longer than the header area");
+  }
+  header.resize(static_cast<std::size_t>(*data_start_));
+  write(0, header);
+}
+
+void TopStorageWriter::commit() {
+  thread_check_.require_own_thread();
+  if (has_failed_) throw make_error(kInternalFailure, "a write to the file has failed before");
+  flush_all();
+  check_contiguous();
+  if (options_.has_footer) write(data_end_, listed_in(IndexArea::footer));
+  write_header(options_.has_footer ? static_cast<std::int64_t>(data_end_) : kNoFooter);
+  if (options_.flushes_to_disk) file_.channel().flush();
+  file_.commit();
+}
+
+}  // namespace VRX::System::CFI
