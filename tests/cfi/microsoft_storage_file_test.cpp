@@ -81,7 +81,7 @@ TEST(MicrosoftStorageFile, ListsAFileMadeByOthers) {
   MicrosoftStorageFile file(channel);
   EXPECT_EQ(listing(file),
             "/part\n/part/attrs\n/part/attrs/user 2151\n/images\n/images/preview 9008\n"
-            "/VR_PART\n/VR_PART/VR_PART 43893\n/VR_PART/COMPATIBILITY 65\n/VR_PART/ExternalReferences 45\n"
+            "/VR_PART\n/VR_PART/VR_PART 43948\n/VR_PART/COMPATIBILITY 65\n/VR_PART/ExternalReferences 45\n"
             "/VR_PART/LastSavedToggleInfoStream 63\n"
             "/FastLoad\n/FastLoad/JT 27265\n/FastLoad/Structure 1200\n/FastLoad/RMFastLoad 2500\n"
             "/FastLoad/PartIdentifier 16\n/FastLoad/ExternalReferences 30\n"
