@@ -29,10 +29,10 @@ support::MemorySource source_of(const std::string& bytes) {
 
 TEST(LZ4DecompressStream, DeliversTheSameBytesHoweverTheyAreAskedFor) {
   const std::string text = sample_text(700'001);
-  for (const std::size_t block : {65536, 65535, 20'000, 1}) {
+  for (const std::size_t block : {65536u, 65535u, 20'000u, 1u}) {
     const std::string content = text.substr(0, block == 1 ? 300 : text.size());
     const std::string frame = lz4_frame(content, block);
-    for (const std::size_t piece : {1'000'000, 524'288, 131'072, 131'071, 65'536, 4096, 777}) {
+    for (const std::size_t piece : {1'000'000u, 524'288u, 131'072u, 131'071u, 65'536u, 4096u, 777u}) {
       support::MemorySource inner = source_of(frame);
       LZ4DecompressStream stream(inner);
       std::string got;
@@ -131,7 +131,7 @@ TEST(ExpandedSource, ReadsAtAnyPosition) {
   const ExpandedFile file = expand_to_temporary_file(inner, "T");
   EXPECT_FALSE(file.failure);
   for (support::ByteSource* source : {plain.get(), expanded.get(), file.source.get()}) {
-    for (const std::uint64_t at : {250'000, 10, 299'990, 400'000, 0}) {
+    for (const std::uint64_t at : {250'000u, 10u, 299'990u, 400'000u, 0u}) {
       std::string got(20, '?');
       source->set_position(at);
       got.resize(source->read(got.data(), got.size()));

@@ -106,7 +106,7 @@ TEST(Surroundings, AFolderWithoutPermissionIsNamedAndStaysAsItIs) {
   EXPECT_EQ(std::distance(fs::directory_iterator(folder.path() / "locked"), {}), 1);
 }
 
-std::string numbered(int number) {
+std::string numbered(unsigned number) {
   const std::string digits = std::to_string(number);
   return "part_" + std::string(5 - digits.size(), '0') + digits + ".prt";
 }
@@ -121,7 +121,7 @@ std::set<std::string> names_in(const std::string& text, const std::string& befor
 }
 
 TEST(Surroundings, TenThousandFilesOfWhichEveryTenthIsDamaged) {
-  constexpr int kFiles = 10000;
+  constexpr unsigned kFiles = 10000;
   const TemporaryFolder folder;
   const char* const sound[] = {"flat_le.prt", "bracket.prt", "gearbox.prt", "latent.prt", "framed.prt"};
   const char* const damaged[] = {"damaged_cut.prt", "damaged_checksums.prt", "damaged_index_bit.prt",
@@ -130,7 +130,7 @@ TEST(Surroundings, TenThousandFilesOfWhichEveryTenthIsDamaged) {
   for (const char* part : damaged) fs::copy(sample(part), folder.path());
   std::set<std::string> sound_names;
   std::set<std::string> damaged_names;
-  for (int i = 0; i < kFiles; ++i) {
+  for (unsigned i = 0; i < kFiles; ++i) {
     const bool is_damaged = i % 10 == 0;
     const char* part = is_damaged ? damaged[i / 10 % std::size(damaged)] : sound[i % std::size(sound)];
     fs::create_hard_link(folder.path() / part, folder.path() / numbered(i));
