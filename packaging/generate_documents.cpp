@@ -49,6 +49,20 @@ std::string escape(std::string_view text, std::string_view special) {
   return escaped;
 }
 
+/// Ends lines at blanks, so that none is longer than a manual page's source should have it.
+std::string wrapped(const std::string& text) {
+  constexpr std::size_t kLongest = 80;
+  std::string lines;
+  std::size_t start = 0;
+  while (text.size() - start > kLongest) {
+    const std::size_t blank = text.rfind(' ', start + kLongest);
+    if (blank == std::string::npos || blank <= start) break;
+    lines += text.substr(start, blank - start) + "\n";
+    start = blank + 1;
+  }
+  return lines + text.substr(start);
+}
+
 /// The names between "<" and ">".
 std::vector<std::string> argument_names(const CommandSwitch& one) {
   std::vector<std::string> names;
@@ -61,102 +75,128 @@ std::vector<std::string> argument_names(const CommandSwitch& one) {
   return names;
 }
 
-bool is_file_argument(const std::string& name) { return name == "filename"; }
+/// What each word behind a switch is, to its last: the part that it is asked of, the output, or what no file
+/// is. Behind most switches further switches may follow; behind the two extractions nothing but file names.
+std::vector<std::string> words_behind(const CommandSwitch& one) {
+  std::vector<std::string> kinds;
+  for (const std::string& name : argument_names(one))
+    kinds.emplace_back(name == "filename" ? "output" : "other");
+  const std::string_view name = one.name;
+  if (name == "-extract" || name == "-extract_all") {
+    kinds.insert(kinds.end(), {"part", "output", "other"});
+  } else if (!kinds.empty()) {
+    kinds.emplace_back("switch");
+  }
+  return kinds;
+}
 
 std::string manual_switches(const std::vector<CommandSwitch>& switches) {
   std::string text;
   for (const CommandSwitch& one : switches) {
     text += ".TP\n.B " + escape(one.name, "\\-");
     for (const std::string& name : argument_names(one)) text += " \\fI" + escape(name, "\\-") + "\\fR";
-    text += "\n" + escape(one.description, "\\-") + "\n";
+    text += "\n" + wrapped(escape(one.description, "\\-")) + "\n";
   }
   return text;
 }
 
-std::string manual_page(std::string text, const std::vector<CommandSwitch>& switches) {
-  replace_all(text, "@SWITCHES@\n", manual_switches(switches));
-  replace_all(text, "@VERSION@", support::kVersionText);
+std::string join(const std::vector<std::string>& words) {
+  std::string text;
+  for (const std::string& word : words) text += (text.empty() ? "" : " ") + word;
   return text;
 }
 
-std::string bash_completion(const std::vector<CommandSwitch>& switches) {
-  std::string names;
-  std::string with_arguments;  // one case of the shell for each argument of a switch
+/// One case of a shell's `switch` for each switch that words belong to.
+std::string cases(const std::vector<CommandSwitch>& switches, const char* format) {
+  std::string text;
   for (const CommandSwitch& one : switches) {
-    names += std::string("\n") + one.name;
-    int distance = 0;
-    for (const std::string& name : argument_names(one)) {
-      ++distance;
-      with_arguments += support::format_text(
-          "  if (( COMP_CWORD > %d )) && [[ ${COMP_WORDS[COMP_CWORD - %d]} == %s ]]; then\n"
-          "    %sreturn\n"
-          "  fi\n",
-          distance, distance, one.name,
-          is_file_argument(name) ? "COMPREPLY=($(compgen -f -- \"$word\"))\n    " : "");
-    }
+    const std::vector<std::string> kinds = words_behind(one);
+    if (kinds.empty()) continue;
+    std::string row = format;
+    replace_all(row, "@NAME@", one.name);
+    replace_all(row, "@KINDS@", join(kinds));
+    text += row;
   }
-  return "# bash completion of vr_inspect\n"
-         "_vr_inspect() {\n"
-         "  local IFS=$'\\n' word=${COMP_WORDS[COMP_CWORD]}\n"
-         "  COMPREPLY=()\n" +
-         with_arguments +
-         "  if [[ $word == -* ]]; then\n"
-         "    COMPREPLY=($(compgen -W '" +
-         names +
-         "' -- \"$word\"))\n"
-         "  else\n"
-         "    COMPREPLY=($(compgen -f -- \"$word\"))\n"
-         "  fi\n"
-         "}\n"
-         "complete -o filenames -F _vr_inspect vr_inspect\n";
+  return text;
 }
 
-std::string zsh_completion(const std::vector<CommandSwitch>& switches) {
-  std::string text =
-      "#compdef vr_inspect\n"
-      "_arguments \\\n";
+void fill_bash(std::string& text, const std::vector<CommandSwitch>& switches) {
+  std::vector<std::string> names;
+  for (const CommandSwitch& one : switches) names.emplace_back(one.name);
+  replace_all(text, "@EXPECTED@\n", cases(switches, "        @NAME@) expected=(@KINDS@) ;;\n"));
+  replace_all(text, "@SWITCHES@", join(names));
+}
+
+void fill_zsh(std::string& text, const std::vector<CommandSwitch>& switches) {
+  std::string rules;
   for (const CommandSwitch& one : switches) {
     std::string rule = std::string(one.name) + "[" + escape(one.description, "\\[]:") + "]";
-    for (const std::string& name : argument_names(one)) {
-      rule += ":" + name + (is_file_argument(name) ? ":_files" : ": ");
+    const std::vector<std::string> kinds = words_behind(one);
+    // An extraction is the last switch, and says itself what may follow.
+    if (!kinds.empty() && kinds.back() == "other") rule = "(- *)" + rule;
+    const std::vector<std::string> names = argument_names(one);
+    for (std::size_t i = 0; i + 1 < kinds.size(); ++i) {
+      const std::string name = i < names.size() ? names[i] : kinds[i];
+      const char* separator = i < names.size() || kinds[i] == "part" ? ":" : "::";
+      const char* action = kinds[i] == "part"     ? ":_files"
+                           : kinds[i] == "output" ? ":_files -F \"*.(#i)prt\""
+                                                  : ": ";
+      rule += separator + name + action;
     }
     replace_all(rule, "'", "'\\''");
-    text += "  '" + rule + "' \\\n";
+    rules += "  '" + rule + "' \\\n";
   }
-  return text + "  '*:part file:_files'\n";
+  replace_all(text, "@SWITCHES@\n", rules);
 }
 
-std::string fish_completion(const std::vector<CommandSwitch>& switches) {
-  std::string text = "# fish completion of vr_inspect\n";
+void fill_fish(std::string& text, const std::vector<CommandSwitch>& switches) {
+  std::string rules;
   for (const CommandSwitch& one : switches) {
-    const std::vector<std::string> names = argument_names(one);
-    text += support::format_text("complete -c vr_inspect -o %s%s -d '%s'\n", one.name + 1,
-                                 names.empty() ? "" : " -x", escape(one.description, "\\'").c_str());
+    rules += support::format_text("complete -c vr_inspect -n '__vr_inspect_expects switch' -o %s -d '%s'\n",
+                                  one.name + 1, escape(one.description, "\\'").c_str());
   }
-  return text;
+  replace_all(text, "@EXPECTED@\n",
+              cases(switches, "                case @NAME@\n                    set expected @KINDS@\n"));
+  replace_all(text, "@SWITCHES@\n", rules);
+}
+
+/// Writes what the template becomes; says so when that fails.
+template <typename Fill>
+bool generate(const std::string& source, const std::string& target, Fill fill) {
+  std::optional<std::string> text = read_text(source.c_str());
+  if (text) {
+    fill(*text);
+    if (write_text(target, *text)) return true;
+  }
+  std::fprintf(stderr, "generate_documents: cannot make %s of %s\n", target.c_str(), source.c_str());
+  return false;
 }
 
 }  // namespace
 
 int main(int argument_count, char** arguments) {
-  if (argument_count != 3) {
-    std::fprintf(stderr, "usage: generate_documents <manual page template> <folder>\n");
+  if (argument_count != 4) {
+    std::fprintf(stderr, "usage: generate_documents <folder of templates> <date> <folder>\n");
     return 1;
   }
-  const std::optional<std::string> manual = read_text(arguments[1]);
-  if (!manual) {
-    std::fprintf(stderr, "generate_documents: cannot read %s\n", arguments[1]);
-    return 1;
-  }
+  const std::string templates = std::string(arguments[1]) + "/vr_inspect";
+  const char* const date = arguments[2];
+  const std::string folder = arguments[3];
   const auto table = inspect::command_switches();
   std::vector<CommandSwitch> switches(table.begin(), table.end());
   std::ranges::sort(switches, {}, [](const CommandSwitch& one) { return std::string_view(one.name); });
 
-  const std::string folder = arguments[2];
-  const bool written = write_text(folder + "/vr_inspect.1", manual_page(*manual, switches)) &&
-                       write_text(folder + "/vr_inspect", bash_completion(switches)) &&
-                       write_text(folder + "/_vr_inspect", zsh_completion(switches)) &&
-                       write_text(folder + "/vr_inspect.fish", fish_completion(switches));
-  if (!written) std::fprintf(stderr, "generate_documents: cannot write into %s\n", folder.c_str());
+  const auto fill_manual = [&](std::string& text) {
+    replace_all(text, "@SWITCHES@\n", manual_switches(switches));
+    replace_all(text, "@VERSION@", support::kVersionText);
+    replace_all(text, "@DATE@", date);
+  };
+  const bool written = generate(templates + ".1.in", folder + "/vr_inspect.1", fill_manual) &&
+                       generate(templates + ".bash.in", folder + "/vr_inspect",
+                                [&](std::string& text) { fill_bash(text, switches); }) &&
+                       generate(templates + ".zsh.in", folder + "/_vr_inspect",
+                                [&](std::string& text) { fill_zsh(text, switches); }) &&
+                       generate(templates + ".fish.in", folder + "/vr_inspect.fish",
+                                [&](std::string& text) { fill_fish(text, switches); });
   return written ? 0 : 1;
 }
