@@ -31,7 +31,7 @@ LZ4DecompressStream::LZ4DecompressStream(support::ByteSource& inner)
     : inner_(inner),
       decoder_(std::make_unique<Decoder>()),
       input_(std::make_unique_for_overwrite<std::byte[]>(kInputSize)),
-      buffers_(std::make_unique_for_overwrite<std::byte[]>(2 * kBlockSize)) {}
+      window_(std::make_unique_for_overwrite<std::byte[]>(kWindowSize)) {}
 
 LZ4DecompressStream::~LZ4DecompressStream() = default;
 
@@ -63,31 +63,47 @@ std::size_t LZ4DecompressStream::deliver(std::byte* destination, std::uint64_t c
     total += take_expanded(destination == nullptr ? nullptr : destination + total, count - total);
     if (total == count) break;
     // All but the last block that the caller has room for need no stop in a buffer of ours.
-    const bool direct = destination != nullptr && count - total >= 2 * kBlockSize;
-    const std::int32_t expanded = expand_block(direct ? destination + total : buffer(1 - current_));
+    const bool direct = destination != nullptr && count - total >= 2 * kBlockSize && can_leave_window();
+    if (!direct) return_to_window();
+    const std::int32_t expanded = expand_block(direct ? destination + total : next_place());
     if (expanded == 0) break;
+    const auto size = static_cast<std::size_t>(expanded);
     if (direct) {
-      total += static_cast<std::uint64_t>(expanded);
-      position_ += static_cast<std::uint64_t>(expanded);
+      outside_ = destination + total + size;
+      outside_size_ += size;
+      total += size;
+      position_ += size;
     } else {
-      current_ = 1 - current_;
-      offset_ = 0;
-      unread_ = expanded;
+      window_end_ += size;
+      neighbours_ += size;
+      unread_ = size;
     }
   }
-  keep_dictionary();
+  return_to_window();
   return total;
 }
 
-/// Takes up to `count` bytes of what the current buffer still holds.
+/// Takes up to `count` bytes of what the last block in the window still holds.
 std::size_t LZ4DecompressStream::take_expanded(std::byte* destination, std::uint64_t count) {
-  const auto taken = static_cast<std::int32_t>(std::min(static_cast<std::uint64_t>(unread_), count));
-  const auto size = static_cast<std::size_t>(taken);
-  if (destination != nullptr && size > 0) std::memcpy(destination, buffer(current_) + offset_, size);
-  offset_ += taken;
-  unread_ -= taken;
+  const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(unread_, count));
+  if (destination != nullptr && size > 0) {
+    std::memcpy(destination, window_.get() + window_end_ - unread_, size);
+  }
+  unread_ -= size;
   position_ += size;
   return size;
+}
+
+/// Where the next block goes, with room for kBlockSize bytes.
+std::byte* LZ4DecompressStream::next_place() {
+  if (kWindowSize - window_end_ < kBlockSize) window_end_ = neighbours_ = 0;
+  return window_.get() + window_end_;
+}
+
+/// The decoder keeps one place besides the one that it writes to: all that a block may refer to must be
+/// there.
+bool LZ4DecompressStream::can_leave_window() const {
+  return outside_size_ > 0 || neighbours_ >= kHistorySize || neighbours_ == position_;
 }
 
 int LZ4DecompressStream::read_signature() {
@@ -111,28 +127,30 @@ std::int32_t LZ4DecompressStream::expand_block(std::byte* target) {
   if (length > kLongestBlock) return finish(kCompressedBlockTooLong);
   const std::byte* block = take_inner(static_cast<std::size_t>(length));
   if (block == nullptr) return finish(kEndOfStream);
-  // The block before is the whole dictionary, whatever else still lies beside it.
-  LZ4_setStreamDecode(&decoder_->state, reinterpret_cast<const char*>(dictionary_), dictionary_size_);
   const int expanded =
       LZ4_decompress_safe_continue(&decoder_->state, reinterpret_cast<const char*>(block),
                                    reinterpret_cast<char*>(target), length, static_cast<int>(kBlockSize));
   if (expanded < 1) return finish(0);  // a block that expands to nothing ends the stream quietly
-  dictionary_ = target;
-  dictionary_size_ = expanded;
   return expanded;
 }
 
-/// A block that was expanded into the caller's memory must be at hand when the caller has taken it back.
-void LZ4DecompressStream::keep_dictionary() {
-  if (dictionary_ == nullptr || dictionary_ == buffer(0) || dictionary_ == buffer(1)) return;
-  std::memcpy(buffer(current_), dictionary_, static_cast<std::size_t>(dictionary_size_));
-  dictionary_ = buffer(current_);
+/// What was expanded into the caller's memory must be at hand when the caller has taken it back.
+void LZ4DecompressStream::return_to_window() {
+  if (outside_size_ == 0) return;
+  const std::size_t taken = std::min(outside_size_, kHistorySize);
+  const std::size_t kept = std::min(neighbours_, kHistorySize - taken);
+  std::memmove(window_.get(), window_.get() + window_end_ - kept, kept);
+  std::memcpy(window_.get() + kept, outside_ - taken, taken);
+  window_end_ = neighbours_ = kept + taken;
+  outside_size_ = 0;
+  LZ4_setStreamDecode(&decoder_->state, reinterpret_cast<const char*>(window_.get()),
+                      static_cast<int>(window_end_));
 }
 
 /// The next `count` bytes of the inner stream, at most a block, in place; null when it has fewer left.
 const std::byte* LZ4DecompressStream::take_inner(std::size_t count) {
   if (input_length_ - input_used_ < count) {
-    keep_dictionary();  // reading may raise
+    return_to_window();  // reading may raise
     const std::size_t rest = input_length_ - input_used_;
     std::memmove(input_.get(), input_.get() + input_used_, rest);
     input_used_ = 0;

@@ -13,7 +13,7 @@ namespace VRX::System::CFI {
 ///
 ///     0  4  signature: 'L' 'Z' '4' 0x01
 ///     4  4  compressed length N of block 1, 1 to 65809
-///     8  N  LZ4 block, at most 65536 bytes expanded; may refer back to the block before it
+///     8  N  LZ4 block, at most 65536 bytes expanded; may refer to the 65535 bytes before it
 ///     ...   further blocks, to the end of the inner stream
 ///
 /// Each operation gives a status: 0, or the container's number for what is wrong. The bytes before a
@@ -22,6 +22,7 @@ class LZ4DecompressStream {
  public:
   static constexpr std::array<unsigned char, 4> kSignature = {'L', 'Z', '4', 0x01};
   static constexpr std::size_t kBlockSize = 65536;
+  static constexpr std::size_t kHistorySize = 65536;    ///< how far back a block may refer, 1 byte less
   static constexpr std::int32_t kLongestBlock = 65809;  ///< the compress bound of a full block
 
   enum Origin : int { kFromStart = 0, kFromCurrent = 1 };
@@ -55,14 +56,21 @@ class LZ4DecompressStream {
  private:
   struct Decoder;
 
+  // The decode buffers lie side by side, and a block stands right behind the one before as long as there is
+  // room for a full one: a full block takes turns with the next, a short one stays whole as history. What the
+  // decoder writes behind a block stays clear of the history that the next may still refer to.
+  static constexpr std::size_t kMargin = 64;
+  static constexpr std::size_t kWindowSize = kHistorySize + kMargin + kBlockSize;
+
   std::size_t deliver(std::byte* destination, std::uint64_t count);
   int read_signature();
   std::size_t take_expanded(std::byte* destination, std::uint64_t count);
+  std::byte* next_place();
+  bool can_leave_window() const;
   std::int32_t expand_block(std::byte* target);
-  void keep_dictionary();
+  void return_to_window();
   const std::byte* take_inner(std::size_t count);
   std::int32_t finish(int status);
-  std::byte* buffer(std::size_t index) { return buffers_.get() + index * kBlockSize; }
 
   support::ByteSource& inner_;
   std::unique_ptr<Decoder> decoder_;
@@ -72,13 +80,12 @@ class LZ4DecompressStream {
   std::size_t input_used_ = 0;
   std::size_t input_length_ = 0;
 
-  // Two decode buffers side by side: the second continues the first, where the decoder is fastest.
-  std::unique_ptr<std::byte[]> buffers_;
-  std::size_t current_ = 1;
-  std::int32_t offset_ = 0;
-  std::int32_t unread_ = 0;
-  const std::byte* dictionary_ = nullptr;  ///< the last block: in a buffer, or with the caller for now
-  std::int32_t dictionary_size_ = 0;
+  std::unique_ptr<std::byte[]> window_;
+  std::size_t window_end_ = 0;    ///< behind the last block in the window
+  std::size_t neighbours_ = 0;    ///< bytes of the blocks that stand right before there
+  std::size_t unread_ = 0;        ///< bytes before there that have not been delivered
+  std::byte* outside_ = nullptr;  ///< blocks that were expanded into the caller's memory meanwhile
+  std::size_t outside_size_ = 0;
 
   std::uint64_t position_ = 0;
   bool signature_read_ = false;

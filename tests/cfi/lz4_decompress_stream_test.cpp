@@ -29,9 +29,12 @@ support::MemorySource source_of(const std::string& bytes) {
 
 TEST(LZ4DecompressStream, DeliversTheSameBytesHoweverTheyAreAskedFor) {
   const std::string text = sample_text(700'001);
-  for (const std::size_t block : {65536u, 65535u, 20'000u, 1u}) {
-    const std::string content = text.substr(0, block == 1 ? 300 : text.size());
-    const std::string frame = lz4_frame(content, block);
+  const std::vector<std::size_t> block_sizes[] = {
+      {65536}, {65535}, {20'000}, {1}, {65536, 1000}, {65536, 65536, 1000}, {65536, 65536, 1, 500},
+  };
+  for (const auto& blocks : block_sizes) {
+    const std::string content = text.substr(0, blocks.front() == 1 ? 300 : text.size());
+    const std::string frame = lz4_frame(content, blocks);
     for (const std::size_t piece : {1'000'000u, 524'288u, 131'072u, 131'071u, 65'536u, 4096u, 777u}) {
       support::MemorySource inner = source_of(frame);
       LZ4DecompressStream stream(inner);
@@ -45,7 +48,7 @@ TEST(LZ4DecompressStream, DeliversTheSameBytesHoweverTheyAreAskedFor) {
       } while (result.bytes_read == piece);
       EXPECT_EQ(result.status, 0);
       EXPECT_EQ(stream.position(), content.size());
-      EXPECT_TRUE(got == content) << "blocks of " << block << " in pieces of " << piece;
+      EXPECT_TRUE(got == content) << testing::PrintToString(blocks) << " in pieces of " << piece;
     }
   }
 }

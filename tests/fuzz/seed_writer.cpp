@@ -135,7 +135,7 @@ void write_streams(const fs::path& folder) {
   SeedFolder lz4(folder, "lz4_stream");
   const unsigned piece_sizes[] = {0, 9, 16, 255};
   lz4.add(piece_sizes, test_support::lz4_frame(solid_text(100)));
-  lz4.add(piece_sizes, test_support::lz4_frame(solid_text(100), 200));
+  lz4.add(piece_sizes, test_support::lz4_frame(solid_text(100), {200}));
   // Full blocks, which few bytes hold when they repeat themselves and one another.
   lz4.add(piece_sizes, test_support::lz4_frame(std::string(200000, 'x') + std::string(100000, 'y')));
   SeedFolder(folder, "toggle_stream").add(toggle_stream());
