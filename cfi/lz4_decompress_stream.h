@@ -57,10 +57,9 @@ class LZ4DecompressStream {
   struct Decoder;
 
   // The decode buffers lie side by side, and a block stands right behind the one before as long as there is
-  // room for a full one: a full block takes turns with the next, a short one stays whole as history. What the
-  // decoder writes behind a block stays clear of the history that the next may still refer to.
-  static constexpr std::size_t kMargin = 64;
-  static constexpr std::size_t kWindowSize = kHistorySize + kMargin + kBlockSize;
+  // room for a full one: so a short one does not part the next from its history. Beginning again in front
+  // never overwrites history, as the room of two full blocks is taken then.
+  static constexpr std::size_t kWindowSize = 2 * kHistorySize + kBlockSize;
 
   std::size_t deliver(std::byte* destination, std::uint64_t count);
   int read_signature();
