@@ -2,6 +2,7 @@
 
 #include "cfi/compound/microsoft_storage_file.h"
 #include "cfi/kvpm/kvpm_storage_file.h"
+#include "support/byte_order.h"
 
 namespace VRX::System::CFI {
 
@@ -24,6 +25,14 @@ std::unique_ptr<StorageFile> open_storage_file(FileChannel& channel) {
       break;
   }
   return nullptr;
+}
+
+std::optional<std::uint16_t> StorageFile::part_header_unit(std::size_t number) const {
+  const std::span<const std::byte> header = part_header();
+  if (number >= header.size() / 2) return std::nullopt;
+  const unsigned char bytes[] = {std::to_integer<unsigned char>(header[2 * number]),
+                                 std::to_integer<unsigned char>(header[2 * number + 1])};
+  return support::load_little<std::uint16_t>(bytes);
 }
 
 std::vector<ElementId> StorageFile::streams_named(std::string_view name) {

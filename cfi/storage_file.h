@@ -1,13 +1,14 @@
 #pragma once
 
-#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <string>
+#include <span>
 #include <string_view>
 #include <vector>
 
+#include "cfi/element.h"
 #include "cfi/file_channel.h"
 #include "support/byte_source.h"
 
@@ -22,31 +23,7 @@ inline constexpr std::string_view kMicrosoftSignature{"\xD0\xCF\x11\xE0\xA1\xB1\
 
 FileKind recognise(FileChannel& channel);
 
-/// A class identifier in GUID layout.
-struct ClassId {
-  std::uint32_t data1 = 0;
-  std::uint16_t data2 = 0;
-  std::uint16_t data3 = 0;
-  std::array<std::uint8_t, 8> data4 = {};
-  bool operator==(const ClassId&) const = default;
-};
-
-enum class ElementType { storage, stream };
-
-/// What a contents enquiry tells of one element. `size` is in bytes and 0 for storages; `class_id` is zero
-/// for streams.
-struct ElementRecord {
-  ElementType type = ElementType::stream;
-  std::string name;
-  std::uint64_t size = 0;
-  ClassId class_id;
-};
-
-/// Names one element inside its StorageFile; meaningless in any other. The root storage is kRootElement.
-using ElementId = std::uint64_t;
-inline constexpr ElementId kRootElement = 0;
-
-/// An open container of either format, read only: a tree of storages with streams as leaves.
+/// An open container of either format: a tree of storages with streams as leaves, and the one door to it.
 /// All operations raise ErrorEscape with a container number when the file is damaged or cannot be read.
 class StorageFile {
  public:
@@ -57,13 +34,35 @@ class StorageFile {
 
   virtual FileKind kind() const = 0;
 
+  /// The number of the file format, 0 to 6 in the maker's format; 0 where the format has no numbers.
+  virtual int format_number() const { return 0; }
+
+  /// The part file header that the container keeps beside the part stream: its bytes as stored, in 16-bit
+  /// units; empty where there is none.
+  virtual std::span<const std::byte> part_header() const { return {}; }
+
+  /// One 16-bit unit of it; nothing when it is shorter.
+  std::optional<std::uint16_t> part_header_unit(std::size_t number) const;
+
+  /// The file offset at which the fast-load partition ends; 0 when there is none.
+  virtual std::int64_t fast_load_end() const { return 0; }
+
+  /// Loads all that the file lists. Whoever calls it hears, each time, what is damaged; what is never asked
+  /// for is never read.
+  virtual void load_all() {}
+
   /// The child of that name, without opening it.
   virtual std::optional<ElementId> find_child(ElementId storage, std::string_view name) = 0;
 
   virtual ElementRecord record(ElementId element) = 0;
+  virtual ElementNode node(ElementId element) = 0;
 
   /// All children of a storage in the order in which the format enumerates them.
   virtual std::vector<ElementId> children(ElementId storage) = 0;
+
+  /// The children in the order of a listing, as far as they can be read: what kept the others from being
+  /// loaded is raised by load_all().
+  virtual std::vector<ElementId> readable_children(ElementId storage) { return children(storage); }
 
   /// The bytes of a stream; the source lives no longer than this object.
   virtual std::unique_ptr<support::ByteSource> open_stream(ElementId stream) = 0;

@@ -2,7 +2,6 @@
 
 #include "cfi/cfi_error_codes.h"
 #include "cfi/expanded_source.h"
-#include "cfi/kvpm/kvpm_storage_file.h"
 #include "inspect/records/named_streams.h"
 
 namespace inspect {
@@ -50,8 +49,7 @@ std::unique_ptr<support::ByteSource> PartContainer::open_part_stream() {
 
 std::span<const std::byte> PartContainer::header_copy() const {
   const StorageFile* file = storage_file();
-  if (file == nullptr || file->kind() != FileKind::kvpm) return {};
-  return static_cast<const KVPMStorageFile*>(file)->top_storage().part_header();
+  return file == nullptr ? std::span<const std::byte>() : file->part_header();
 }
 
 }  // namespace inspect

@@ -1,5 +1,7 @@
 #include "cfi/compound/microsoft_storage_file.h"
 
+#include <utility>
+
 #include "cfi/cfi_error_codes.h"
 #include "cfi/compound/element_name.h"
 #include "cfi/compound/sector_chain_source.h"
@@ -25,6 +27,12 @@ ElementRecord MicrosoftStorageFile::record(ElementId id) {
   const CompoundElement& found = element(id);
   const bool is_stream = found.type == ElementType::stream;
   return {found.type, utf8_from_utf16(directory_.name(found)), is_stream ? found.size : 0, found.class_id};
+}
+
+ElementNode MicrosoftStorageFile::node(ElementId id) {
+  ElementRecord shown = record(id);
+  node_name_ = std::move(shown.name);
+  return {.type = shown.type, .name = node_name_, .size = shown.size};
 }
 
 std::vector<ElementId> MicrosoftStorageFile::children(ElementId storage) {

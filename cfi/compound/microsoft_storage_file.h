@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -27,6 +28,7 @@ class MicrosoftStorageFile final : public StorageFile {
   FileKind kind() const override { return FileKind::microsoft; }
   std::optional<ElementId> find_child(ElementId storage, std::string_view name) override;
   ElementRecord record(ElementId element) override;
+  ElementNode node(ElementId element) override;
   std::vector<ElementId> children(ElementId storage) override;
 
   /// Raises 1021266 when the chain of the stream runs in a circle.
@@ -52,6 +54,7 @@ class MicrosoftStorageFile final : public StorageFile {
   CompoundDirectory directory_;
   std::optional<MiniStream> mini_stream_;
   std::optional<bool> truncated_;
+  std::string node_name_;  ///< of the last node() given out
 };
 
 }  // namespace VRX::System::CFI

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "cfi/element.h"
+
 /// The maker's storage file. All integers are little-endian; a UString is an Int32 length and that many
 /// bytes.
 ///
@@ -46,8 +48,6 @@ inline constexpr std::size_t kRootPathLength = sizeof kRootPath - 1;
 constexpr std::uint64_t header_index_offset(int version) {
   return version >= kFirstVersionWithFastLoadEnd ? 25 : 17;
 }
-
-enum class IndexArea { header, footer };
 
 constexpr const char* index_signature(IndexArea area) {
   return area == IndexArea::header ? "HEADER" : "FOOTER";

@@ -33,7 +33,7 @@ ElementRecord KVPMStorageFile::record(ElementId element) {
   return record;
 }
 
-ElementNode KVPMStorageFile::node(ElementId element) const {
+ElementNode KVPMStorageFile::node(ElementId element) {
   const StorageIndex& index = top_.index();
   ElementNode node{ElementType::storage, index.element_name(element), IndexArea::header, 0, 0};
   if (element == kRootElement) return node;

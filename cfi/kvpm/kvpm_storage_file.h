@@ -10,16 +10,6 @@
 
 namespace VRX::System::CFI {
 
-/// What the storage listing shows of one element. The name is valid as long as the file is open and nothing
-/// more is loaded.
-struct ElementNode {
-  ElementType type = ElementType::stream;
-  std::string_view name;
-  IndexArea area = IndexArea::header;
-  std::uint64_t start_offset = 0;  ///< in the file; 0 for storages
-  std::uint64_t size = 0;          ///< in bytes; 0 for storages
-};
-
 /// The maker's storage file, open for reading. A storage that only appears as the prefix of a listed path
 /// exists, with a zero class identifier and the area of its first child.
 class KVPMStorageFile final : public StorageFile {
@@ -28,27 +18,28 @@ class KVPMStorageFile final : public StorageFile {
   explicit KVPMStorageFile(FileChannel& channel);
 
   FileKind kind() const override { return FileKind::kvpm; }
+  int format_number() const override { return top_.version(); }
+  std::span<const std::byte> part_header() const override { return top_.part_header(); }
+  std::int64_t fast_load_end() const override { return top_.fast_load_end(); }
+
+  /// Loads the footer index.
+  void load_all() override { top_.load_footer(); }
   std::optional<ElementId> find_child(ElementId storage, std::string_view name) override;
   ElementRecord record(ElementId element) override;
+  ElementNode node(ElementId element) override;
 
   /// In listing order; loads the footer index.
   std::vector<ElementId> children(ElementId storage) override;
+
+  /// A footer index that cannot be loaded only hides what it lists.
+  std::vector<ElementId> readable_children(ElementId storage) override;
   std::unique_ptr<support::ByteSource> open_stream(ElementId stream) override;
   bool is_truncated() override { return top_.is_truncated(); }
 
   /// Loads the footer index.
   std::vector<ElementId> streams_named(std::string_view name) override;
 
-  ElementNode node(ElementId element) const;
-
-  /// Raises what kept the footer index from being loaded.
-  void load_footer() { top_.load_footer(); }
-
-  /// As children(), but a footer index that cannot be loaded only hides what it lists.
-  std::vector<ElementId> readable_children(ElementId storage);
-
-  /// The file format number, the part file header and the fast-load partition.
-  const TopStorage& top_storage() const { return top_; }
+  bool footer_is_loaded() const { return top_.footer_is_loaded(); }
 
  private:
   KVPMTree& tree();

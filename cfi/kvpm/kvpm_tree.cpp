@@ -165,12 +165,10 @@ ElementId KVPMTree::child_element(std::uint32_t child) const {
 }
 
 KVPMTree::SortItem KVPMTree::sort_item(std::uint32_t child) const {
-  constexpr std::uint64_t kFooterBit = std::uint64_t{1} << 63U;
   const std::uint32_t entry = StorageIndex::entry_number(child_element(child));
-  std::uint64_t key =
+  const std::uint64_t offset =
       child < index_.size() ? index_.entry(child).offset() : nodes_[child - index_.size()].key;
-  key = std::min(key, kFooterBit - 1);
-  return {index_.area(entry) == IndexArea::footer ? key | kFooterBit : key, child};
+  return {listing_key(index_.area(entry), offset), child};
 }
 
 std::vector<ElementId> KVPMTree::children(ElementId storage) const {

@@ -10,6 +10,16 @@
 
 namespace VRX::System::CFI {
 
+/// The start offset by which a storage without streams is listed: behind all others of its area.
+inline constexpr std::uint64_t kNoStartOffset = UINT64_MAX;
+
+/// Elements of one storage are listed by this key, then by name.
+constexpr std::uint64_t listing_key(IndexArea area, std::uint64_t start_offset) {
+  constexpr std::uint64_t kFooterBit = std::uint64_t{1} << 63U;
+  const std::uint64_t key = start_offset < kFooterBit ? start_offset : kFooterBit - 1;
+  return area == IndexArea::footer ? key | kFooterBit : key;
+}
+
 /// The storages of a file with their children, made in one pass over its loaded indexes.
 class KVPMTree {
  public:
@@ -27,11 +37,10 @@ class KVPMTree {
 
  private:
   static constexpr std::uint32_t kNone = UINT32_MAX;
-  static constexpr std::uint64_t kNoStreams = UINT64_MAX;
 
   struct Node {
     ElementId element = kRootElement;
-    std::uint64_t key = kNoStreams;  // smallest start offset of the streams directly inside
+    std::uint64_t key = kNoStartOffset;  // smallest start offset of the streams directly inside
     std::uint32_t parent = kNone;
     std::uint32_t first_child = 0;  // into children_
     std::uint32_t child_count = 0;

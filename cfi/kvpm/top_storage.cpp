@@ -8,7 +8,6 @@
 #include "cfi/file_container.h"
 #include "cfi/kvpm/header_paths.h"
 #include "cfi/kvpm/index_reader.h"
-#include "support/byte_order.h"
 
 namespace VRX::System::CFI {
 
@@ -70,13 +69,6 @@ std::optional<ElementId> TopStorage::find(std::string_view path) {
   }
   if (!found) found = index_.find_implied(path);
   return found;
-}
-
-std::optional<std::uint16_t> TopStorage::part_header_unit(std::size_t number) const {
-  if (number >= part_header_.size() / 2) return std::nullopt;
-  const unsigned char bytes[] = {std::to_integer<unsigned char>(part_header_[2 * number]),
-                                 std::to_integer<unsigned char>(part_header_[2 * number + 1])};
-  return support::load_little<std::uint16_t>(bytes);
 }
 
 std::int64_t TopStorage::fast_load_end() const {

@@ -31,9 +31,6 @@ class TopStorage {
   /// The part file header kept in the header index: its bytes as stored, empty before version 3.
   std::span<const std::byte> part_header() const { return part_header_; }
 
-  /// A 16-bit unit of the part file header; nothing when it is shorter.
-  std::optional<std::uint16_t> part_header_unit(std::size_t number) const;
-
   /// Where the fast-load partition ends: as stored from version 6 on, before that the highest end of the
   /// loaded streams whose header-path number is 1 to 5, 0 when there is none.
   std::int64_t fast_load_end() const;

@@ -16,7 +16,6 @@ using VRX::System::CFI::ElementRecord;
 using VRX::System::CFI::ElementType;
 using VRX::System::CFI::FileKind;
 using VRX::System::CFI::IndexArea;
-using VRX::System::CFI::KVPMStorageFile;
 
 namespace {
 
@@ -96,15 +95,11 @@ bool MSStoragePrinter::print_element(ElementId element, std::size_t indent) {
   return is_storage;
 }
 
-KVPMStoragePrinter::KVPMStoragePrinter(CFI_storage_t root)
-    : StoragePrinter(root), kvpm_(static_cast<KVPMStorageFile&>(file())) {}
-
 void KVPMStoragePrinter::print_kind() {
-  const auto& top = kvpm_.top_storage();
-  support::print("Uses KVPM storage (file format %d)\n", top.version());
-  const int fast_load_version = top.part_header_unit(kFastLoadVersionUnit).value_or(0);
+  support::print("Uses KVPM storage (file format %d)\n", file().format_number());
+  const int fast_load_version = file().part_header_unit(kFastLoadVersionUnit).value_or(0);
   if (fast_load_version != 0) support::print("Fast Load Partition version: %d\n", fast_load_version);
-  support::print("Fast Load Partition End: %lld\n", static_cast<long long>(top.fast_load_end()));
+  support::print("Fast Load Partition End: %lld\n", static_cast<long long>(file().fast_load_end()));
 }
 
 void KVPMStoragePrinter::print_column_header() {
@@ -115,13 +110,13 @@ void KVPMStoragePrinter::print_column_header() {
 
 void KVPMStoragePrinter::print_children(ElementId storage, std::size_t indent) {
   walk(
-      storage, indent, [this](ElementId element) { return kvpm_.readable_children(element); },
+      storage, indent, [this](ElementId element) { return file().readable_children(element); },
       [this](ElementId element, std::size_t at) { return print_element(element, at); });
   text_.flush();
 }
 
 bool KVPMStoragePrinter::print_element(ElementId element, std::size_t indent) {
-  const ElementNode node = kvpm_.node(element);
+  const ElementNode node = file().node(element);
   const bool is_storage = node.type == ElementType::storage;
   const std::size_t length = text_.spaces(indent).text(is_storage ? "Storage " : "Stream ").name(node.name);
   const std::size_t gap = padding(indent, length);
@@ -136,7 +131,7 @@ bool KVPMStoragePrinter::print_element(ElementId element, std::size_t indent) {
   return is_storage;
 }
 
-void KVPMStoragePrinter::finish() { kvpm_.load_footer(); }
+void KVPMStoragePrinter::finish() { file().load_all(); }
 
 std::unique_ptr<StoragePrinter> make_storage_printer(CFI_storage_t root) {
   if (CFI_storage_file(root).kind() == FileKind::microsoft) return std::make_unique<MSStoragePrinter>(root);

@@ -5,7 +5,6 @@
 #include <string_view>
 
 #include "cfi/flat/cfi_storage.h"
-#include "cfi/kvpm/kvpm_storage_file.h"
 #include "cfi/tools/listing_text.h"
 
 namespace cfi_tools {
@@ -54,7 +53,7 @@ class MSStoragePrinter final : public StoragePrinter {
 /// For the maker's storage files, with the place of each stream in the file.
 class KVPMStoragePrinter final : public StoragePrinter {
  public:
-  explicit KVPMStoragePrinter(CFI_storage_t root);
+  using StoragePrinter::StoragePrinter;
 
   void print_kind() override;
   void print_column_header() override;
@@ -64,7 +63,6 @@ class KVPMStoragePrinter final : public StoragePrinter {
  private:
   bool print_element(VRX::System::CFI::ElementId element, std::size_t indent);
 
-  VRX::System::CFI::KVPMStorageFile& kvpm_;
   ListingText text_;
 };
 

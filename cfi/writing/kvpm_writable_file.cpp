@@ -1,6 +1,10 @@
 #include "cfi/writing/kvpm_writable_file.h"
 
+#include <algorithm>
+#include <tuple>
+
 #include "cfi/element_path.h"
+#include "cfi/kvpm/kvpm_tree.h"
 
 namespace VRX::System::CFI {
 
@@ -23,12 +27,44 @@ std::optional<ElementId> KVPMWritableFile::find_child(ElementId storage, std::st
 
 ElementRecord KVPMWritableFile::record(ElementId element) {
   const ListedElement& listed = writer_.element(number_of(element));
-  return {listed.type, std::string(last_component(listed.path)), listed.size_bytes, listed.class_id};
+  return {listed.type, std::string(last_component(listed.path)), writer_.size(number_of(element)),
+          listed.class_id};
+}
+
+ElementNode KVPMWritableFile::node(ElementId element) {
+  const TopStorageWriter::Number number = number_of(element);
+  const ListedElement& listed = writer_.element(number);
+  return {listed.type, last_component(listed.path), writer_.area(number), listed.offset,
+          writer_.size(number)};
 }
 
 std::vector<ElementId> KVPMWritableFile::children(ElementId storage) {
   const std::vector<TopStorageWriter::Number> numbers = writer_.children(number_of(storage));
   return {numbers.begin(), numbers.end()};
+}
+
+std::uint64_t KVPMWritableFile::listed_offset(ElementId element) {
+  const ElementNode shown = node(element);
+  if (shown.type == ElementType::stream) return shown.start_offset;
+  std::uint64_t smallest = kNoStartOffset;
+  for (const ElementId child : children(element)) {
+    const ElementNode inside = node(child);
+    if (inside.type == ElementType::stream) smallest = std::min(smallest, inside.start_offset);
+  }
+  return smallest;
+}
+
+std::vector<ElementId> KVPMWritableFile::readable_children(ElementId storage) {
+  std::vector<std::tuple<std::uint64_t, std::string_view, ElementId>> items;
+  for (const ElementId child : children(storage)) {
+    const ElementNode shown = node(child);
+    items.emplace_back(listing_key(shown.area, listed_offset(child)), shown.name, child);
+  }
+  std::ranges::sort(items);
+  std::vector<ElementId> listed;
+  listed.reserve(items.size());
+  for (const auto& item : items) listed.push_back(std::get<2>(item));
+  return listed;
 }
 
 std::unique_ptr<support::ByteSource> KVPMWritableFile::open_stream(ElementId stream) {

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,9 +24,16 @@ class KVPMWritableFile final : public StorageFile {
   KVPMWritableFile(const std::string& file_name, FileChannel& old);
 
   FileKind kind() const override { return FileKind::kvpm; }
+  int format_number() const override { return writer_.version(); }
+  std::span<const std::byte> part_header() const override { return writer_.part_header(); }
+  std::int64_t fast_load_end() const override { return static_cast<std::int64_t>(writer_.fast_load_end()); }
   std::optional<ElementId> find_child(ElementId storage, std::string_view name) override;
   ElementRecord record(ElementId element) override;
+
+  /// A stream's start offset is 0 until it has its place.
+  ElementNode node(ElementId element) override;
   std::vector<ElementId> children(ElementId storage) override;
+  std::vector<ElementId> readable_children(ElementId storage) override;
   std::unique_ptr<support::ByteSource> open_stream(ElementId stream) override;
   bool is_truncated() override { return false; }
 
@@ -35,6 +45,8 @@ class KVPMWritableFile final : public StorageFile {
   TopStorageWriter& writer() { return writer_; }
 
  private:
+  std::uint64_t listed_offset(ElementId element);
+
   std::unique_ptr<TopStorage> old_;
   TopStorageWriter writer_;
 };

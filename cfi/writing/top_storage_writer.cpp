@@ -284,10 +284,16 @@ void TopStorageWriter::check_contiguous() const {
   }
 }
 
+std::uint64_t TopStorageWriter::size(Number number) const {
+  const Element& element = elements_[number];
+  return element.container ? element.container->size() : element.listed.size_bytes;
+}
+
 std::uint64_t TopStorageWriter::fast_load_end() const {
   std::uint64_t end = 0;
-  for (const Element& element : elements_) {
-    if (element.is_fast_load()) end = std::max(end, element.listed.offset + element.listed.size_bytes);
+  for (Number number = 0; number < elements_.size(); ++number) {
+    const std::uint64_t start = elements_[number].listed.offset;
+    if (elements_[number].is_fast_load() && start > 0) end = std::max(end, start + size(number));
   }
   return end;
 }

@@ -57,6 +57,14 @@ class TopStorageWriter {
 
   std::optional<Number> find(std::string_view path) const;
   const ListedElement& element(Number number) const { return elements_[number].listed; }
+  IndexArea area(Number number) const { return elements_[number].area; }
+
+  /// The bytes that a stream has so far; 0 for a storage.
+  std::uint64_t size(Number number) const;
+
+  /// Where the fast-load streams end, as far as they have their place.
+  std::uint64_t fast_load_end() const;
+
   std::vector<Number> children(Number storage) const;
   void set_class(Number storage, const ClassId& class_id) { elements_[storage].listed.class_id = class_id; }
 
@@ -110,7 +118,6 @@ class TopStorageWriter {
   void write(std::uint64_t offset, std::string_view bytes);
   void flush_all();
   void check_contiguous() const;
-  std::uint64_t fast_load_end() const;
   std::string listed_in(IndexArea area) const;
   void write_header(std::int64_t footer_offset);
 

@@ -85,18 +85,18 @@ INSTANTIATE_TEST_SUITE_P(Kvpm, EveryVersion, testing::Range(0, kCurrentVersion +
 
 TEST_P(EveryVersion, ReadsWhatTheWriterWrote) {
   Opened opened(small_container(GetParam()).bytes());
-  EXPECT_EQ(opened.file.top_storage().version(), GetParam());
+  EXPECT_EQ(opened.file.format_number(), GetParam());
   EXPECT_EQ(opened.read({"VR_PART", "VR_PART"}), "the part");
   EXPECT_EQ(opened.read({"FastLoad", "JT"}), "fast jt");
-  EXPECT_FALSE(opened.file.top_storage().footer_is_loaded()) << "header paths need no footer";
+  EXPECT_FALSE(opened.file.footer_is_loaded()) << "header paths need no footer";
   EXPECT_EQ(opened.read({"images2", "a"}), "picture");
   EXPECT_EQ(opened.read({"VR_PART", "JT"}), "jt");
   EXPECT_EQ(opened.file.record(*opened.find({"VR_PART"})).class_id, kPartClass);
   EXPECT_EQ(opened.listing(kRootElement), "FastLoad/ VR_PART/ images2/ ");
   EXPECT_EQ(opened.listing(*opened.find({"VR_PART"})), "VR_PART JT ");
   EXPECT_EQ(opened.file.node(*opened.find({"VR_PART", "JT"})).area, IndexArea::footer);
-  EXPECT_EQ(opened.file.top_storage().fast_load_end(), 512 + 7 + 8);
-  EXPECT_EQ(opened.file.top_storage().part_header_unit(1).value_or(0), GetParam() >= 3 ? 0x0302 : 0);
+  EXPECT_EQ(opened.file.fast_load_end(), 512 + 7 + 8);
+  EXPECT_EQ(opened.file.part_header_unit(1).value_or(0), GetParam() >= 3 ? 0x0302 : 0);
   EXPECT_FALSE(opened.file.is_truncated());
 }
 
@@ -242,7 +242,7 @@ TEST(KvpmReading, KnowsAStorageAgainThatTheFooterLists) {
   builder.area("/Root/FastLoad", IndexArea::footer).area("/Root/FastLoad/JT", IndexArea::header);
   Opened opened(builder.bytes());
   const ElementId implied = opened.find({"FastLoad"}).value();
-  EXPECT_FALSE(opened.file.top_storage().footer_is_loaded());
+  EXPECT_FALSE(opened.file.footer_is_loaded());
   EXPECT_EQ(opened.listing(implied), "JT ");
 }
 

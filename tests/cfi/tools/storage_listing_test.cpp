@@ -13,18 +13,22 @@ using namespace VRX::System::CFI;
 using test_support::ContainerBuilder;
 using test_support::ContainerDamage;
 
-std::string list(const std::string& bytes) {
-  const test_support::TemporaryFolder folder;
-  const OwnedStorage root(CFI_open_storage_file(folder.write("part", bytes), "R"));
+std::string list(CFI_storage_t root) {
   std::string end;
   const auto output = test_support::captured([&] {
     try {
-      cfi_tools::print_storages(root.get());
+      cfi_tools::print_storages(root);
     } catch (const support::ErrorEscape& escape) {
       end = "!" + std::to_string(escape.code());
     }
   });
   return output.out + end;
+}
+
+std::string list(const std::string& bytes, const char* options = "R") {
+  const test_support::TemporaryFolder folder;
+  const OwnedStorage root(CFI_open_storage_file(folder.write("part", bytes), options));
+  return list(root.get());
 }
 
 const std::string kColumns =
@@ -43,14 +47,33 @@ TEST(StorageListing, ShowsKindHeaderAndEachElement) {
   ContainerBuilder builder;
   builder.header_area(1000).part_header(header_copy);
   builder.stream("/Root/FastLoad/JT", std::string(40, 'j')).stream("/Root/big", std::string(123456, 'b'));
-  EXPECT_EQ(
-      list(builder.bytes()),
+  const std::string expected =
       "-------- Structured Storage Summary ------------\n"
       "Uses KVPM storage (file format 6)\nFast Load Partition version: 9\nFast Load Partition End: 1040\n" +
+      kColumns +
+      "Storage FastLoad                                   Header\n"
+      "    Stream JT:                                     Header          40       1000 -        1040\n"
+      "Stream big:                                        Footer      123456       1040 -      124496\n"
+      "File does not appear to have been truncated.\n";
+  for (const char* options : {"R", "W"}) EXPECT_EQ(list(builder.bytes(), options), expected) << options;
+}
+
+TEST(StorageListing, ShowsAFileThatIsBeingWritten) {
+  const test_support::TemporaryFolder folder;
+  const OwnedStorage root(CFI_open_storage_file(folder.path() / "new", "N"));
+  const OwnedStorage fast(CFI_open_storage(root.get(), "FastLoad", "N"));
+  const OwnedStream direct(CFI_open_stream(fast.get(), "Structure", "N"));
+  const OwnedStream other(CFI_open_stream(root.get(), "other", "N"));
+  CFI__write_to_stream(direct.get(), 5, "first");
+  CFI__write_to_stream(other.get(), 3, "abc");
+  EXPECT_EQ(
+      list(root.get()),
+      "-------- Structured Storage Summary ------------\n"
+      "Uses KVPM storage (file format 6)\nFast Load Partition End: 4101\n" +
           kColumns +
           "Storage FastLoad                                   Header\n"
-          "    Stream JT:                                     Header          40       1000 -        1040\n"
-          "Stream big:                                        Footer      123456       1040 -      124496\n"
+          "    Stream Structure:                              Header           5       4096 -        4101\n"
+          "Stream other:                                      Footer           3          0 -           3\n"
           "File does not appear to have been truncated.\n");
 }
 
