@@ -11,7 +11,7 @@
 #include <string_view>
 
 #include "inspect/help_texts.h"
-#include "inspect/records/inspect_file.h"
+#include "inspect/records/partition_kinds.h"
 #include "support/console.h"
 #include "support/program.h"
 #include "support/text_format.h"
@@ -37,9 +37,12 @@ struct SwitchRule {
   Handler apply;
 };
 
-template <PartitionType Slot>
-void print_slot(CommandLine&, InspectOptions& options) {
-  options.print_partition[Slot] = true;
+/// Lists the partitions whose types name this switch.
+void print_listing(CommandLine& line, InspectOptions& options) {
+  const std::string_view name = line.arguments[line.next - 1];
+  for (std::size_t type = 0; type < kPartitionKinds.size(); ++type) {
+    if (kPartitionKinds[type].listing_switch == name) options.print_partition[type] = true;
+  }
 }
 
 template <bool InspectOptions::*Flag>
@@ -57,14 +60,6 @@ void set_only(CommandLine&, InspectOptions& options) {
 template <int Level>
 void set_refs_level(CommandLine&, InspectOptions& options) {
   options.refs_level = Level;
-}
-
-void print_brepsolid(CommandLine&, InspectOptions& options) {
-  for (const PartitionType slot :
-       {kOldBrepsolid, kBrepsolid, kBrepsolidLatent, kBrepsolidSheet, kBrepsolidTool, kBrepsolidPartition,
-        kBrepsolidPartitionSheet, kBrepsolidPartitionTool, kBrepsolidDelta}) {
-    options.print_partition[static_cast<std::size_t>(slot)] = true;
-  }
 }
 
 void print_full(CommandLine&, InspectOptions& options) {
@@ -137,11 +132,11 @@ void parse_extract_stream(CommandLine& line, InspectOptions& options) {
 }
 
 constexpr std::array kRules = {
-    SwitchRule{{"-rm", "", "Print the Record Manager partition."}, print_slot<kRecordManager>},
-    SwitchRule{{"-cmod", "", "Print the CMOD partition."}, print_slot<kCmod>},
-    SwitchRule{{"-ess", "", "Print the Expression partition."}, print_slot<kExpression>},
-    SwitchRule{{"-occ", "", "Print the Occurrences partition."}, print_slot<kOccurrence>},
-    SwitchRule{{"-path", "", "Print the Path partitions."}, print_slot<kPath>},
+    SwitchRule{{"-rm", "", "Print the Record Manager partition."}, print_listing},
+    SwitchRule{{"-cmod", "", "Print the CMOD partition."}, print_listing},
+    SwitchRule{{"-ess", "", "Print the Expression partition."}, print_listing},
+    SwitchRule{{"-occ", "", "Print the Occurrences partition."}, print_listing},
+    SwitchRule{{"-path", "", "Print the Path partitions."}, print_listing},
     SwitchRule{{"-full", "", "Print all partitions, the storages and the compatibility information."},
                print_full},
     SwitchRule{{"-trace", "", "Print one line for every field as it is read."},
@@ -173,7 +168,7 @@ constexpr std::array kRules = {
                parse_extract_stream},
     SwitchRule{{"-extract_jt", "", "Extract the JT bodies into one file each in the current directory."},
                set_only<&InspectOptions::extract_jt>},
-    SwitchRule{{"-bs", "", "Print the Brepsolid partitions."}, print_brepsolid},
+    SwitchRule{{"-bs", "", "Print the Brepsolid partitions."}, print_listing},
     SwitchRule{{"-release", "", "Print only which release wrote the part."},
                set_only<&InspectOptions::release_only>},
     SwitchRule{{"-help", "", "Print the usage text and exit."}, print_usage},
@@ -188,6 +183,15 @@ constexpr auto kSwitches = [] {
   std::ranges::transform(kRules, switches.begin(), &SwitchRule::text);
   return switches;
 }();
+
+static_assert(std::ranges::all_of(kPartitionKinds,
+                                  [](const PartitionKind& kind) {
+                                    return kind.listing_switch.empty() ||
+                                           std::ranges::any_of(kRules, [&](const SwitchRule& rule) {
+                                             return rule.text.name == kind.listing_switch;
+                                           });
+                                  }),
+              "each switch that a partition type names has a rule");
 
 void parse_switch(CommandLine& line, InspectOptions& options) {
   const std::string_view text = line.arguments[line.next++];

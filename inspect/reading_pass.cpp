@@ -1,6 +1,5 @@
 #include "inspect/reading_pass.h"
 
-#include "inspect/records/modeller_kinds.h"
 #include "inspect/records/object_manager_header.h"
 #include "inspect/records/part_header_reader.h"
 #include "inspect/records/partition_index.h"

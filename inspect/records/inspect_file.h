@@ -13,35 +13,12 @@
 #include "inspect/records/brepsolid_header_bits.h"
 #include "inspect/records/inspect_options.h"
 #include "inspect/records/part_header.h"
+#include "inspect/records/partition_kinds.h"
 #include "inspect/records/shared_strings.h"
 #include "support/byte_source.h"
 #include "support/output_file.h"
 
 namespace inspect {
-
-/// Partition types as the index stores them.
-enum PartitionType : std::int32_t {
-  kUnknownPartition = 0,
-  kRecordManager = 1,
-  kOldBrepsolid = 2,
-  kCmod = 3,
-  kExpression = 4,
-  kPattern = 5,
-  kOccurrence = 6,
-  kPath = 7,
-  kXess = 8,
-  kFacet = 9,
-  kBrepsolid = 10,
-  kVised = 11,
-  kBrepsolidLatent = 12,
-  kBrepsolidSheet = 13,
-  kBrepsolidTool = 14,
-  kKf = 15,
-  kBrepsolidPartition = 16,
-  kBrepsolidPartitionSheet = 17,
-  kBrepsolidPartitionTool = 18,
-  kBrepsolidDelta = 19,
-};
 
 /// The units that a part can have: 1 metric, 2 inches, 4 meters, 5 micrometers.
 constexpr bool is_part_units(std::int32_t units) {
@@ -52,9 +29,6 @@ constexpr bool is_part_units(std::int32_t units) {
 constexpr std::uint32_t combine_position(std::int16_t version, std::uint16_t first, std::uint16_t second) {
   return version < 15 ? std::uint32_t{first} * 512 + second : std::uint32_t{first} << 16U | second;
 }
-
-/// The printed name: "Record Mgr", ..., "BS Delta"; "unknown" outside 1 to 19.
-const char* partition_type_name(std::int32_t type);
 
 /// One partition of the part stream. Offsets and positions are in bytes from the start of the stream.
 struct PartitionEntry {
@@ -79,6 +53,11 @@ struct PartitionEntry {
   /// Modeller partitions only: the header as decoded in the reading pass.
   std::unique_ptr<BrepsolidPartition> solid;
 };
+
+/// True for the partitions that hold Brepsolid data; the old type only when it is not an empty directory.
+inline bool holds_modeller_data(const PartitionEntry& entry) {
+  return is_in_set(entry.type, kModellerSet) || (is_in_set(entry.type, kOldModellerSet) && !entry.data_zero);
+}
 
 /// The reader context of one part file.
 struct InspectFile {

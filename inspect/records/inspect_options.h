@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "inspect/records/partition_kinds.h"
 #include "support/bounded_text.h"
 #include "support/limits.h"
 
@@ -12,7 +13,7 @@ namespace inspect {
 
 /// What one run is asked to do: filled once from the command line, read by everything after it.
 struct InspectOptions {
-  static constexpr std::size_t kPartitionSlots = 20;
+  static constexpr std::size_t kPartitionSlots = kPartitionKinds.size();
 
   bool trace = false;
   bool print_cookies = false;

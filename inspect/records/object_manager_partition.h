@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "inspect/records/inspect_file.h"
-#include "inspect/records/modeller_kinds.h"
+#include "inspect/records/partition_kinds.h"
 #include "inspect/records/text_pool.h"
 
 namespace inspect {

@@ -16,7 +16,6 @@ namespace {
 using ull = unsigned long long;
 
 constexpr std::array<std::uint8_t, 4> kMarker = {0xC0, 0xD1, 0xF1, 0xED};
-constexpr std::int32_t kLastPartitionType = kBrepsolidDelta;
 constexpr std::int32_t kWideIndexFormat = 2;
 
 void check_count(InspectFile& file, std::size_t count) {
@@ -49,7 +48,7 @@ void check_index_entry(InspectFile& file, const PartitionEntry& entry, std::int3
   if (entry.id < 1 || entry.id >= *file.next_partition_id) {
     inspect_error(file, "Invalid partition id (%d) found in partition #%d\n", entry.id, number);
   }
-  if (entry.type < 1 || entry.type > kLastPartitionType) {
+  if (!is_partition_type(entry.type)) {
     inspect_error(file, "Invalid partition type (%d) found in partition #%d\n", entry.type, number);
   }
   if (entry.offset > file.file_length) {
@@ -184,7 +183,7 @@ void check_partition_data(InspectFile& file, PartitionEntry& partition) {
     case kOldBrepsolid:
       break;
     default:
-      if (partition.type < 1 || partition.type > kLastPartitionType) {
+      if (!is_partition_type(partition.type)) {
         inspect_error(file, "*** Corrupt part - unknown directory type: %d\n", partition.type);
       }
       return;

@@ -1,6 +1,5 @@
 #include "inspect/report/brepsolid_directory.h"
 
-#include "inspect/records/modeller_kinds.h"
 #include "inspect/solid/brepsolid_header.h"
 #include "support/console.h"
 #include "support/printable.h"

@@ -4,7 +4,6 @@
 #include <memory>
 
 #include "inspect/records/inspect_errors.h"
-#include "inspect/records/modeller_kinds.h"
 #include "inspect/records/traced_readers.h"
 #include "inspect/solid/header_keywords.h"
 #include "support/console.h"

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "inspect/records/inspect_errors.h"
-#include "inspect/records/modeller_kinds.h"
 #include "inspect/records/traced_readers.h"
 #include "inspect/solid/brepsolid_header.h"
 #include "inspect/solid/data_block_copy.h"
@@ -126,20 +125,16 @@ const PartitionEntry* find_partition(const InspectFile& file, std::int32_t id) {
   return nullptr;
 }
 
-bool may_link(std::int32_t type) {
-  return type == kBrepsolidPartition || type == kBrepsolidPartitionSheet || type == kBrepsolidPartitionTool;
-}
-
 /// The id that comes next in the chain; 0 at its end.
 std::int32_t linked_id(const PartitionEntry& entry) {
-  return may_link(entry.type) ? entry.solid->bits.linked_partition_id : 0;
+  return is_in_set(entry.type, kLinkingSet) ? entry.solid->bits.linked_partition_id : 0;
 }
 
 /// Bodies first, deltas in a pass of their own.
 bool run_all(InspectFile& file, CopyMode mode) {
   Extractor extractor(file, mode);
   bool sound = true;
-  for (const std::uint32_t set : {kExtractAllSet, std::uint32_t{1} << kBrepsolidDelta}) {
+  for (const PartitionSet set : {kExtractAllSet, kExtractAllLastSet}) {
     for (const PartitionEntry& entry : file.partitions) {
       if (entry.data_zero || !is_in_set(entry.type, set)) continue;
       if (!is_readable(entry)) {

@@ -12,19 +12,6 @@ namespace {
 
 using NameText = support::BoundedText<limits::kOutputNameBytes>;
 
-const char* binary_extension(std::int32_t type) {
-  switch (type) {
-    case kBrepsolidDelta:
-      return ".x_d";
-    case kBrepsolidPartition:
-    case kBrepsolidPartitionSheet:
-    case kBrepsolidPartitionTool:
-      return ".x_p";
-    default:
-      return ".x_b";
-  }
-}
-
 bool contains(const NameText& text, std::string_view part) {
   return text.view().find(part) != std::string_view::npos;
 }
@@ -79,7 +66,7 @@ std::string with_extension(const NameText& name, const std::string& extension) {
 }  // namespace
 
 TransmitFormat transmit_format(InspectFile& file, std::int32_t type, std::optional<std::string_view> value) {
-  if (!value || *value == "binary") return {true, binary_extension(type), ".m_b"};
+  if (!value || *value == "binary") return {true, partition_kind(type).binary_extension, ".m_b"};
   if (*value == "text") return {false, ".x_t", ".m_t"};
   inspect_error(file, "Unknown file format");
 }
