@@ -3,6 +3,7 @@
 #include "cfi/cfi_error_codes.h"
 #include "cfi/kvpm/kvpm_format.h"
 #include "support/limits.h"
+#include "support/printable.h"
 #include "support/text_format.h"
 
 namespace VRX::System::CFI {
@@ -13,7 +14,7 @@ void raise_check_failure(std::string_view element, const char* condition) {
   const std::string text = element.empty()
                                ? support::format_text("Structured Storage check failed: %s", condition)
                                : support::format_text("Structured Storage check failed for %s: %s",
-                                                      std::string(element).c_str(), condition);
+                                                      support::printable(element).c_str(), condition);
   throw support::ErrorEscape("cfi", kInternalFailure, text);
 }
 

@@ -12,6 +12,7 @@
 #include "cfi/temporary_file.h"
 #include "support/environment.h"
 #include "support/output_file.h"
+#include "support/printable.h"
 #include "support/text_format.h"
 
 namespace VRX::System::CFI {
@@ -22,15 +23,16 @@ constexpr std::size_t kPieceSize = 8 * LZ4DecompressStream::kBlockSize;
 
 support::ErrorEscape frame_failure(const std::string& name, int status) {
   return {"cfi", status,
-          support::format_text("compressed stream %s ends with status %d: %s", name.c_str(), status,
-                               error_text(status).c_str())};
+          support::format_text("compressed stream %s ends with status %d: %s",
+                               support::printable(name).c_str(), status, error_text(status).c_str())};
 }
 
 support::ErrorEscape temporary_file_failure() {
   const int error = errno;
-  return {"cfi", kSystemCallFailed,
-          support::format_text("could not write a temporary file in %s: %s",
-                               support::temporary_folder().c_str(), std::strerror(error))};
+  return {
+      "cfi", kSystemCallFailed,
+      support::format_text("could not write a temporary file in %s: %s",
+                           support::printable(support::temporary_folder()).c_str(), std::strerror(error))};
 }
 
 class TemporaryFileSource final : public support::ByteSource {

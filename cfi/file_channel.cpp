@@ -17,15 +17,14 @@ FileChannel::FileChannel(std::string name) : FileChannel(std::move(name), O_RDON
 FileChannel::FileChannel(std::string name, int open_flags) : name_(std::move(name)) {
   // O_NONBLOCK: a pipe without a writer must not hold up the run.
   descriptor_ = ::open(name_.c_str(), open_flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-  if (descriptor_ < 0) throw make_error(kSystemCallFailed);
+  if (descriptor_ < 0) throw system_call_failed(errno);
   struct stat found = {};
   const bool known = ::fstat(descriptor_, &found) == 0;
   if (!known || !S_ISREG(found.st_mode)) {
     const int error = known ? EISDIR : errno;
     ::close(descriptor_);
-    errno = error;
-    if (known && !S_ISDIR(found.st_mode)) throw make_error(kNotAStorageFile, name_.c_str());
-    throw make_error(kSystemCallFailed);
+    if (known && !S_ISDIR(found.st_mode)) throw make_error(kNotAStorageFile, name_);
+    throw system_call_failed(error);
   }
   size_ = static_cast<std::uint64_t>(found.st_size);
   identity_ = {found.st_dev, found.st_ino};
@@ -34,8 +33,9 @@ FileChannel::FileChannel(std::string name, int open_flags) : name_(std::move(nam
 FileChannel::FileChannel(int descriptor, std::string name) : name_(std::move(name)), descriptor_(descriptor) {
   struct stat found = {};
   if (::fstat(descriptor_, &found) != 0) {
+    const int error = errno;
     ::close(descriptor_);
-    throw make_error(kSystemCallFailed);
+    throw system_call_failed(error);
   }
   size_ = static_cast<std::uint64_t>(found.st_size);
   identity_ = {found.st_dev, found.st_ino};
@@ -49,7 +49,7 @@ std::size_t FileChannel::read_direct(std::uint64_t offset, void* destination, st
   while (total < count) {
     const ssize_t got = ::pread(descriptor_, next + total, count - total, static_cast<off_t>(offset + total));
     if (got < 0 && errno == EINTR) continue;
-    if (got < 0) throw make_error(kSystemCallFailed);
+    if (got < 0) throw system_call_failed(errno);
     if (got == 0) break;
     total += static_cast<std::size_t>(got);
   }
@@ -128,7 +128,7 @@ std::size_t VFileChannel::write_at(std::uint64_t offset, const void* bytes, std:
     const ssize_t done =
         ::pwrite(descriptor(), next + total, count - total, static_cast<off_t>(offset + total));
     if (done < 0 && errno == EINTR) continue;
-    if (done < 0 && total == 0) throw make_error(kSystemCallFailed);
+    if (done < 0 && total == 0) throw system_call_failed(errno);
     if (done <= 0) break;
     total += static_cast<std::size_t>(done);
   }
@@ -137,7 +137,7 @@ std::size_t VFileChannel::write_at(std::uint64_t offset, const void* bytes, std:
 }
 
 void VFileChannel::flush() {
-  if (::fsync(descriptor()) != 0) throw make_error(kSystemCallFailed);
+  if (::fsync(descriptor()) != 0) throw system_call_failed(errno);
 }
 
 FileChannel::Loan FileChannel::lend(std::uint64_t offset) {

@@ -25,13 +25,13 @@ void check_sector_size(unsigned version, unsigned shift) {
   if ((version == 3 && shift == 9) || (version == 4 && shift == 12)) return;
   const std::string text = support::format_text(
       "sector size of 2 to the power %u in a compound file of version %u", shift, version);
-  throw make_error(kInternalFailure, text.c_str());
+  throw make_error(kInternalFailure, text);
 }
 
 void check_field(const char* name, unsigned found, unsigned wanted) {
   if (found == wanted) return;
   const std::string text = support::format_text("%s is %u, not %u", name, found, wanted);
-  throw make_error(kDamagedCompoundFile, text.c_str());
+  throw make_error(kDamagedCompoundFile, text);
 }
 
 std::uint32_t count_sectors(std::uint64_t file_size, unsigned shift) {

@@ -33,7 +33,7 @@ SectorChain::SectorChain(SectorAllocationTable& table, std::uint32_t first, std:
 void SectorChain::require_no_circle(const char* what) const {
   if (!runs_in_circle_) return;
   const std::string text = support::format_text("the sector chain of %s runs in a circle", what);
-  throw make_error(kDamagedCompoundFile, text.c_str());
+  throw make_error(kDamagedCompoundFile, text);
 }
 
 /// Adds a sector while the chain is followed for the first time: the runs of the last window stay.

@@ -25,10 +25,10 @@ std::optional<ElementId> find_child(const Storage& storage, std::string_view nam
 
 support::ErrorEscape element_not_found(const Storage& storage, std::string_view name, AccessMode mode) {
   const std::string path = joined_path(storage.path(), name);
-  if (mode == AccessMode::read) return make_error(kElementNotFound, path.c_str());
+  if (mode == AccessMode::read) return make_error(kElementNotFound, path);
   return {"cfi", kElementNotFound,
           support::format_text("Storage element %s was not found when opening for write or read-write",
-                               path.c_str())};
+                               support::printable(path).c_str())};
 }
 
 ElementId existing_child(const Storage& storage, std::string_view name, ElementType type, AccessMode mode) {
@@ -37,7 +37,7 @@ ElementId existing_child(const Storage& storage, std::string_view name, ElementT
   if (storage.root().file->record(*found).type == type) return *found;
   const std::string text =
       joined_path(storage.path(), name) + (type == ElementType::stream ? " is no stream" : " is no storage");
-  throw make_error(kInternalFailure, text.c_str());
+  throw make_error(kInternalFailure, text);
 }
 
 KVPMWritableFile& writable_file(const Storage& storage) {

@@ -28,9 +28,10 @@ auto converting_errors(const StorageFile& file, const char* doing, const Element
     return call();
   } catch (const support::ErrorEscape& escape) {
     if (file.kind() != FileKind::microsoft) throw;
-    throw support::ErrorEscape(escape.module(), escape.code(),
-                               support::format_text("Structured storage failed %s %s: %s", doing,
-                                                    element.path().c_str(), escape.what()));
+    throw support::ErrorEscape(
+        escape.module(), escape.code(),
+        support::format_text("Structured storage failed %s %s: %s", doing,
+                             support::printable(element.path()).c_str(), escape.what()));
   }
 }
 

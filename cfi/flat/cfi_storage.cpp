@@ -1,6 +1,5 @@
 #include "cfi/flat/cfi_storage.h"
 
-#include <cerrno>
 #include <limits>
 
 #include "cfi/cfi_error_codes.h"
@@ -124,7 +123,6 @@ std::uint64_t CFI_get_position(const support::ByteSource& source) { return sourc
 
 void CFI_set_position(support::ByteSource& source, std::uint64_t position) {
   if (position > kLastPosition) {
-    errno = EINVAL;
     throw make_error(kSeekToNegativeLocation, static_cast<unsigned long long>(position));
   }
   source.set_position(position);

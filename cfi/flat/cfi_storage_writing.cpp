@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cerrno>
 #include <memory>
 #include <string>
 
@@ -37,7 +38,7 @@ void copy_stream(support::ByteSource& source, KVPMWritableFile& file, ElementId 
   Container& container = file.writer().container(writer_number(stream));
   const auto piece = std::make_unique_for_overwrite<char[]>(kCopyPiece);
   while (const std::size_t got = source.read(piece.get(), kCopyPiece)) {
-    if (container.write(piece.get(), got) != got) throw make_error(kSystemCallFailed);
+    if (container.write(piece.get(), got) != got) throw system_call_failed(errno);
   }
   file.writer().release(writer_number(stream));
 }

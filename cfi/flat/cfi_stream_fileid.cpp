@@ -40,13 +40,13 @@ void take_back(int channel, Container& container) {
 int CFI_convert_stream_to_fileid(CFI_stream_t stream) {
   show_call("CFI_convert_stream_to_fileid", *stream);
   support::OutputFile file(open_temporary_file());
-  if (!file.is_open()) throw make_error(kSystemCallFailed);
+  if (!file.is_open()) throw system_call_failed(errno);
   support::ByteSource& source = stream->source();
   const std::uint64_t position = source.position();
   source.set_position(0);
   const auto piece = std::make_unique_for_overwrite<char[]>(kCopyPiece);
   while (const std::size_t got = source.read(piece.get(), kCopyPiece)) {
-    if (!file.write(piece.get(), got)) throw make_error(kSystemCallFailed);
+    if (!file.write(piece.get(), got)) throw system_call_failed(errno);
   }
   source.set_position(position);
   const int channel = file.release();

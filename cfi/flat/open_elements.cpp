@@ -61,13 +61,13 @@ RootStorageNode::RootStorageNode(std::unique_ptr<FileChannel> opened)
 
 void RootStorageNode::open_for_read() {
   file = open_storage_file(*channel);
-  if (!file) throw make_error(kNotAStorageFile, file_name.c_str());
+  if (!file) throw make_error(kNotAStorageFile, file_name);
 }
 
 void RootStorageNode::open_for_write(AccessMode mode) {
   if (mode == AccessMode::write) {
     const FileKind kind = recognise(*channel);
-    if (kind == FileKind::flat) throw make_error(kNotAStorageFile, file_name.c_str());
+    if (kind == FileKind::flat) throw make_error(kNotAStorageFile, file_name);
     if (kind == FileKind::microsoft) {
       throw make_error(kUnsupportedOperation, "writing to a Microsoft storage file");
     }

@@ -8,6 +8,7 @@
 #include "cfi/file_container.h"
 #include "cfi/kvpm/header_paths.h"
 #include "cfi/kvpm/index_reader.h"
+#include "support/printable.h"
 
 namespace VRX::System::CFI {
 
@@ -18,12 +19,14 @@ TopStorage::TopStorage(FileChannel& channel) : channel_(channel) {
   index_.start_footer();
   if (footer_offset_ == kNoFooter) footer_state_ = FooterState::loaded;
   structured_storage_channel().print("%s: version %d, header index with %" PRIu32 " entries\n",
-                                     channel.name().c_str(), version_, index_.size());
+                                     support::printable(channel.name()).c_str(), version_, index_.size());
 }
 
 void TopStorage::read_fixed_header(FileContainer& in) {
   version_ = in.read_byte("file format version");
-  if (version_ > kCurrentVersion) throw make_error(kVersionTooNew, version_, kCurrentVersion);
+  if (version_ > kCurrentVersion) {
+    throw make_error(kVersionTooNew, static_cast<unsigned>(version_), unsigned{kCurrentVersion});
+  }
   if (version_ >= kFirstVersionWithFastLoadEnd) {
     stored_fast_load_end_ = in.read_int64("end fast load data offset");
   }
@@ -50,8 +53,8 @@ void TopStorage::read_footer_index() {
   const std::uint32_t listed = index_.size();
   FileContainer in(channel_, static_cast<std::uint64_t>(footer_offset_));
   read_index(in, version_, IndexArea::footer, index_, part_header_);
-  structured_storage_channel().print("%s: footer index with %" PRIu32 " entries\n", channel_.name().c_str(),
-                                     index_.size() - listed);
+  structured_storage_channel().print("%s: footer index with %" PRIu32 " entries\n",
+                                     support::printable(channel_.name()).c_str(), index_.size() - listed);
 }
 
 std::optional<ElementId> TopStorage::find_loaded(std::string_view path) const {

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
@@ -30,7 +31,7 @@ ReplacementFile::ReplacementFile(std::string name, Reserved)
     : name_(std::move(name)), temporary_name_(name_ + ".XXXXXX") {
   const support::SignalsHeld held;
   const int descriptor = ::mkostemp(temporary_name_.data(), O_CLOEXEC);
-  if (descriptor < 0) throw make_error(kSystemCallFailed);
+  if (descriptor < 0) throw system_call_failed(errno);
   unfinished_ = support::UnfinishedOutput(temporary_name_.c_str(), descriptor);
   ::close(descriptor);
 }
@@ -46,8 +47,8 @@ ReplacementFile::~ReplacementFile() {
 }
 
 void ReplacementFile::commit() {
-  if (::chmod(temporary_name_.c_str(), wanted_mode(name_)) != 0) throw make_error(kSystemCallFailed);
-  if (std::rename(temporary_name_.c_str(), name_.c_str()) != 0) throw make_error(kSystemCallFailed);
+  if (::chmod(temporary_name_.c_str(), wanted_mode(name_)) != 0) throw system_call_failed(errno);
+  if (std::rename(temporary_name_.c_str(), name_.c_str()) != 0) throw system_call_failed(errno);
   is_committed_ = true;
 }
 

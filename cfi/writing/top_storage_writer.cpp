@@ -9,6 +9,7 @@
 #include "cfi/element_path.h"
 #include "cfi/kvpm/header_paths.h"
 #include "support/limits.h"
+#include "support/printable.h"
 #include "support/text_format.h"
 
 namespace VRX::System::CFI {
@@ -23,7 +24,7 @@ constexpr std::uint64_t kHeaderAreaStep = 4096;
 constexpr std::size_t kCopyPiece = std::size_t{256} * 1024;
 
 support::ErrorEscape failure_at(ErrorCode code, const char* text, const std::string& path) {
-  return {"cfi", code, support::format_text("%s\"%s\"", text, path.c_str())};
+  return {"cfi", code, support::format_text("%s\"%s\"", text, support::printable(path).c_str())};
 }
 
 }  // namespace
@@ -98,11 +99,11 @@ std::vector<TopStorageWriter::Number> TopStorageWriter::children(Number storage)
 TopStorageWriter::Number TopStorageWriter::add(std::string_view path, ElementType type) {
   thread_check_.require_own_thread();
   check_path(path);
-  if (find(path)) throw make_error(kElementExists, std::string(path).c_str());
+  if (find(path)) throw make_error(kElementExists, path);
   Number parent_number = 0;
   if (const std::string_view parent = path.substr(0, path.rfind('/')); !parent.empty()) {
     const std::optional<Number> found = find(parent);
-    if (!found) throw make_error(kElementNotFound, std::string(parent).c_str());
+    if (!found) throw make_error(kElementNotFound, parent);
     if (elements_[*found].is_stream()) {
       throw make_error(kInternalFailure, "the parent of a new element is no storage");
     }
@@ -249,7 +250,7 @@ void TopStorageWriter::flush(Element& element) {
     element.listed.size_bytes = element.container->size();
     structured_storage_channel().print("    Flushing buffered container &%p to offset 0x%016" PRIx64 ": %s\n",
                                        static_cast<const void*>(element.container.get()), data_end_,
-                                       element.listed.path.c_str());
+                                       support::printable(element.listed.path).c_str());
     write(data_end_, static_cast<const BufferedContainer&>(*element.container).bytes());
   } else {
     copy_from_old(element);

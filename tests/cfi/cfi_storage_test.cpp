@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <functional>
 #include <string>
 
@@ -125,7 +124,5 @@ TEST_F(CfiStorage, BoundsThePositionOfASource) {
   support::ByteSource& source = CFI_stream_source(stream.get());
   CFI_set_position(source, std::uint64_t{INT64_MAX});
   EXPECT_EQ(CFI_get_position(source), std::uint64_t{INT64_MAX});
-  errno = 0;
   EXPECT_THROW(CFI_set_position(source, std::uint64_t{1} << 63U), support::ErrorEscape);
-  EXPECT_EQ(errno, EINVAL);
 }
