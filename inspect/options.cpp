@@ -13,6 +13,7 @@
 #include "inspect/help_texts.h"
 #include "inspect/records/partition_kinds.h"
 #include "support/console.h"
+#include "support/printable.h"
 #include "support/program.h"
 #include "support/text_format.h"
 
@@ -197,7 +198,7 @@ void parse_switch(CommandLine& line, InspectOptions& options) {
   const std::string_view text = line.arguments[line.next++];
   const auto* rule = std::ranges::find(kRules, text, [](const SwitchRule& r) { return r.text.name; });
   if (rule == kRules.end()) {
-    fatal_usage_exit("Unknown command switch %s\n%s", line.arguments[line.next - 1], kShortHelp);
+    fatal_usage_exit("Unknown command switch %s\n%s", support::printable(text).c_str(), kShortHelp);
   }
   rule->apply(line, options);
 }

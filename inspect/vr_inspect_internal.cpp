@@ -79,7 +79,7 @@ int PartFileDriver::run() {
   if (open()) {
     if (options_.print_banner) {
       print("...Running %s version of %s on %s\n", support::kVersionText, support::program_name(),
-            file_.name.c_str());
+            file_.shown_name.c_str());
     }
     if (file_.file_length == 0) {
       support::print_text("**** File is empty, not a valid part file\n");
@@ -116,7 +116,7 @@ bool PartFileDriver::open() {
 
 void PartFileDriver::report_open_failure(const ErrorEscape& escape) {
   namespace CFI = VRX::System::CFI;
-  const char* name = file_.name.c_str();
+  const char* name = file_.shown_name.c_str();
   switch (escape.code()) {
     case CFI::kEncryptedFile:
       report_problem(file_, "could not open encrypted part %s", name);
@@ -183,7 +183,7 @@ void PartFileDriver::report_content() {
 }
 
 void PartFileDriver::report_corruption_kind(const char* kind) {
-  const char* name = file_.name.c_str();
+  const char* name = file_.shown_name.c_str();
   if (options_.print_banner) print("**** %s - %s\n", kind, name);
   print_message("**** %s - %s\n", kind, name);
   file_.failed = true;
@@ -242,7 +242,7 @@ void PartFileDriver::use_container() {
   file_.partitions.clear();
   if (file_.container == nullptr) {
     if (opened_ && options_.extract_stream) {
-      report_problem(file_, "File is not a structured-storage file: %s", file_.name.c_str());
+      report_problem(file_, "File is not a structured-storage file: %s", file_.shown_name.c_str());
     }
     return;
   }
@@ -266,7 +266,7 @@ bool PartFileDriver::scan_finds_corruption() {
   request.version = file_.release;
   const auto verdict = cfi_tools::scan_for_corruption(request);
   if (verdict == cfi_tools::ScanVerdict::not_opened) {
-    inspect_error(file_, "could not open %s for corruption scan", file_.name.c_str());
+    inspect_error(file_, "could not open %s for corruption scan", file_.shown_name.c_str());
   }
   if (verdict == cfi_tools::ScanVerdict::clean) return false;
   file_.certain_corruption = true;

@@ -6,6 +6,7 @@
 #include "inspect/vr_inspect_internal.h"
 #include "support/console.h"
 #include "support/error_escape.h"
+#include "support/printable.h"
 #include "support/program.h"
 #include "support/text_format.h"
 
@@ -16,9 +17,9 @@ int inspect_file(const char* name, inspect::InspectOptions& options) {
   try {
     return inspect::inspect_part_file(name, options);
   } catch (const std::bad_alloc&) {
-    support::report_message(
-        support::format_text("%s: In file %s\n out of memory\n", support::program_name(), name),
-        support::Echo::on);
+    support::report_message(support::format_text("%s: In file %s\n out of memory\n", support::program_name(),
+                                                 support::printable(name).c_str()),
+                            support::Echo::on);
     return 1;
   }
 }
@@ -45,9 +46,9 @@ int report_uncaught(const support::ErrorEscape& escape) {
 int main(int argument_count, char** arguments) {
   inspect::register_signal_handlers();
   support::open_console();
-  if (argument_count > 0) support::set_program_name(arguments[0]);
   int exit_status = 1;
   try {
+    if (argument_count > 0) support::set_program_name(arguments[0]);
     exit_status = inspect_files(argument_count, arguments);
   } catch (const support::ErrorEscape& escape) {
     exit_status = report_uncaught(escape);

@@ -14,6 +14,7 @@
 
 #include "support/environment.h"
 #include "support/plain_format.h"
+#include "support/printable.h"
 #include "support/text_format.h"
 
 namespace support {
@@ -72,6 +73,18 @@ class StandardOutput {
 constinit StandardOutput standard_output;
 bool passing_line_shown = false;
 
+/// What is printed is made of texts that are fit for a terminal, by those who know which come from a file.
+/// Whoever forgets it is caught here, but for line ends, which are ours as well.
+void append_fit(std::string_view text) {
+  if (is_plain(text)) {
+    standard_output.append(text);
+  } else {
+    standard_output.append(printable(text, KeepLayout::yes));
+  }
+}
+
+void write_error(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stderr); }
+
 }  // namespace
 
 void open_console() {
@@ -89,7 +102,7 @@ void erase_passing_line() {
 void show_passing_line(std::string_view text) {
   // What waits in the buffer of standard output belongs above the line, not into it.
   standard_output.flush();
-  std::fprintf(stderr, "\r%.*s\033[K", static_cast<int>(text.size()), text.data());
+  write_error("\r" + printable(text) + "\033[K");
   passing_line_shown = true;
 }
 
@@ -100,10 +113,12 @@ void print(const char* format, ...) {
   va_copy(again, arguments);
   const std::span<char> room = standard_output.room();
   std::size_t length = room.size();
-  if (format_plain(room.data(), length, format, arguments)) {
+  if (!format_plain(room.data(), length, format, arguments)) {
+    append_fit(format_text_list(format, again));
+  } else if (const std::string_view text(room.data(), length); is_plain(text)) {
     standard_output.use(length);
   } else {
-    standard_output.append(format_text_list(format, again));
+    append_fit(std::string(text));
   }
   va_end(again);
   va_end(arguments);
@@ -111,7 +126,7 @@ void print(const char* format, ...) {
 
 void print_text(std::string_view text) {
   erase_passing_line();
-  standard_output.append(text);
+  append_fit(text);
 }
 
 void print_message(const char* format, ...) {
@@ -119,16 +134,17 @@ void print_message(const char* format, ...) {
   standard_output.flush();
   std::va_list arguments;
   va_start(arguments, format);
-  std::vfprintf(stderr, format, arguments);
+  write_error(printable(format_text_list(format, arguments), KeepLayout::yes));
   va_end(arguments);
 }
 
 void report_message(std::string_view text, Echo echo) {
   erase_passing_line();
   standard_output.flush();
-  std::fwrite(text.data(), 1, text.size(), stderr);
-  if (echo == Echo::on) print_text(text);
-  if (syslog_forced()) syslog(LOG_USER | LOG_ERR, "%.*s", static_cast<int>(text.size()), text.data());
+  const std::string fit = printable(text, KeepLayout::yes);
+  write_error(fit);
+  if (echo == Echo::on) standard_output.append(fit);
+  if (syslog_forced()) syslog(LOG_USER | LOG_ERR, "%s", fit.c_str());
 }
 
 bool console_failed() { return standard_output.failed(); }

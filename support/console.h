@@ -2,6 +2,9 @@
 
 #include <string_view>
 
+/// The two streams that a person reads. Whatever passes through here is made fit for a terminal as
+/// printable() does with KeepLayout::yes. Line ends cannot be told from our own any more: texts from a file
+/// are made printable() where a message is put together.
 namespace support {
 
 /// Takes the places of standard streams that the caller has closed: a file opened later would be given one of

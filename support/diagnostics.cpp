@@ -1,10 +1,11 @@
 #include "support/diagnostics.h"
 
 #include <cstdarg>
-#include <cstdio>
+#include <string>
 
 #include "support/console.h"
 #include "support/environment.h"
+#include "support/text_format.h"
 
 namespace support {
 
@@ -26,11 +27,11 @@ DiagnosticsChannel::DiagnosticsChannel(std::string_view name) : enabled_(lists(w
 
 void DiagnosticsChannel::print(const char* format, ...) const {
   if (!enabled_) return;
-  flush_console();
   std::va_list arguments;
   va_start(arguments, format);
-  std::vfprintf(stderr, format, arguments);
+  const std::string text = format_text_list(format, arguments);
   va_end(arguments);
+  print_message("%s", text.c_str());
 }
 
 }  // namespace support

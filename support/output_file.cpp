@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "support/console.h"
+#include "support/printable.h"
 #include "support/program.h"
 
 namespace support {
@@ -36,7 +37,7 @@ OutputFile::OutputFile(OutputFile&& other) noexcept
 
 OutputFile::~OutputFile() {
   if (is_open() && !name_.empty()) {
-    print_message("%s: output file %s is incomplete\n", program_name(), name_.c_str());
+    print_message("%s: output file %s is incomplete\n", program_name(), printable(name_).c_str());
   }
   close();
 }

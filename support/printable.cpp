@@ -2,10 +2,20 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 namespace support {
 
 namespace {
+
+/// A line break, or what makes a terminal show a line in another order than it was written.
+bool disturbs_line(std::uint32_t code) {
+  return (code >= 0x2028 && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+}
+
+bool is_layout(std::string_view text) {
+  return text.starts_with('\n') || text.starts_with('\t') || text.starts_with("\r\n");
+}
 
 bool is_continuation(unsigned char byte) { return (byte & 0xC0U) == 0x80U; }
 
@@ -38,8 +48,23 @@ std::size_t printable_length(std::string_view text) {
   }
   const bool overlong = (length == 3 && code < 0x800) || (length == 4 && code < 0x10000);
   const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-  const bool control = code < 0xA0;
+  const bool control = code < 0xA0 || disturbs_line(code);
   return overlong || surrogate || control || code > 0x10FFFF ? 0 : length;
+}
+
+bool is_plain(std::string_view text) {
+  const auto plain = [](char c) { return (c >= 0x20 && c < 0x7F) || c == '\n' || c == '\t'; };
+  // Eight bytes at a time. The top bit of one is set when it is beyond ASCII, DEL, or a control character.
+  while (text.size() >= sizeof(std::uint64_t)) {
+    std::uint64_t bytes;
+    std::memcpy(&bytes, text.data(), sizeof bytes);
+    const std::uint64_t marks = bytes | (bytes - 0x2020202020202020U) | (bytes + 0x0101010101010101U);
+    if ((marks & 0x8080808080808080U) != 0 && !std::ranges::all_of(text.substr(0, sizeof bytes), plain)) {
+      return false;
+    }
+    text.remove_prefix(sizeof bytes);
+  }
+  return std::ranges::all_of(text, plain);
 }
 
 std::string printable(std::string_view text, KeepLayout layout) {
@@ -57,7 +82,7 @@ void append_printable(std::string& out, std::string_view text, KeepLayout layout
     if (text.empty()) return;
     const char first = text.front();
     const std::size_t length = std::max<std::size_t>(printable_length(text), 1);
-    if (length > 1 || (layout == KeepLayout::yes && (first == '\n' || first == '\r' || first == '\t'))) {
+    if (length > 1 || (layout == KeepLayout::yes && is_layout(text))) {
       out.append(text.substr(0, length));
     } else {
       append_escaped(out, static_cast<unsigned char>(first));

@@ -1,12 +1,21 @@
 #include "support/program.h"
 
+#include <string>
+
+#include "support/printable.h"
+
 namespace support {
 
 namespace {
-const char* stored_name = "vr_inspect";
+
+std::string& stored_name() {
+  static std::string name = "vr_inspect";
+  return name;
 }
 
-const char* program_name() { return stored_name; }
-void set_program_name(const char* name) { stored_name = name; }
+}  // namespace
+
+const char* program_name() { return stored_name().c_str(); }
+void set_program_name(const char* name) { stored_name() = printable(name); }
 
 }  // namespace support

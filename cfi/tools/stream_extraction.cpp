@@ -46,13 +46,15 @@ support::ErrorEscape failure(std::string message) {
 
 void open_output(const std::string& name, const support::FileIdentity& part, support::OutputFile& output) {
   if (support::is_same_file(name, part)) {
-    throw failure(support::format_text("can not open output file %s", name.c_str()));
+    throw failure(support::format_text("can not open output file %s", support::printable(name).c_str()));
   }
-  if (!output.open(name)) throw failure(support::format_text("can not open %s\n", name.c_str()));
+  if (!output.open(name))
+    throw failure(support::format_text("can not open %s\n", support::printable(name).c_str()));
 }
 
 support::ErrorEscape incomplete(const char* reason, const std::string& output_name) {
-  return failure(support::format_text("%s\n output file %s is incomplete", reason, output_name.c_str()));
+  return failure(support::format_text("%s\n output file %s is incomplete", reason,
+                                      support::printable(output_name).c_str()));
 }
 
 /// The number of bytes copied.

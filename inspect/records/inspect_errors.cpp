@@ -19,7 +19,7 @@ support::Echo echo_of(const InspectOptions& options) {
 
 void report(const InspectFile& file, const std::string& message) {
   support::report_message(support::format_text("%s: In file %s\n %s\n", support::program_name(),
-                                               file.name.c_str(), message.c_str()),
+                                               file.shown_name.c_str(), message.c_str()),
                           echo_of(file.options));
 }
 
@@ -68,7 +68,7 @@ void inspect_warning(InspectFile& file, const char* format, ...) {
   const std::string message = support::format_text_list(format, arguments);
   va_end(arguments);
   support::report_message(support::format_text("%s: In file %s \n %s\n", support::program_name(),
-                                               file.name.c_str(), message.c_str()),
+                                               file.shown_name.c_str(), message.c_str()),
                           echo_of(file.options));
 }
 

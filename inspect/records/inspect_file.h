@@ -17,6 +17,7 @@
 #include "inspect/records/shared_strings.h"
 #include "support/byte_source.h"
 #include "support/output_file.h"
+#include "support/printable.h"
 
 namespace inspect {
 
@@ -64,10 +65,11 @@ struct InspectFile {
   static constexpr std::int32_t kReleaseNotRead = -939;
 
   InspectFile(const InspectOptions& the_options, std::string file_name)
-      : options(the_options), name(std::move(file_name)) {}
+      : options(the_options), name(std::move(file_name)), shown_name(support::printable(name)) {}
 
   const InspectOptions& options;
   std::string name;                ///< as given on the command line
+  std::string shown_name;          ///< the same, fit for a terminal
   bool failed = false;             ///< the file's status is 1
   bool escape_on_failure = false;  ///< inspect_fatal throws instead of ending the process
   bool problems_found = false;     ///< something was reported that a scan must not call clean

@@ -245,7 +245,7 @@ void print_retrieval_warnings(InspectFile& file) {
 void print_part_summary(InspectFile& file) {
   const PartHeader& header = file.header;
   print_text("\n-------- Part File Summary ------------\n");
-  print("Part name: %s\n", file.name.c_str());
+  print("Part name: %s\n", file.shown_name.c_str());
   print_use_restrictions(header);
   print_release_line(file);
   print("Part units: %s\n", units_name(file.units));

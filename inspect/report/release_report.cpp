@@ -25,7 +25,7 @@ void print_release_line(const InspectFile& file) {
 
 void print_release_report(const InspectFile& file) {
   support::print("\n-------- Part Release Information ------------\n");
-  support::print("Part name: %s\n", file.name.c_str());
+  support::print("Part name: %s\n", file.shown_name.c_str());
   print_release_line(file);
 }
 

@@ -57,7 +57,7 @@ bool copy_deflated(InspectFile& file, const PartitionEntry& entry, const DataBlo
 
 void print_extracted(const InspectFile& file, const DataBlock& block, const TransmitFile& output) {
   support::print("%s Brepsolid data into file %s\n", block.compressed ? "Decompressed" : "Extracted",
-                 output.name().c_str());
+                 support::printable(output.name()).c_str());
   support::print("  Brepsolid Version: %s\n", support::printable(file.kernel_version).c_str());
   support::print("  File format: %s\n", block.binary ? "binary" : "text");
 }

@@ -80,7 +80,8 @@ TransmitFile Extractor::open(const std::string& name, const PartitionEntry& entr
   const auto [place, is_new] = written_.try_emplace(name, entry.id);
   if (!is_new) {
     support::print_message("%s: file %s of partition %d is replaced by partition %d\n",
-                           support::program_name(), name.c_str(), place->second, entry.id);
+                           support::program_name(), support::printable(name).c_str(), place->second,
+                           entry.id);
     place->second = entry.id;
   }
   return output;

@@ -5,12 +5,13 @@
 #include <utility>
 
 #include "inspect/records/inspect_errors.h"
+#include "support/printable.h"
 
 namespace inspect {
 
 TransmitFile::TransmitFile(InspectFile& file, std::string name) : file_(file), name_(std::move(name)) {
   if (support::is_same_file(name_, file_.identity) || !output_.open(name_)) {
-    inspect_error(file_, "can not open output file %s", name_.c_str());
+    inspect_error(file_, "can not open output file %s", support::printable(name_).c_str());
   }
 }
 
@@ -24,7 +25,7 @@ void TransmitFile::close() {
 
 void TransmitFile::fail() {
   const std::string reason = std::strerror(errno);
-  report_problem(file_, "output file %s: %s", name_.c_str(), reason.c_str());
+  report_problem(file_, "output file %s: %s", support::printable(name_).c_str(), reason.c_str());
   inspect_error(file_, "write failed");
 }
 

@@ -4,6 +4,7 @@
 #include "inspect/records/inspect_options.h"
 #include "support/bounded_text.h"
 #include "support/limits.h"
+#include "support/printable.h"
 #include "support/text_format.h"
 
 namespace inspect {
@@ -48,7 +49,7 @@ TransmitNames names_with_id(InspectFile& file, std::int32_t id, const TransmitFo
   if (contains(main, format.main_extension)) {
     report_problem(
         file, "output filename must be without extension, so that id number and extension can be appended");
-    inspect_error(file, "can not open output file %s", main.c_str());
+    inspect_error(file, "can not open output file %s", support::printable(main.view()).c_str());
   }
   NameText second = main;
   append_source(file, id, main);
