@@ -47,6 +47,10 @@ std::unique_ptr<support::ByteSource> PartContainer::open_part_stream() {
   return std::move(expanded.source);
 }
 
+void PartContainer::load_all() {
+  if (StorageFile* file = storage_file()) file->load_all();
+}
+
 std::span<const std::byte> PartContainer::header_copy() const {
   const StorageFile* file = storage_file();
   return file == nullptr ? std::span<const std::byte>() : file->part_header();

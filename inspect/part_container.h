@@ -32,10 +32,15 @@ class PartContainer {
   /// The part stream: /Root/VR_PART/VR_PART, expanded when it is LZ4-framed, or the flat file itself.
   std::unique_ptr<support::ByteSource> open_part_stream();
 
+  /// Loads the footer index of the maker's format, which nothing else may ask for. Raises what a damaged one
+  /// raises.
+  void load_all();
+
   /// The part header copy in the header index of the maker's format; else empty.
   std::span<const std::byte> header_copy() const;
 
  private:
+
   support::FileIdentity identity_;
   std::unique_ptr<VRX::System::CFI::FileChannel> flat_;
   VRX::System::CFI::OwnedStorage root_;
