@@ -1,6 +1,5 @@
 #include "inspect/report/partition_printers.h"
 
-#include "inspect/records/inspect_errors.h"
 #include "inspect/records/object_manager_reader.h"
 #include "inspect/records/object_reading.h"
 #include "inspect/report/audit_trail_lines.h"
@@ -131,13 +130,7 @@ void print_partition_contents(InspectFile& file, PartitionEntry& partition, Part
 
 void print_partitions(InspectFile& file) {
   for (PartitionEntry& partition : file.partitions) {
-    if (partition.bad) continue;
-    try {
-      print_partition(file, partition);
-    } catch (const support::ErrorEscape& escape) {
-      partition.shared_strings.clear();
-      report_escape(file, escape);
-    }
+    if (!partition.bad) print_partition(file, partition);
   }
 }
 

@@ -14,8 +14,8 @@ enum class PartitionListing {
 /// Prints one partition. Raises through inspect_error and inspect_fatal; what was read before stays printed.
 void print_partition_contents(InspectFile& file, PartitionEntry& partition, PartitionListing listing);
 
-/// Prints the partitions that the options select, in index order; bad ones are skipped. Damage costs the
-/// listing of its partition: it is reported, the file has failed, and the next partition follows.
+/// Prints the partitions that the options select, in index order; bad ones are skipped. Damage ends the
+/// listing: what print_partition_contents() raises is passed on.
 void print_partitions(InspectFile& file);
 
 }  // namespace inspect
