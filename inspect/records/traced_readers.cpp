@@ -278,15 +278,19 @@ void move_to(bool trace, InspectFile& file, std::uint64_t position) {
   try {
     CFI_set_position(*file.stream, position);
   } catch (const support::ErrorEscape&) {
-    inspect_error(file, "fseek to %llu failed errno = %d", static_cast<unsigned long long>(position), errno);
+    // Nothing but such a position is refused.
+    inspect_error(file, "fseek to %llu failed errno = %d", static_cast<unsigned long long>(position), EINVAL);
   }
   if (trace) print("Move to %llu\n", static_cast<unsigned long long>(position));
 }
 
 void seek_object(InspectFile& file, const PartitionEntry& partition, std::int32_t object_index, bool trace) {
-  const std::uint64_t width = partition.wide_positions ? 8 : 4;
-  const auto index = static_cast<std::uint64_t>(std::int64_t{object_index});
-  move_to(trace, file, partition.object_table_offset + index * width);
+  const std::int64_t distance = std::int64_t{object_index} * (partition.wide_positions ? 8 : 4);
+  const std::uint64_t table = partition.object_table_offset;
+  // In front of the table a position may be found, too; in front of the file it is one that no file has.
+  move_to(trace, file,
+          distance < 0 ? table - static_cast<std::uint64_t>(-distance)
+                       : position_behind(table, static_cast<std::uint64_t>(distance)));
   std::uint64_t position = 0;
   read_position(trace, file, partition.wide_positions, position, "File position of object %d", object_index);
   VRII_ASSERT(partition.om_file_length_byte_size == 4 || partition.om_file_length_byte_size == 12);

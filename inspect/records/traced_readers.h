@@ -54,13 +54,14 @@ struct OmStringField {
 OmStringField read_om_string_field(bool trace, InspectFile& file, const PartitionEntry& partition,
                                    const char* label);
 
+/// A position of 2^63 and more is inspect_error "fseek to %llu failed errno = %d".
 void move_to(bool trace, InspectFile& file, std::uint64_t position);
 std::uint64_t current_position(const InspectFile& file);
 
-/// `offset` bytes behind `base`; a sum beyond any file stays there instead of wrapping into it.
+/// `offset` bytes behind `base`; a sum that 64 bits cannot hold is the last position, where no file reaches,
+/// instead of wrapping into one.
 constexpr std::uint64_t position_behind(std::uint64_t base, std::uint64_t offset) {
-  constexpr std::uint64_t kBeyondAnyFile = INT64_MAX;
-  return base > kBeyondAnyFile || offset > kBeyondAnyFile - base ? kBeyondAnyFile : base + offset;
+  return offset > UINT64_MAX - base ? UINT64_MAX : base + offset;
 }
 
 /// Moves to the first byte behind the length field of an object of the partition's object table.
