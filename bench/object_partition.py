@@ -30,6 +30,11 @@ def audit_trail(saves):
             compact_short(-1) + b"".join(reversed(ends)))
 
 
+def entity_type_chains():
+    """The newer layout: two versions, no heads, no creation display data, three labels, no types."""
+    return compact_short(1) + compact_short(2) + b"\x01\x01" + b"\x01\x01" + b"\xFF\xFF\xFF" + b"\x01\x01"
+
+
 def record_manager(saves):
     head = (b"OM\x01\x02\x03\x04\x05" + struct.pack("<4i", 10, 4, 1700000000, 6) + b"x86_64" +
             struct.pack("<i", 4) + b"a.pr" + struct.pack("<9i", 2, 2, 1, 2, 0, 0, 0, 0, 0))
@@ -41,5 +46,5 @@ def record_manager(saves):
     places = struct.pack("<IIi", table_at, strings_at, 1) + compact_short(0) + compact_short(1)
     root = b"\x05\x00"
     data = (head + classes + places + strings + struct.pack("<2I", 0, table_at + 8) + root + audit_trail(saves) +
-            compact_short(-1) + compact_short(1))
+            entity_type_chains())
     return struct.pack("<i", len(data)) + data

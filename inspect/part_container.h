@@ -25,6 +25,9 @@ class PartContainer {
   /// True once a read has found the file shorter than it was when it was opened.
   bool has_shrunk() const { return channel_ != nullptr && channel_->has_shrunk(); }
 
+  /// Bytes of the file on disk.
+  std::uint64_t stored_length() const { return channel_->size(); }
+
   /// Null for a flat file.
   VRX::System::CFI::StorageFile* storage_file() const;
   CFI_storage_t root() const { return root_.get(); }

@@ -104,6 +104,7 @@ bool PartFileDriver::open() {
   try {
     container_.open(file_.name);
     file_.identity = container_.identity();
+    file_.stored_length = container_.stored_length();
     file_.container = container_.storage_file();
     file_.stream = container_.open_part_stream();
     file_.file_length = file_.stream->size();

@@ -68,13 +68,15 @@ inline constexpr std::uint32_t kToggleTextBytes = std::uint32_t{4} << 20U;
 /// Partitions of a part file: each costs some hundred bytes of memory, and real parts hold dozens.
 inline constexpr std::size_t kPartitions = 200'000;
 
-/// What one object-manager partition makes the program keep: together these stay within 64 MiB.
+/// Bytes of memory for all partitions together with the texts and saves of the object-manager partition that
+/// is being read, by a count that errs upwards. With what the program takes for itself they stay below 64
+/// MiB.
+inline constexpr std::size_t kPartitionMemory = std::size_t{55} << 20U;
+
+/// What one object-manager partition makes the program keep.
 inline constexpr std::size_t kSchemas = 100'000;
 inline constexpr std::size_t kSharedStrings = 2'000'000;
-inline constexpr std::size_t kSharedStringBytes = std::size_t{16} << 20U;
 inline constexpr std::size_t kAuditLinks = 1'100'000;  ///< audit objects and entries together
-inline constexpr std::size_t kObjectTextBytes = std::size_t{12}
-                                                << 20U;  ///< names of classes, users, programs
 inline constexpr std::size_t kChainHeads = 1'000'000;
 
 /// How often the bytes of a file may be read in all, as objects, as modeller data, and as JT bodies of a
@@ -84,6 +86,11 @@ inline constexpr std::uint64_t kReadsOfAllBytes = 8;
 
 /// The same for one object-manager partition.
 inline constexpr std::uint64_t kReadsInOnePartition = 2;
+
+/// Fields of object-manager data that are traced, for each byte of the file on disk. A field may take one
+/// byte or none, and prints a line or two; a framed part stream has up to 255 bytes for one on disk. Sound
+/// parts have a field in two bytes and more, and frames make them smaller by a few times only.
+inline constexpr std::uint64_t kTracedFieldsPerByte = 8;
 
 /// Bytes of an output's name with what extraction adds to it: the longest that the interface takes.
 inline constexpr std::size_t kOutputNameBytes = 3469;

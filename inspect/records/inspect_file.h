@@ -6,11 +6,11 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <unordered_set>
 #include <vector>
 
 #include "cfi/storage_file.h"
 #include "inspect/records/brepsolid_header_bits.h"
+#include "inspect/records/id_set.h"
 #include "inspect/records/inspect_options.h"
 #include "inspect/records/part_header.h"
 #include "inspect/records/partition_kinds.h"
@@ -31,9 +31,10 @@ constexpr std::uint32_t combine_position(std::int16_t version, std::uint16_t fir
   return version < 15 ? std::uint32_t{first} * 512 + second : std::uint32_t{first} << 16U | second;
 }
 
-/// One partition of the part stream. Offsets and positions are in bytes from the start of the stream.
+/// One partition of the part stream. Offsets and positions are in bytes from the start of the stream. A part
+/// may have very many partitions: what is read of one while it is printed is kept elsewhere or given back.
 struct PartitionEntry {
-  std::size_t number = 0;  ///< its place in the file's list, from 0
+  std::uint32_t number = 0;  ///< its place in the file's list, from 0
   std::int32_t id = 0;
   std::int32_t type = kUnknownPartition;
   std::int32_t data = 0;     ///< the data word; also the tag field of modeller partitions
@@ -45,10 +46,10 @@ struct PartitionEntry {
   bool done = false;
 
   // Object-manager layout, set when its header is read.
-  std::int32_t om_file_length_byte_size = 4;  ///< 4 or 12
-  std::uint64_t object_table_offset = 0;
   bool wide_positions = false;
   bool compact = false;
+  std::uint8_t om_file_length_byte_size = 4;  ///< 4 or 12
+  std::uint64_t object_table_offset = 0;
   SharedStrings shared_strings;
 
   /// Modeller partitions only: the header as decoded in the reading pass.
@@ -88,9 +89,9 @@ struct InspectFile {
   PartHeader header;
   std::int32_t release = kReleaseNotRead;  ///< V once the header is read
 
-  std::vector<std::int16_t> entity_chain_words;         ///< V below 15: the entity chain header
-  std::unordered_set<std::uint64_t> directory_offsets;  ///< of the directories read so far, without markers
-  std::deque<PartitionEntry> partitions;                ///< index order; entries never move
+  std::vector<std::int16_t> entity_chain_words;  ///< V below 15: the entity chain header
+  NumberSet<std::uint64_t> directory_offsets;    ///< of the directories read so far, without markers
+  std::deque<PartitionEntry> partitions;         ///< index order; entries never move
   std::optional<std::int32_t> next_partition_id;
   std::int32_t empty_directories = 0;  ///< partitions whose data-zero flag is set
   std::optional<std::int32_t> pattern_mode;
@@ -101,6 +102,11 @@ struct InspectFile {
   std::uint64_t object_bytes = 0;       ///< the same of object-manager partitions; see ObjectReading
   std::uint64_t field_bytes = 0;        ///< bytes of all fields read so far
   std::uint64_t field_limit = UINT64_MAX;        ///< of field_bytes
+  std::uint64_t traced_fields = 0;               ///< trace lines that name a field
+  std::uint64_t object_fields = 0;               ///< the same of object-manager partitions
+  std::uint64_t traced_limit = UINT64_MAX;       ///< of traced_fields
+  std::uint64_t stored_length = UINT64_MAX;      ///< of the file itself; below file_length when it is framed
+  std::size_t partition_memory = 0;              ///< bytes that the partitions take once all are read
   std::map<std::int32_t, std::int32_t> sources;  ///< partition id to source partition id, for output names
   bool development_warnings = false;             ///< no switch sets it
   bool has_om_checksums = false;                 ///< some object-manager partition carries a checksum

@@ -84,10 +84,8 @@ void read_newer_layout(bool trace, InspectFile& file, const PartitionEntry& part
 void read_entity_type_chains(bool trace, InspectFile& file, const PartitionEntry& partition,
                              EntityTypeChains& heads) {
   heads.fill(kNullIndex);
-  const std::int32_t first = read_compact_short(trace, file, partition, "First version in RM_part");
+  read_compact_short(trace, file, partition, "First version in RM_part");
   read_compact_short(trace, file, partition, "Second version in RM_part");
-  // Some writers file no chains and say so here.
-  if (first == kNullIndex) return;
   if (file.rm_layout) {
     read_newer_layout(trace, file, partition, heads);
   } else {

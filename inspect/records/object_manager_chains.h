@@ -7,8 +7,8 @@ namespace inspect {
 
 /// Reads the heads of the entity type chains at the stream's position, behind the audit trail of a record
 /// manager. Older layout: 256 labels. Newer (`file.rm_layout`): a list of n labels, the creation display
-/// data, three labels more, and the n entity types of the list; heads of types not named are -1. A first
-/// version of -1 says that the record manager has no chains: all heads are -1 then.
+/// data, three labels more, and the n entity types of the list; heads of types not named are -1. The two
+/// version fields before them change nothing.
 void read_entity_type_chains(bool trace, InspectFile& file, const PartitionEntry& partition,
                              EntityTypeChains& heads);
 

@@ -26,7 +26,7 @@ void read_schemas(InspectFile& file, const PartitionEntry& partition, ObjectMana
   std::string name;
   for (std::int32_t i = 0; i < count; ++i) {
     check_om_limit(file, om.schemas.size(), limits::kSchemas, "schemas");
-    check_om_limit(file, om.texts.byte_count(), limits::kObjectTextBytes, "bytes of text");
+    check_object_memory(file, partition, om, 0);
     const std::int32_t length = read_compact_short(trace, file, partition, "schema length");
     if (length < 1 || length > limits::kClassNameBytes)
       inspect_fatal(file, "bad schema name length %d", length);

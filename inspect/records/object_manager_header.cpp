@@ -23,6 +23,7 @@ enum FilingMode : std::uint32_t {
   kWidePositions = 131072,
 };
 
+/// One sound letter of the two suffices.
 bool begins_like_om(const std::uint8_t* intro) { return intro[0] == 'O' || intro[1] == 'M'; }
 
 void take_filing_mode(InspectFile& file, PartitionEntry& partition, ObjectManagerPartition& om,
@@ -148,10 +149,7 @@ bool begins_with_om_intro(InspectFile& file, const PartitionEntry& partition) {
   const std::size_t count = file.stream->read(bytes.data(), bytes.size());
   const bool long_length = support::load_little<std::int32_t>(bytes.data()) == kLongLengthFollows;
   const std::size_t at = long_length ? 12 : 4;
-  if (count < at + 2) return false;
-  // A file with markers has object-manager data here, so that one sound byte of the two suffices.
-  return file.has_markers ? bytes[at] == 'O' || bytes[at + 1] == 'M'
-                          : bytes[at] == 'O' && bytes[at + 1] == 'M';
+  return count >= at + 2 && begins_like_om(bytes.data() + at);
 }
 
 }  // namespace inspect

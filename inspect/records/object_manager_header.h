@@ -28,8 +28,9 @@ void read_om_identity(InspectFile& file, PartitionEntry& partition, ObjectManage
 void read_om_counts(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om,
                     bool trace);
 
-/// True when the bytes at the partition's base look like a length and "OM": for directories of older files,
-/// which need not hold object-manager data. Reads nothing that is traced.
+/// True when the bytes at the partition's base look like a length and an intro, of which either letter
+/// suffices: for directories of older files, which need not hold object-manager data. Reads nothing that is
+/// traced.
 bool begins_with_om_intro(InspectFile& file, const PartitionEntry& partition);
 
 }  // namespace inspect

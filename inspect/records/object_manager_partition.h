@@ -37,27 +37,32 @@ struct OmClass {
   std::int32_t second_word = 0;  ///< class entries only: the word behind the digest
 };
 
+/// A partition may have a million of these and of the next two: they are kept small.
 struct AuditEntry {
   TextId user_name = kNoText;
   std::int32_t save_time = 0;  ///< seconds since 1970; 0 marks a pseudo entry
+  std::int16_t version_number = 0;
+  std::uint16_t machine_type = 0;
+};
+
+struct AuditCookies {
   std::int32_t magic_cookie = 0;
   std::int32_t maximum_object_id = 0;
-  std::int32_t version_number = 0;
-  std::uint16_t machine_type = 0;
 };
 
 /// One program version of the audit trail with its saves: `entry_count` entries of AuditTrail::entries.
 struct AuditObject {
   TextId program_version = kNoText;
-  std::size_t first_entry = 0;
-  std::size_t entry_count = 0;
+  std::uint32_t first_entry = 0;
+  std::uint32_t entry_count = 0;
 };
 
 struct AuditTrail {
-  std::vector<AuditObject> objects;
-  std::deque<AuditEntry> entries;  ///< grows without a second copy of a million entries
-  bool has_cookies = false;        ///< cookie and maximum object id are recorded (OM version 5 and above)
-  bool pseudo_entries = false;     ///< an entry with save time 0 was read
+  std::deque<AuditObject> objects;  ///< a deque grows without a second copy
+  std::deque<AuditEntry> entries;
+  std::deque<AuditCookies>
+      cookies;                  ///< of the entries; kept when wanted and recorded (OM version 5 and above)
+  bool pseudo_entries = false;  ///< an entry with save time 0 was read
 };
 
 /// What is read of one object-manager partition, in the order of the file. Positions are absolute in the part

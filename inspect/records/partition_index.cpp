@@ -84,7 +84,7 @@ bool check_marker(InspectFile& file, PartitionEntry& partition, bool trace) {
 void append_directory(InspectFile& file, std::uint64_t position) {
   check_count(file, file.partitions.size() + 1);
   PartitionEntry& entry = file.partitions.emplace_back();
-  entry.number = file.partitions.size() - 1;
+  entry.number = static_cast<std::uint32_t>(file.partitions.size() - 1);
   entry.offset = position;
 }
 
@@ -123,7 +123,7 @@ void read_partition_index(InspectFile& file, bool trace) {
                      partition_type_name(entry.type), static_cast<ull>(entry.offset), entry.data);
     }
     check_index_entry(file, entry, i);
-    entry.number = file.partitions.size();
+    entry.number = static_cast<std::uint32_t>(file.partitions.size());
     PartitionEntry& kept = file.partitions.emplace_back(std::move(entry));
     if (!file.has_markers || kept.type == kOldBrepsolid || kept.type == kPattern) {
       check_partition_data(file, kept);
@@ -140,7 +140,7 @@ bool check_partition_start(InspectFile& file, PartitionEntry& partition, bool tr
 }
 
 void read_partition_header(InspectFile& file, PartitionEntry& partition, bool trace) {
-  if (!file.directory_offsets.insert(partition.offset).second) {
+  if (!file.directory_offsets.insert(partition.offset)) {
     inspect_error(file, "Directory chain comes back to offset %llu\n", static_cast<ull>(partition.offset));
   }
   const auto number = static_cast<std::int32_t>(file.directory_offsets.size());

@@ -1,20 +1,21 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <initializer_list>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "inspect/records/text_arena.h"
 
 namespace inspect {
 
 /// A shared string, or none where the table's slot holds no text.
 using SharedString = std::optional<std::string>;
 
-/// The shared string table of one partition: all texts in one run of bytes, so that a table of a million
-/// short strings costs little more memory than it has bytes in the file.
+/// The shared string table of one partition. Empty it takes no more room than a pointer.
 class SharedStrings {
  public:
   SharedStrings() = default;
@@ -23,30 +24,38 @@ class SharedStrings {
   }
 
   void push_back(const SharedString& text) {
-    if (text) bytes_ += *text;
-    ends_.push_back(std::uint64_t{bytes_.size()} << 1U | (text ? 1U : 0U));
+    if (!table_) table_ = std::make_unique<Table>();
+    const TextArena::Place place =
+        table_->texts.append(text ? std::optional<std::string_view>(*text) : std::nullopt);
+    if (table_->size++ % kGroup == 0) table_->groups.push_back(place);
   }
 
-  /// Gives the memory back too, which the assignment of an empty string does not.
-  void clear() {
-    std::string().swap(bytes_);
-    std::vector<std::uint64_t>().swap(ends_);
+  void clear() { table_.reset(); }
+
+  std::size_t size() const { return table_ ? table_->size : 0; }
+
+  /// Bytes of memory taken.
+  std::size_t byte_count() const {
+    return table_ ? table_->texts.byte_count() + table_->groups.capacity() * sizeof(TextArena::Place) : 0;
   }
 
-  std::size_t size() const { return ends_.size(); }
-  std::size_t byte_count() const { return bytes_.size(); }
-  bool empty() const { return ends_.empty(); }
-
-  /// A copy of string `index`, which is below size().
-  SharedString operator[](std::size_t index) const {
-    if ((ends_[index] & 1U) == 0) return std::nullopt;
-    const std::uint64_t begin = index == 0 ? 0 : ends_[index - 1] >> 1U;
-    return bytes_.substr(begin, (ends_[index] >> 1U) - begin);
+  /// String `index`, which is below size(). Valid until the table changes.
+  std::optional<std::string_view> operator[](std::size_t index) const {
+    TextArena::Place place = table_->groups[index / kGroup];
+    for (std::size_t i = 0; i < index % kGroup; ++i) place = table_->texts.next(place);
+    return table_->texts.at(place);
   }
 
  private:
-  std::string bytes_;
-  std::vector<std::uint64_t> ends_;  ///< end of each text in bytes_, shifted; bit 0: the slot holds a text
+  static constexpr std::size_t kGroup = 16;  ///< strings found by stepping from the first of them
+
+  struct Table {
+    TextArena texts;
+    std::vector<TextArena::Place> groups;  ///< the first string of each group
+    std::size_t size = 0;
+  };
+
+  std::unique_ptr<Table> table_;
 };
 
 }  // namespace inspect

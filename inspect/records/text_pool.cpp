@@ -14,16 +14,16 @@ std::size_t TextPool::slot_of(std::string_view text) const {
 
 void TextPool::grow() {
   slots_.assign(slots_.empty() ? 64 : slots_.size() * 2, kNoText);
-  for (TextId id = 0; id < ends_.size(); ++id) slots_[slot_of((*this)[id])] = id;
+  TextArena::Place place = 0;
+  for (std::size_t i = 0; i < size_; ++i, place = texts_.next(place)) slots_[slot_of((*this)[place])] = place;
 }
 
 TextId TextPool::intern(std::string_view text) {
-  if ((ends_.size() + 1) * 2 > slots_.size()) grow();
+  if ((size_ + 1) * 4 > slots_.size() * 3) grow();
   TextId& slot = slots_[slot_of(text)];
   if (slot == kNoText) {
-    slot = static_cast<TextId>(ends_.size());
-    bytes_ += text;
-    ends_.push_back(bytes_.size());
+    slot = texts_.append(text);
+    ++size_;
   }
   return slot;
 }

@@ -2,37 +2,43 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
 #include <string_view>
 #include <vector>
 
+#include "inspect/records/text_arena.h"
+
 namespace inspect {
 
-/// Number of a text in its TextPool.
+/// Names a text of a TextPool, or by shared_text_id() one of the shared strings of its partition.
 using TextId = std::uint32_t;
 inline constexpr TextId kNoText = UINT32_MAX;
+
+inline constexpr TextId kSharedTextBit = TextId{1} << 31U;
+
+/// The id of shared string `index`, which is below 2^31 - 1.
+constexpr TextId shared_text_id(std::size_t index) { return static_cast<TextId>(index) | kSharedTextBit; }
 
 /// Texts kept once each, however often they occur: a file may name one user in each of a million saves.
 class TextPool {
  public:
   TextId intern(std::string_view text);
 
-  /// Valid until the next intern(); empty for kNoText.
+  /// Valid until the next intern(); empty for kNoText. Not for ids of shared strings.
   std::string_view operator[](TextId id) const {
-    if (id == kNoText) return {};
-    const std::uint64_t begin = id == 0 ? 0 : ends_[id - 1];
-    return std::string_view(bytes_).substr(begin, ends_[id] - begin);
+    return id == kNoText ? std::string_view{} : texts_.at(id).value_or(std::string_view{});
   }
 
-  std::size_t size() const { return ends_.size(); }
-  std::size_t byte_count() const { return bytes_.size(); }
+  std::size_t size() const { return size_; }
+
+  /// Bytes of memory taken.
+  std::size_t byte_count() const { return texts_.byte_count() + slots_.size() * sizeof(TextId); }
 
  private:
   std::size_t slot_of(std::string_view text) const;
   void grow();
 
-  std::string bytes_;
-  std::vector<std::uint64_t> ends_;
+  TextArena texts_;
+  std::size_t size_ = 0;
   std::vector<TextId> slots_;  ///< open addressing; a power of two of slots
 };
 

@@ -24,6 +24,14 @@ using support::print;
 
 constexpr std::int32_t kPresentObject = 42;
 
+[[noreturn]] void report_overlap(InspectFile& file) {
+  inspect_error(file, "object-manager data overlap: together they are several times as large as the file");
+}
+
+void count_traced_field(InspectFile& file) {
+  if (++file.traced_fields > file.traced_limit) report_overlap(file);
+}
+
 /// "Reading ", then the caller's label; the count and the position follow on the same line.
 [[gnu::format(printf, 1, 0)]] void trace_label(const char* label, std::va_list arguments) {
   support::print_text("Reading ");
@@ -32,9 +40,7 @@ constexpr std::int32_t kPresentObject = 42;
 
 void read_exactly(InspectFile& file, void* destination, std::size_t count) {
   file.field_bytes += count;
-  if (file.field_bytes > file.field_limit) {
-    inspect_error(file, "object-manager data overlap: together they are several times as large as the file");
-  }
+  if (file.field_bytes > file.field_limit) report_overlap(file);
   std::size_t got = 0;
   try {
     got = file.stream->take(destination, count);
@@ -116,6 +122,7 @@ std::uint64_t current_position(const InspectFile& file) { return CFI_get_positio
 // The label is printed only when tracing; its arguments cost a reader nothing else.
 #define VRII_TRACE_LABEL(label)    \
   if (trace) {                     \
+    count_traced_field(file);      \
     std::va_list arguments;        \
     va_start(arguments, label);    \
     trace_label(label, arguments); \
@@ -263,7 +270,8 @@ std::optional<std::string> read_om_string(bool trace, InspectFile& file, StringT
                                           const PartitionEntry& partition, const char* label, ...) {
   VRII_TRACE_LABEL(label)
   OmStringField field = read_string_field(trace, file, typing, partition);
-  return field.shared_index ? partition.shared_strings[*field.shared_index] : std::move(field.own_text);
+  if (!field.shared_index) return std::move(field.own_text);
+  return SharedString(partition.shared_strings[*field.shared_index]);
 }
 
 OmStringField read_om_string_field(bool trace, InspectFile& file, const PartitionEntry& partition,

@@ -20,24 +20,25 @@ void pad_to(std::string& line, std::size_t length) {
   if (line.size() < length) line.append(length - line.size(), ' ');
 }
 
-void append_cookies(std::string& line, const AuditEntry& entry) {
+void append_cookies(std::string& line, const AuditCookies& cookies) {
   line += "  magic cookie ";
-  append_number(line, entry.magic_cookie, 10);
+  append_number(line, cookies.magic_cookie, 10);
   line += "  maximum object id ";
-  append_number(line, entry.maximum_object_id, 10);
+  append_number(line, cookies.maximum_object_id, 10);
 }
 
 }  // namespace
 
+std::string_view ShownTexts::text_of(TextId id) const {
+  if (id == kNoText || (id & kSharedTextBit) == 0) return texts_[id];
+  const std::string_view text = shared_[id & ~kSharedTextBit].value_or(std::string_view{});
+  return text.substr(0, text.find('\0'));
+}
+
 void ShownTexts::append(std::string& line, TextId id, std::size_t width) {
   const std::size_t begin = line.size();
-  std::string_view text = texts_[id];
-  bool cut = false;
-  if (text.size() > kLongText) {
-    if (shown_.empty()) shown_.resize(texts_.size());
-    cut = shown_[id];
-    shown_[id] = true;
-  }
+  std::string_view text = text_of(id);
+  const bool cut = text.size() > kLongText && !shown_.insert(id).second;
   if (cut) text = text.substr(0, kCutText);
   if (id == kNoText) {
     line += "<none>";
@@ -79,11 +80,11 @@ void print_pseudo_entries_note(const PartitionEntry& partition, const AuditTrail
   }
 }
 
-void print_audit_trail(const ObjectManagerPartition& om, bool with_cookies) {
+void print_audit_trail(const PartitionEntry& partition, const ObjectManagerPartition& om) {
   const AuditTrail& audit = om.audit;
   support::print("Audit trail: %zu program versions, %zu saves\n", audit.objects.size(),
                  audit.entries.size());
-  ShownTexts texts(om.texts);
+  ShownTexts texts(partition, om);
   std::string line;
   for (const AuditObject& object : audit.objects) {
     line = "  Program version: ";
@@ -91,13 +92,14 @@ void print_audit_trail(const ObjectManagerPartition& om, bool with_cookies) {
     line += '\n';
     support::print_text(line);
     for (std::size_t i = 0; i < object.entry_count; ++i) {
-      const AuditEntry& entry = audit.entries[object.first_entry + i];
+      const std::size_t number = object.first_entry + i;
+      const AuditEntry& entry = audit.entries[number];
       line = "    ";
       append_save_time(line, entry.save_time);
       line += "  ";
       texts.append(line, entry.user_name, kNameColumns);
       append_save_numbers(line, entry);
-      if (with_cookies && audit.has_cookies) append_cookies(line, entry);
+      if (!audit.cookies.empty()) append_cookies(line, audit.cookies[number]);
       line += '\n';
       support::print_text(line);
     }

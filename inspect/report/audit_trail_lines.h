@@ -3,24 +3,29 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
+#include <unordered_set>
 
 #include "inspect/records/object_manager_partition.h"
 
 namespace inspect {
 
-/// Texts of a partition's pool, escaped for a terminal. A long text is shown whole where it first occurs and
-/// cut afterwards: a file that names one long text a million times must not fill the disk.
+/// Texts of a partition, its shared strings included, escaped for a terminal. A long text is shown whole
+/// where it first occurs and cut afterwards: a file that names one long text a million times must not fill
+/// the disk.
 class ShownTexts {
  public:
-  explicit ShownTexts(const TextPool& texts) : texts_(texts) {}
+  ShownTexts(const PartitionEntry& partition, const ObjectManagerPartition& om)
+      : texts_(om.texts), shared_(partition.shared_strings) {}
 
   /// Appends the text, padded with blanks to `width` bytes; "<none>" for kNoText.
   void append(std::string& line, TextId id, std::size_t width = 0);
 
  private:
+  std::string_view text_of(TextId id) const;
+
   const TextPool& texts_;
-  std::vector<bool> shown_;  ///< by TextId, for long texts
+  const SharedStrings& shared_;
+  std::unordered_set<TextId> shown_;  ///< long texts
 };
 
 /// Appends a number, padded on the left with blanks to `width` columns.
@@ -37,7 +42,7 @@ void append_save_numbers(std::string& line, const AuditEntry& entry);
 void print_pseudo_entries_note(const PartitionEntry& partition, const AuditTrail& audit);
 
 /// The audit trail as read: a line for each program version, below it a line for each of its saves;
-/// `with_cookies` adds magic cookie and maximum object id.
-void print_audit_trail(const ObjectManagerPartition& om, bool with_cookies);
+/// magic cookie and maximum object id are added where they were kept.
+void print_audit_trail(const PartitionEntry& partition, const ObjectManagerPartition& om);
 
 }  // namespace inspect

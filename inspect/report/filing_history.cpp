@@ -1,6 +1,8 @@
 #include "inspect/report/filing_history.h"
 
 #include <algorithm>
+#include <compare>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -18,46 +20,75 @@ namespace {
 
 constexpr std::size_t kNameColumns = 16;
 
-struct Save {
-  std::int32_t time;  ///< for ordering: a pseudo entry goes with the save before it
-  TextId program_version;
-  const AuditEntry* entry;
+/// The saves of a trail, oldest first. Which end of the chains is the older one has changed, and clocks err.
+class OrderedSaves {
+ public:
+  explicit OrderedSaves(const AuditTrail& audit);
+
+  template <typename Visit>
+  void visit(Visit visit) const {
+    for (const Save& save : saves_) {
+      const std::uint32_t number = newest_first_ ? last_number() - save.rank : save.rank;
+      const auto next = std::ranges::upper_bound(first_numbers_, number);
+      const auto place = static_cast<std::size_t>(next - first_numbers_.begin()) - 1;
+      const AuditObject& object = audit_.objects[place];
+      visit(object, audit_.entries[object.first_entry + (number - first_numbers_[place])]);
+    }
+  }
+
+ private:
+  /// A trail may have a million saves: kept small.
+  struct Save {
+    std::int32_t time;   ///< a pseudo entry goes with the save before it
+    std::uint32_t rank;  ///< orders saves of one time
+    auto operator<=>(const Save&) const = default;
+  };
+
+  std::uint32_t last_number() const { return static_cast<std::uint32_t>(saves_.size() - 1); }
+
+  const AuditTrail& audit_;
+  std::vector<std::uint32_t> first_numbers_;  ///< of each object's saves, counted along the chains
+  std::vector<Save> saves_;
+  bool newest_first_ = false;  ///< along the chains
 };
 
-/// All saves of a trail, oldest first. Which end of the chains is the older one has changed, and clocks err.
-std::vector<Save> saves_in_order(const AuditTrail& audit) {
-  std::vector<Save> saves;
-  saves.reserve(audit.entries.size());
+OrderedSaves::OrderedSaves(const AuditTrail& audit) : audit_(audit) {
+  saves_.reserve(audit.entries.size());
+  first_numbers_.reserve(audit.objects.size());
   for (const AuditObject& object : audit.objects) {
+    first_numbers_.push_back(static_cast<std::uint32_t>(saves_.size()));
     for (std::size_t i = 0; i < object.entry_count; ++i) {
-      const AuditEntry& entry = audit.entries[object.first_entry + i];
-      saves.push_back({entry.save_time, object.program_version, &entry});
+      saves_.push_back({audit.entries[object.first_entry + i].save_time, 0});
     }
   }
   const auto is_real = [](const Save& save) { return save.time != 0; };
-  const auto first = std::ranges::find_if(saves, is_real);
-  const auto last = std::find_if(saves.rbegin(), saves.rend(), is_real);
-  if (first == saves.end() || first->time > last->time) std::ranges::reverse(saves);
+  const auto first = std::ranges::find_if(saves_, is_real);
+  const auto last = std::find_if(saves_.rbegin(), saves_.rend(), is_real);
+  newest_first_ = first == saves_.end() || first->time > last->time;
+  if (newest_first_) std::ranges::reverse(saves_);
   std::int32_t time = INT32_MIN;
-  for (Save& save : saves) time = save.time = is_real(save) ? save.time : time;
-  if (!std::ranges::is_sorted(saves, {}, &Save::time)) std::ranges::stable_sort(saves, {}, &Save::time);
-  return saves;
+  std::uint32_t rank = 0;
+  for (Save& save : saves_) {
+    if (is_real(save)) time = save.time;
+    save = {time, rank++};
+  }
+  if (!std::ranges::is_sorted(saves_)) std::ranges::sort(saves_);
 }
 
-void print_saves(const ObjectManagerPartition& om) {
-  ShownTexts texts(om.texts);
+void print_saves(const PartitionEntry& partition, const ObjectManagerPartition& om) {
+  ShownTexts texts(partition, om);
   std::string line;
-  for (const Save& save : saves_in_order(om.audit)) {
+  OrderedSaves(om.audit).visit([&](const AuditObject& object, const AuditEntry& entry) {
     line = "  ";
-    append_save_time(line, save.entry->save_time);
+    append_save_time(line, entry.save_time);
     line += "  ";
-    texts.append(line, save.entry->user_name, kNameColumns);
+    texts.append(line, entry.user_name, kNameColumns);
     line += "  ";
-    texts.append(line, save.program_version, kNameColumns);
-    append_save_numbers(line, *save.entry);
+    texts.append(line, object.program_version, kNameColumns);
+    append_save_numbers(line, entry);
     line += '\n';
     support::print_text(line);
-  }
+  });
 }
 
 void print_history_of(InspectFile& file, PartitionEntry& partition) {
@@ -65,7 +96,7 @@ void print_history_of(InspectFile& file, PartitionEntry& partition) {
   ObjectManagerPartition om;
   if (!read_object_manager_partition(file, partition, om, false)) return;
   print_pseudo_entries_note(partition, om.audit);
-  print_saves(om);
+  print_saves(partition, om);
 }
 
 }  // namespace

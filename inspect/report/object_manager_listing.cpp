@@ -115,8 +115,8 @@ void print_om_counts(const PartitionEntry& partition, const ObjectManagerPartiti
   if (partition.wide_positions) print_text("Uses 64 bit offsets\n");
 }
 
-void print_om_classes(const ObjectManagerPartition& om) {
-  ShownTexts texts(om.texts);
+void print_om_classes(const PartitionEntry& partition, const ObjectManagerPartition& om) {
+  ShownTexts texts(partition, om);
   if (om.version >= kLastOmVersion) print_schemas(om, texts);
   print_classes(om, texts);
 }

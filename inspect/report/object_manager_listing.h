@@ -8,7 +8,7 @@ namespace inspect {
 void print_om_start(const ObjectManagerPartition& om);
 void print_om_identity(const PartitionEntry& partition, const ObjectManagerPartition& om);
 void print_om_counts(const PartitionEntry& partition, const ObjectManagerPartition& om);
-void print_om_classes(const ObjectManagerPartition& om);
+void print_om_classes(const PartitionEntry& partition, const ObjectManagerPartition& om);
 void print_om_root(const PartitionEntry& partition, const ObjectManagerPartition& om);
 
 }  // namespace inspect

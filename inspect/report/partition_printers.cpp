@@ -14,6 +14,9 @@ namespace {
 
 using support::print;
 
+/// Below this header version the heads of the chains that count are those of the entity chain header.
+constexpr std::int16_t kFirstOwnChains = 15;
+
 void print_heading(const PartitionEntry& partition) {
   print("\n--------- Contents of %s directory ----------\n", partition_type_name(partition.type));
   print("Partition id: %d\n", partition.id);
@@ -40,12 +43,12 @@ class PartitionPrinter {
     const ObjectReading reading(file_);
     if (!print_header()) return;
     read_om_classes(file_, partition_, om_, trace_);
-    if (contents_) print_om_classes(om_);
+    if (contents_) print_om_classes(partition_, om_);
     read_shared_strings_and_root(file_, partition_, om_, trace_);
     if (contents_) print_om_root(partition_, om_);
     if (audit_) {
       print_pseudo_entries_note(partition_, om_.audit);
-      print_audit_trail(om_, file_.options.print_cookies);
+      print_audit_trail(partition_, om_);
     }
     print_chains();
   }
@@ -66,10 +69,15 @@ class PartitionPrinter {
   }
 
   void print_chains() {
-    if (partition_.type != kRecordManager || !om_.has_root() || (!contents_ && !trace_)) return;
+    if (partition_.type != kRecordManager || (!contents_ && !trace_)) return;
     EntityTypeChains heads = {};
-    read_entity_type_chains(trace_, file_, partition_, heads);
-    if (contents_) print_entity_type_chains(heads, partition_.compact);
+    if (om_.has_root()) read_entity_type_chains(trace_, file_, partition_, heads);
+    if (!contents_) return;
+    if (file_.release < kFirstOwnChains) {
+      print_old_entity_chains(file_.entity_chain_words);
+    } else if (om_.has_root()) {
+      print_entity_type_chains(heads, partition_.compact);
+    }
   }
 
   InspectFile& file_;

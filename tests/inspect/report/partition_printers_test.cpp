@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include "inspect/report/external_references.h"
 #include "inspect/report/filing_history.h"
@@ -111,18 +114,55 @@ TEST_F(PartitionPrinters, PartitionsThatLieInOnePlaceAreNotListedWithoutEnd) {
   EXPECT_NE(out.find("object-manager data overlap"), std::string::npos);
 }
 
+TEST_F(PartitionPrinters, ATraceIsBoundedByTheFileOnDisk) {
+  PartBuilder part;
+  part.add(object_partition(1, 7, ObjectPlan{}));
+  for (const std::uint64_t length : {1, 100}) {
+    OpenedPart opened(part.build());
+    opened.file.stored_length = length;  // a frame that expands far
+    opened.options.trace = true;
+    const std::string out = output_of([&] { print_partitions(opened.file); });
+    EXPECT_EQ(out.find("object-manager data overlap") != std::string::npos, length == 1);
+    EXPECT_EQ(occurrences(out, "Reading Machine type in audit trail entry"), length == 1 ? 0U : 1U);
+  }
+}
+
 TEST_F(PartitionPrinters, HistoryIsOldestFirstInEitherDirectionOfTheChains) {
-  for (const bool newest_first : {true, false}) {
+  using Times = std::vector<std::int32_t>;
+  struct Case {
+    Times first;   ///< of the saves of the first program, which are named a, b, ...
+    Times second;  ///< of the second, named on
+    const char* order;
+  };
+  const Case cases[] = {
+      {{100, 0}, {200}, "abc"},       {{100, 0}, {50}, "cba"}, {{100, 50, 0}, {200}, "bcad"},
+      {{0, 300}, {100, 100}, "dcba"}, {{}, {0, 0}, "ba"},      {{7, 7}, {7}, "abc"},
+  };
+  for (const Case& one : cases) {
     ObjectPlan plan;
-    plan.programs = {{"KX 1", {{.user_name = "ann", .time = 100}, {.user_name = "bob", .time = 0}}},
-                     {"KX 2", {{.user_name = "cid", .time = newest_first ? 50 : 200}}}};
+    plan.programs = {{"KX 1", {}}, {"KX 2", {}}};
+    std::string next = "a";
+    for (std::size_t i = 0; i < 2; ++i) {
+      for (const std::int32_t time : i == 0 ? one.first : one.second) {
+        plan.programs[i].saves.push_back({.user_name = next, .time = time});
+        ++next[0];
+      }
+    }
     PartBuilder part;
     part.add(object_partition(4, 1, plan));
     OpenedPart opened(part.build());
     const std::string out = output_of([&] { print_v10_filing_history(opened.file); });
-    EXPECT_EQ(out.find("\nNote: partition 4 contains pseudo entries\n"), 0U);
-    EXPECT_EQ(out.find("  ann ") < out.find("  cid "), !newest_first);
-    EXPECT_EQ(occurrences(out, "machine type     9\n"), 3U);
+    const bool pseudo = std::ranges::count(one.first, 0) + std::ranges::count(one.second, 0) > 0;
+    EXPECT_EQ(out.find("\nNote: partition 4 contains pseudo entries\n") == 0, pseudo);
+    std::string order;
+    std::istringstream lines(out);
+    for (std::string line; std::getline(lines, line);) {
+      if (!line.starts_with("  ")) continue;
+      order += line[28];
+      EXPECT_EQ(line.substr(46, 4),
+                order.back() < 'a' + static_cast<int>(one.first.size()) ? "KX 1" : "KX 2");
+    }
+    EXPECT_EQ(order, one.order);
   }
 }
 
@@ -143,24 +183,34 @@ TEST_F(PartitionPrinters, OldHistoryWordsNameReleases) {
   EXPECT_EQ(output_of([] { inspect::print_old_filing_history(0x8009); }), " V1 V4 V10\n");
 }
 
-TEST_F(PartitionPrinters, OlderDirectoriesListTheirEntityChains) {
-  PartBuilder part;
-  part.version = 12;
-  part.header_words = 12;
-  for (const std::int32_t type : {1, 3}) {
-    test_support::PartitionPlan directory;
-    directory.id = directory.type = type;
-    directory.bytes = "12345678";
-    part.add(directory);
+TEST_F(PartitionPrinters, OlderDirectoriesListTheEntityChainsOfTheHeader) {
+  ObjectPlan plan;
+  plan.root = -1;
+  const std::string om = object_partition(plan);
+  std::string first_letter = om;
+  first_letter[5] = 'X';
+  std::string second_letter = om;
+  second_letter[4] = 'X';
+  for (const std::string& data : {std::string("12345678"), om, first_letter, second_letter}) {
+    PartBuilder part;
+    part.version = 12;
+    part.header_words = 12;
+    for (const std::int32_t type : {1, 3}) {
+      test_support::PartitionPlan directory;
+      directory.id = directory.type = type;
+      directory.bytes = type == 1 ? data : "12345678";
+      part.add(directory);
+    }
+    std::string bytes = part.build();
+    bytes[26 + 2 + 2 * 5] = 3;  // the chain of type 5
+    OpenedPart opened(bytes);
+    opened.options.print_partition.fill(true);
+    const std::string out = output_of([&] { print_partitions(opened.file); });
+    EXPECT_NE(out.find("  Unknown                 5       1536\n"), std::string::npos) << out;
+    EXPECT_EQ(occurrences(out, "  Unknown "), 1U);
+    EXPECT_EQ(occurrences(out, "Machine format: x86_64 Linux\n"), data.size() > 8 ? 1U : 0U);
+    EXPECT_FALSE(opened.file.failed);
   }
-  std::string bytes = part.build();
-  bytes[26 + 2 + 2 * 5] = 3;  // the chain of type 5
-  OpenedPart opened(bytes);
-  opened.options.print_partition.fill(true);
-  const std::string out = output_of([&] { print_partitions(opened.file); });
-  EXPECT_NE(out.find("  Unknown                 5       1536\n"), std::string::npos) << out;
-  EXPECT_EQ(occurrences(out, "  Unknown "), 1U);
-  EXPECT_FALSE(opened.file.failed);
 }
 
 support::MemorySource source_over(const std::string& bytes) {
