@@ -1,11 +1,13 @@
 #include "inspect/reading_pass.h"
 
 #include <algorithm>
+#include <vector>
 
 #include "inspect/records/object_manager_header.h"
 #include "inspect/records/part_header_reader.h"
 #include "inspect/records/partition_index.h"
 #include "inspect/solid/brepsolid_header.h"
+#include "inspect/solid/header_lender.h"
 #include "inspect/solid/object_manager_checksum.h"
 #include "inspect/solid/transmit_extraction.h"
 
@@ -13,16 +15,48 @@ namespace inspect {
 
 namespace {
 
-void visit_partition(InspectFile& file, PartitionEntry& partition) {
-  const bool trace = file.options.trace;
-  if (check_partition_start(file, partition, trace)) return;
-  if (holds_modeller_data(partition)) {
-    read_brepsolid_partition(file, partition, trace);
-    if (file.options.scan) check_scanned_partition(file, partition);
-  } else if (file.options.scan && begins_with_om_intro(file, partition)) {
-    check_object_manager_checksum(file, partition, trace);
+/// The visit of each partition. Those that borrow a header text from a directory still to be read are
+/// finished when it is.
+class ReadingPass {
+ public:
+  explicit ReadingPass(InspectFile& file) : file_(file), trace_(file.options.trace) {}
+
+  void run() {
+    // By number: a directory header may append the next directory.
+    for (std::size_t i = 0; i < file_.partitions.size(); ++i) visit(file_.partitions[i]);
+    for (PartitionEntry* partition : waiting_) finish_borrower(*partition);
   }
-}
+
+ private:
+  void visit(PartitionEntry& partition) {
+    if (check_partition_start(file_, partition, trace_)) return;
+    if (holds_modeller_data(partition)) {
+      visit_modeller_partition(partition);
+    } else if (file_.options.scan && begins_with_om_intro(file_, partition)) {
+      check_object_manager_checksum(file_, partition, trace_);
+    }
+  }
+
+  void visit_modeller_partition(PartitionEntry& partition) {
+    read_brepsolid_partition(file_, partition, trace_);
+    if (partition.solid->header_saved_here) {
+      if (file_.options.scan) check_scanned_partition(file_, partition);
+    } else if (find_header_lender(file_).settled) {
+      finish_borrower(partition);
+    } else {
+      waiting_.push_back(&partition);
+    }
+  }
+
+  void finish_borrower(PartitionEntry& partition) {
+    borrow_brepsolid_header(file_, partition, trace_);
+    if (file_.options.scan) check_scanned_partition(file_, partition);
+  }
+
+  InspectFile& file_;
+  bool trace_;
+  std::vector<PartitionEntry*> waiting_;
+};
 
 std::size_t memory_of_partitions(const InspectFile& file) {
   constexpr std::size_t kAllocation = 16;
@@ -43,8 +77,7 @@ void read_part(InspectFile& file, std::span<const std::byte> header_copy) {
   } else {
     start_directory_chain(file);
   }
-  // By number: a directory header may append the next directory.
-  for (std::size_t i = 0; i < file.partitions.size(); ++i) visit_partition(file, file.partitions[i]);
+  ReadingPass(file).run();
   file.partition_memory = memory_of_partitions(file);
 }
 

@@ -8,9 +8,9 @@
 namespace inspect {
 
 /// Reads the part header and the partition index (or the first directory), then visits every partition once,
-/// in order: start check, and the headers of modeller partitions, which are kept in the entries. Under -scan
-/// the checksums of modeller data and object-manager partitions are checked there and then.
-/// Raises through inspect_error.
+/// in order: start check, and the headers of modeller partitions, which are kept in the entries; a header
+/// text is borrowed once it is known from where. Under -scan the checksums of modeller data and
+/// object-manager partitions are checked there and then. Raises through inspect_error.
 void read_part(InspectFile& file, std::span<const std::byte> header_copy);
 
 }  // namespace inspect

@@ -95,12 +95,13 @@ struct InspectFile {
   std::optional<std::int32_t> next_partition_id;
   std::int32_t empty_directories = 0;  ///< partitions whose data-zero flag is set
   std::optional<std::int32_t> pattern_mode;
-  std::int32_t units = 0;               ///< of the header, else of the older record manager; 0 not recorded
-  std::string kernel_version;           ///< of the last modeller partition read; empty before, or "Unknown"
-  std::size_t lender_search_start = 0;  ///< no partition before it can lend a Brepsolid header
-  std::uint64_t checked_bytes = 0;      ///< partition bytes that checks and extractions have read
-  std::uint64_t object_bytes = 0;       ///< the same of object-manager partitions; see ObjectReading
-  std::uint64_t field_bytes = 0;        ///< bytes of all fields read so far
+  std::int32_t units = 0;      ///< of the header, else of the older record manager; 0 not recorded
+  std::string kernel_version;  ///< of the last modeller partition read; empty before, or "Unknown"
+  std::optional<std::size_t> version_source;     ///< number of the partition that kernel_version is from
+  std::size_t lender_search_start = 0;           ///< no partition before it can lend a Brepsolid header
+  std::uint64_t checked_bytes = 0;               ///< partition bytes that checks and extractions have read
+  std::uint64_t object_bytes = 0;                ///< the same of object-manager partitions; see ObjectReading
+  std::uint64_t field_bytes = 0;                 ///< bytes of all fields read so far
   std::uint64_t field_limit = UINT64_MAX;        ///< of field_bytes
   std::uint64_t traced_fields = 0;               ///< trace lines that name a field
   std::uint64_t object_fields = 0;               ///< the same of object-manager partitions

@@ -15,7 +15,6 @@ namespace {
 
 using ull = unsigned long long;
 
-constexpr std::array<std::uint8_t, 4> kMarker = {0xC0, 0xD1, 0xF1, 0xED};
 constexpr std::int32_t kWideIndexFormat = 2;
 
 void check_count(InspectFile& file, std::size_t count) {
@@ -65,16 +64,16 @@ void mark_bad(InspectFile& file, PartitionEntry& partition) {
 
 bool check_marker(InspectFile& file, PartitionEntry& partition, bool trace) {
   const auto offset = static_cast<ull>(partition.offset);
-  if (partition.offset < kMarker.size() || partition.offset > file.file_length) {
+  if (partition.offset < kPartitionMarker.size() || partition.offset > file.file_length) {
     inspect_warning(file, "Partition id %d has offset %llu (%llu) out of bounds for the file", partition.id,
                     offset, offset);
     mark_bad(file, partition);
     return true;
   }
-  move_to(trace, file, partition.offset - kMarker.size());
+  move_to(trace, file, partition.offset - kPartitionMarker.size());
   std::array<std::uint8_t, 4> found = {};
-  read_bytes(trace, file, kMarker.size(), found.data(), "Partition marker");
-  if (found == kMarker) return false;
+  read_bytes(trace, file, kPartitionMarker.size(), found.data(), "Partition marker");
+  if (found == kPartitionMarker) return false;
   inspect_warning(file, "Missing marker preceding partition id %d at offset %llu - found %02x%02x%02x%02x\n",
                   partition.id, offset, found[0], found[1], found[2], found[3]);
   mark_bad(file, partition);

@@ -1,10 +1,14 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 #include "inspect/records/inspect_file.h"
 
 namespace inspect {
+
+/// The bytes in front of each partition of a file with markers.
+inline constexpr std::array<std::uint8_t, 4> kPartitionMarker = {0xC0, 0xD1, 0xF1, 0xED};
 
 /// Reads the partition index of a file with markers at the stream's position: format (1 or 2), number of
 /// partitions, next partition id (ints), then for each partition id, type, offset (int in format 1, int64 in

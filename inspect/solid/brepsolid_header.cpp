@@ -6,6 +6,7 @@
 #include "inspect/records/inspect_errors.h"
 #include "inspect/records/traced_readers.h"
 #include "inspect/solid/header_keywords.h"
+#include "inspect/solid/header_lender.h"
 #include "support/console.h"
 #include "support/limits.h"
 
@@ -24,6 +25,10 @@ constexpr std::uint16_t kReferenceBitVersion = 2;
 constexpr std::uint16_t kReferenceKindVersion = 3;
 constexpr std::uint16_t kSecondSizeVersion = 4;
 constexpr std::uint16_t kWideSizesVersion = 5;
+
+bool is_wide_delta(std::int32_t type, std::uint32_t word) {
+  return type == kBrepsolidDelta && (word & kWideDeltaBit) != 0;
+}
 
 /// Steps over `count` values; a negative count stands for none.
 void skip_ints(InspectFile& file, bool trace, std::int32_t count, std::uint64_t arrays) {
@@ -89,25 +94,6 @@ std::uint32_t derived_flags(const BrepsolidHeaderBits& bits) {
   return bits.reference_kind == kPseudoReference ? flags | kPseudoReferenceFlag : flags;
 }
 
-bool can_lend(const PartitionEntry& entry) {
-  return !entry.data_zero && !entry.bad && is_in_set(entry.type, kModellerSet);
-}
-
-/// The first modeller partition but the borrower itself.
-const PartitionEntry* find_lender(InspectFile& file, const PartitionEntry& borrower) {
-  std::size_t& start = file.lender_search_start;
-  while (start < file.partitions.size() && !can_lend(file.partitions[start])) {
-    // The type of a directory that has not been read yet is unknown: it may lend later.
-    if (file.partitions[start].type == kUnknownPartition) return nullptr;
-    ++start;
-  }
-  for (std::size_t i = start; i < file.partitions.size(); ++i) {
-    const PartitionEntry& entry = file.partitions[i];
-    if (&entry != &borrower && can_lend(entry)) return &entry;
-  }
-  return nullptr;
-}
-
 /// Reads the header text at the stream's position and notes its place. What is in front of a closing '+'
 /// belongs to the text, the '+' does not.
 std::string take_header_text(InspectFile& file, BrepsolidPartition& solid, std::uint32_t size, bool trace) {
@@ -122,9 +108,9 @@ std::string take_header_text(InspectFile& file, BrepsolidPartition& solid, std::
   return text;
 }
 
-std::string borrow_header_text(InspectFile& file, const PartitionEntry& borrower, BrepsolidPartition& solid,
-                               bool trace) {
-  const PartitionEntry* lender = find_lender(file, borrower);
+/// The text that the file's lender has, or none. Leaves the stream at the borrower's data.
+std::string borrow_header_text(InspectFile& file, BrepsolidPartition& solid, bool trace) {
+  const PartitionEntry* lender = find_header_lender(file).entry;
   if (lender == nullptr) {
     support::print("Can't find a brepsolid header; writing as zero length (should be fine).\n");
     return {};
@@ -134,6 +120,13 @@ std::string borrow_header_text(InspectFile& file, const PartitionEntry& borrower
   std::string text = take_header_text(file, solid, bits.header_size, trace);
   move_to(trace, file, solid.data_position);
   return text;
+}
+
+/// The version of the file is that of its last partition, whichever is read last.
+void keep_version(InspectFile& file, const PartitionEntry& entry, const std::string& text) {
+  if (file.version_source && *file.version_source > entry.number) return;
+  file.version_source = entry.number;
+  file.kernel_version = kernel_version_of(text);
 }
 
 /// The test leaves out the header on purpose: a shorter overrun shows when the data are read.
@@ -147,6 +140,11 @@ void mark_truncation(InspectFile& file, PartitionEntry& entry, const BrepsolidHe
 
 }  // namespace
 
+std::uint32_t header_text_size(std::int32_t type, std::uint32_t first_word) {
+  const std::uint32_t size = first_word & kHeaderSizeMask;
+  return is_wide_delta(type, first_word) ? size & ~kWideDeltaBit : size;
+}
+
 BrepsolidHeaderBits read_header_bits(InspectFile& file, std::int32_t type, bool trace) {
   std::array<std::uint32_t, 2> words = {};
   read_bytes(trace, file, sizeof words, words.data(), "Reading bits of the Brepsolid partition header");
@@ -154,10 +152,9 @@ BrepsolidHeaderBits read_header_bits(InspectFile& file, std::int32_t type, bool 
   BrepsolidHeaderBits bits;
   bits.compressed = (words[0] & kCompressedBit) != 0;
   bits.has_extension = (words[0] & kExtensionBit) != 0;
-  bits.header_size = words[0] & kHeaderSizeMask;
+  bits.header_size = header_text_size(type, words[0]);
   bits.rest_size = words[1];
-  if (type == kBrepsolidDelta && (words[0] & kWideDeltaBit) != 0) {
-    bits.header_size &= ~kWideDeltaBit;
+  if (is_wide_delta(type, words[0])) {
     bits.has_extension = false;
     read_int64s(trace, file, 1, &bits.rest_size, "Brepsolid data size");
     bits.wide_sizes = true;
@@ -178,12 +175,17 @@ void read_brepsolid_partition(InspectFile& file, PartitionEntry& entry, bool tra
   }
   solid->header_saved_here = bits.header_size > 0;
   solid->data_position = current_position(file) + bits.header_size;
-  const std::string text = solid->header_saved_here ? take_header_text(file, *solid, bits.header_size, trace)
-                                                    : borrow_header_text(file, entry, *solid, trace);
   solid->flags = derived_flags(bits);
-  mark_truncation(file, entry, bits);
-  file.kernel_version = kernel_version_of(text);
+  if (solid->header_saved_here) {
+    keep_version(file, entry, take_header_text(file, *solid, bits.header_size, trace));
+    mark_truncation(file, entry, bits);
+  }
   entry.solid = std::move(solid);
+}
+
+void borrow_brepsolid_header(InspectFile& file, PartitionEntry& entry, bool trace) {
+  keep_version(file, entry, borrow_header_text(file, *entry.solid, trace));
+  mark_truncation(file, entry, entry.solid->bits);
 }
 
 std::string read_header_text(InspectFile& file, const BrepsolidPartition& solid, bool trace) {

@@ -23,10 +23,18 @@ namespace inspect {
 /// The arrays are stepped over. Leaves the stream at the header text. Raises through inspect_error.
 BrepsolidHeaderBits read_header_bits(InspectFile& file, std::int32_t type, bool trace);
 
-/// The reading of one modeller partition, once per file: header bits, header text (borrowed from the first
-/// other modeller partition when it has none of its own), place of the data, truncation mark. Fills
-/// `entry.solid` and sets `file.kernel_version`. Raises through inspect_error.
+/// Bytes of the header text, by the first word of the bit header in the machine's byte order.
+std::uint32_t header_text_size(std::int32_t type, std::uint32_t first_word);
+
+/// The reading of one modeller partition, once per file: header bits, place of the data and, with a header
+/// text of its own, this text and the truncation mark. Fills `entry.solid` and sets `file.kernel_version`.
+/// Raises through inspect_error.
 void read_brepsolid_partition(InspectFile& file, PartitionEntry& entry, bool trace);
+
+/// The rest of the reading for a partition without a header text of its own, once the file's lender is
+/// settled: borrows the text, sets the truncation mark and `file.kernel_version`. Raises through
+/// inspect_error.
+void borrow_brepsolid_header(InspectFile& file, PartitionEntry& entry, bool trace);
 
 /// The header text, own or borrowed, without its closing '+'. Moves the stream.
 std::string read_header_text(InspectFile& file, const BrepsolidPartition& solid, bool trace);

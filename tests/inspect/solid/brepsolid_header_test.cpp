@@ -112,16 +112,46 @@ TEST(BrepsolidHeader, TextOf4096BytesIsTheLongest) {
             false);
 }
 
-TEST(BrepsolidHeader, IsBorrowedFromTheFirstOther) {
-  PartBuilder part;
-  part.add({.id = 5, .type = 14, .bytes = solid_partition({.header_text = "", .block = {.data = "own"}})});
-  part.add({.id = 6, .type = 9, .bytes = "no solid"});
-  part.add({.id = 7, .type = 13, .bytes = solid_partition({.header_text = "SCH=A_123456_;+"})});
-  PartSession session(part.build());
-  const auto& borrower = *session.read().entry(0).solid;
-  EXPECT_FALSE(borrower.header_saved_here);
-  EXPECT_EQ(read_header_text(session.file(), borrower, false), "SCH=A_123456_;");
-  EXPECT_EQ(borrower.data_position, part.data_offset(0) + 8);
+/// Partitions by type and header text; a text of none is no solid, one that starts with '!' lacks its marker.
+struct Borrowing {
+  const char* what;
+  bool has_index;
+  std::vector<std::pair<std::int32_t, std::optional<std::string>>> partitions;
+  std::string borrowed;
+};
+
+TEST(BrepsolidHeader, IsBorrowedFromTheFirstThatHasOne) {
+  const Borrowing cases[] = {
+      {"behind another", true, {{14, ""}, {9, {}}, {13, "SCH=A_123456_;+"}, {10, "no"}}, "SCH=A_123456_;"},
+      {"in front", true, {{14, "first"}, {13, ""}, {10, "no"}}, "first"},
+      {"behind one that borrows too", true, {{10, ""}, {10, ""}, {10, "third"}}, "third"},
+      {"behind one without a marker", true, {{10, ""}, {10, "!bad"}, {10, "third"}}, "third"},
+      {"old data lend nothing", true, {{10, ""}, {2, "old"}}, ""},
+      {"directory that comes later", false, {{2, ""}, {10, "later"}}, "later"},
+      {"past an unread directory", false, {{10, ""}, {3, {}}, {13, "past"}, {14, "no"}}, "past"},
+      {"none in a chain", false, {{10, ""}, {3, {}}, {13, ""}}, ""},
+  };
+  for (const Borrowing& one : cases) {
+    SCOPED_TRACE(one.what);
+    PartBuilder part;
+    if (!one.has_index) part.units = 0;
+    std::optional<std::size_t> borrower;
+    std::int32_t number = 0;
+    for (const auto& [type, text] : one.partitions) {
+      ++number;
+      if (text == "" && !borrower) borrower = static_cast<std::size_t>(number - 1);
+      test_support::PartitionPlan plan{.id = number, .type = type};
+      if (text) plan.bytes = solid_partition({.header_text = *text, .block = {.data = "own"}});
+      if (text && text->starts_with('!')) plan.marker = "gone";
+      part.add(plan);
+    }
+    PartSession session(part.build());
+    const auto& solid = *session.read().entry(*borrower).solid;
+    EXPECT_FALSE(solid.header_saved_here);
+    EXPECT_EQ(read_header_text(session.file(), solid, false), one.borrowed);
+    EXPECT_EQ(solid.data_position, part.data_offset(*borrower) + 8);
+    EXPECT_EQ(session.output().out.find("Can't find") == std::string::npos, !one.borrowed.empty());
+  }
 }
 
 TEST(BrepsolidHeader, AloneWithoutATextItHasNone) {
