@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -92,6 +93,8 @@ struct InspectFile {
   std::vector<std::int16_t> entity_chain_words;  ///< V below 15: the entity chain header
   NumberSet<std::uint64_t> directory_offsets;    ///< of the directories read so far, without markers
   std::deque<PartitionEntry> partitions;         ///< index order; entries never move
+  std::set<std::uint64_t> partition_starts;      ///< offsets of the first `known_starts` of them
+  std::size_t known_starts = 0;
   std::optional<std::int32_t> next_partition_id;
   std::int32_t empty_directories = 0;  ///< partitions whose data-zero flag is set
   std::optional<std::int32_t> pattern_mode;

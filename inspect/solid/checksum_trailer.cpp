@@ -1,6 +1,7 @@
 #include "inspect/solid/checksum_trailer.h"
 
 #include <array>
+#include <set>
 
 #include "inspect/records/inspect_errors.h"
 #include "inspect/records/traced_readers.h"
@@ -19,6 +20,17 @@ constexpr std::int32_t kWideTrailer = 24;
 std::int32_t trailer_size(const DataBlock& block) { return block.wide ? kWideTrailer : kNarrowTrailer; }
 
 bool is_padded(const DataBlock& block) { return block.stored_length % 2 != 0; }
+
+/// Where the next partition of the file starts, whatever its place in the index; the end of the file behind
+/// the last one.
+std::uint64_t next_start(InspectFile& file, const PartitionEntry& entry) {
+  std::set<std::uint64_t>& starts = file.partition_starts;
+  for (std::size_t& known = file.known_starts; known < file.partitions.size(); ++known) {
+    starts.insert(file.partitions[known].offset);
+  }
+  const auto next = starts.upper_bound(entry.offset);
+  return next != starts.end() ? *next : file.file_length;
+}
 
 bool print_differences(const PartitionEntry& entry, const ChecksumTrailer& saved,
                        const DeflatedResult& found) {
@@ -87,10 +99,9 @@ ChecksumTrailer read_checksum_trailer(InspectFile& file, const DataBlock& block)
           support::load_big<std::uint32_t>(at + 8)};
 }
 
-bool is_trailer_missing(const InspectFile& file, const PartitionEntry& entry, const DataBlock& block) {
+bool is_trailer_missing(InspectFile& file, const PartitionEntry& entry, const DataBlock& block) {
   if (entry.type != kBrepsolidLatent) return false;
-  const std::size_t next = entry.number + 1;
-  const std::uint64_t limit = next < file.partitions.size() ? file.partitions[next].offset : file.file_length;
+  const std::uint64_t limit = next_start(file, entry);
   const auto behind_data = static_cast<std::uint64_t>(trailer_size(block)) + (is_padded(block) ? 1 : 0);
   // The stored data have been read: their length is no longer a mere claim.
   return entry.offset + block.stored_length + behind_data >= limit;

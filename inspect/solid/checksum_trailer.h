@@ -20,7 +20,7 @@ struct ChecksumTrailer {
 ChecksumTrailer read_checksum_trailer(InspectFile& file, const DataBlock& block);
 
 /// True when the block of this entry must lack its trailer: only latent bodies were once stored so.
-bool is_trailer_missing(const InspectFile& file, const PartitionEntry& entry, const DataBlock& block);
+bool is_trailer_missing(InspectFile& file, const PartitionEntry& entry, const DataBlock& block);
 
 /// Compares what was saved with what copying has shown, and tells the differences as the mode demands.
 /// True when there are none.

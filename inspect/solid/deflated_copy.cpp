@@ -1,5 +1,6 @@
 #include "inspect/solid/deflated_copy.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "inspect/records/inspect_errors.h"
@@ -8,6 +9,7 @@ namespace inspect {
 
 namespace {
 
+constexpr std::size_t kInputPiece = piece_size(RunKind::deflated);
 constexpr std::size_t kOutputPiece = 1024;
 constexpr std::size_t kOutputBuffer = std::size_t{256} * kOutputPiece;
 
@@ -34,48 +36,64 @@ DeflatedResult DeflatedCopy::run(std::uint64_t stored_length) {
   while (state == Z_OK && pieces.remaining() > 0) {
     // The read may end in an escape; what is whole by then has been written.
     write_pieces(inflate_.produced());
-    const std::span<const unsigned char> bulk = pieces.next();
+    std::span<const unsigned char> bulk = pieces.next();
     result.stored_checksum = fold(result.stored_checksum, bulk);
-    state = expand(bulk, pieces.remaining() == 0);
+    while (state == Z_OK && !bulk.empty()) {
+      const auto stored = bulk.first(std::min(bulk.size(), kInputPiece));
+      bulk = bulk.subspan(stored.size());
+      state = bulk.empty() && pieces.remaining() == 0 ? expand_last(stored) : expand(stored);
+    }
   }
-  // A stream that is not over when the stored bytes are: with room left, inflate is asked once more, in vain.
-  if (state == Z_OK && stored_length > 0 && !piece_just_filled()) state = Z_BUF_ERROR;
   result.error = state == Z_STREAM_END ? Z_OK : state;
   result.produced = inflate_.produced();
   result.plain_checksum = inflate_.checksum();
   if (result.error == Z_OK) {
     write(inflate_.produced());
   } else {
-    write_pieces(inflate_.produced() - (piece_just_filled() ? kOutputPiece : 0));
+    write_pieces(inflate_.produced() - (is_piece_lost() ? kOutputPiece : 0));
   }
   result.stored_checksum = fold_rest(pieces, result.stored_checksum);
   return result;
 }
 
-int DeflatedCopy::expand(std::span<const unsigned char> stored, bool last) {
-  read_start_ = inflate_.produced();
+int DeflatedCopy::expand(std::span<const unsigned char> stored) {
+  input_start_ = inflate_.produced();
   inflate_.set_input(stored);
   for (;;) {
     if (inflate_.produced() - written_ == kOutputBuffer) write(inflate_.produced());
-    const std::uint64_t before = inflate_.produced();
-    const auto used = static_cast<std::size_t>(before - written_);
-    // With the last stored bytes the pieces matter one by one: a cut stream ends with the piece that is full
-    // when its bytes are used up, whatever inflate still holds back.
-    const std::size_t room = last ? kOutputPiece - before % kOutputPiece : kOutputBuffer - used;
-    const int state = inflate_.expand({buffer_.get() + used, room});
-    fault_after_piece_ = state < 0 && inflate_.produced() == before;
+    const int state = expand_into(kOutputBuffer - static_cast<std::size_t>(inflate_.produced() - written_));
     // Asked for what may be pending behind a full buffer, and nothing was.
     if (state == Z_BUF_ERROR) return Z_OK;
     if (state != Z_OK) return state;
-    if (last && inflate_.input_empty() && inflate_.produced() - before == room) return Z_OK;
     if (inflate_.input_empty() && inflate_.produced() - written_ < kOutputBuffer) return Z_OK;
   }
 }
 
-/// With a buffer of one output piece, inflate meets a fault in the very call that fills the piece, unless new
-/// input must be read in between, and the piece is lost with it.
-bool DeflatedCopy::piece_just_filled() const {
-  return inflate_.produced() % kOutputPiece == 0 && inflate_.produced() > read_start_ && !fault_after_piece_;
+/// With the last stored bytes the pieces matter one by one: a cut stream ends with the piece that is full
+/// when its bytes are used up, whatever inflate still holds back. With room left in the piece, inflate is
+/// asked once more, in vain.
+int DeflatedCopy::expand_last(std::span<const unsigned char> stored) {
+  input_start_ = inflate_.produced();
+  inflate_.set_input(stored);
+  for (;;) {
+    if (inflate_.produced() - written_ == kOutputBuffer) write(inflate_.produced());
+    const auto room = static_cast<std::size_t>(kOutputPiece - inflate_.produced() % kOutputPiece);
+    const std::uint64_t full = inflate_.produced() + room;
+    const int state = expand_into(room);
+    if (state != Z_OK) return state;
+    if (inflate_.produced() < full) return Z_BUF_ERROR;
+    if (inflate_.input_empty()) return Z_OK;
+  }
+}
+
+int DeflatedCopy::expand_into(std::size_t room) {
+  return inflate_.expand({buffer_.get() + (inflate_.produced() - written_), room});
+}
+
+/// A fault right behind a full piece is met by the very call of inflate that fills the piece, unless that
+/// call used up its input first; the piece is lost with it.
+bool DeflatedCopy::is_piece_lost() const {
+  return inflate_.produced() % kOutputPiece == 0 && inflate_.produced() > input_start_;
 }
 
 void DeflatedCopy::write_pieces(std::uint64_t up_to) { write(up_to / kOutputPiece * kOutputPiece); }

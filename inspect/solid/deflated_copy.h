@@ -19,8 +19,9 @@ struct DeflatedResult {
   int error = 0;  ///< the first error of inflate
 };
 
-/// Expands one zlib stream of a partition into a file or nowhere. What can be seen of it is as if it went
-/// through an output buffer of 1024 bytes that an error throws away; the real buffer is larger.
+/// Expands one zlib stream of a partition into a file or nowhere. What can be seen of it is as if inflate
+/// were fed 8192 bytes at a time and wrote into a buffer of 1024 bytes that an error throws away; the real
+/// buffers are larger.
 class DeflatedCopy {
  public:
   /// Raises inspect_error "failed to initialise decompressor".
@@ -30,8 +31,10 @@ class DeflatedCopy {
   DeflatedResult run(std::uint64_t stored_length);
 
  private:
-  int expand(std::span<const unsigned char> stored, bool last);
-  bool piece_just_filled() const;
+  int expand(std::span<const unsigned char> stored);
+  int expand_last(std::span<const unsigned char> stored);
+  int expand_into(std::size_t room);
+  bool is_piece_lost() const;
   void write_pieces(std::uint64_t up_to);
   void write(std::uint64_t up_to);
 
@@ -39,9 +42,8 @@ class DeflatedCopy {
   TransmitFile* output_;
   InflateStream inflate_;
   std::unique_ptr<unsigned char[]> buffer_;
-  std::uint64_t written_ = 0;       ///< expanded bytes that have left the buffer
-  bool fault_after_piece_ = false;  ///< the last call met a fault before it produced anything
-  std::uint64_t read_start_ = 0;    ///< expanded bytes when the last stored bytes were read
+  std::uint64_t written_ = 0;      ///< expanded bytes that have left the buffer
+  std::uint64_t input_start_ = 0;  ///< expanded bytes when inflate was last fed
 };
 
 /// Folds all that is left of a run into an Adler-32.

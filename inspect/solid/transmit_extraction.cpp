@@ -119,11 +119,28 @@ bool is_readable(const PartitionEntry& entry) {
   return !entry.data_zero && !entry.truncated && entry.solid != nullptr;
 }
 
-const PartitionEntry* find_partition(const InspectFile& file, std::int32_t id) {
-  for (const PartitionEntry& entry : file.partitions) {
-    if (entry.id == id && is_in_set(entry.type, kModellerSet) && is_readable(entry)) return &entry;
+/// The partitions that -extract can name; of several with one id the first.
+class PartitionsById {
+ public:
+  explicit PartitionsById(const InspectFile& file) {
+    for (const PartitionEntry& entry : file.partitions) {
+      if (is_in_set(entry.type, kModellerSet) && is_readable(entry)) entries_.try_emplace(entry.id, &entry);
+    }
   }
-  return nullptr;
+
+  const PartitionEntry* find(std::int32_t id) const {
+    const auto found = entries_.find(id);
+    return found != entries_.end() ? found->second : nullptr;
+  }
+
+ private:
+  std::map<std::int32_t, const PartitionEntry*> entries_;
+};
+
+/// Who asks for a check wants no files.
+CopyMode extraction_mode(const InspectOptions& options) {
+  if (options.scan) return CopyMode::scan;
+  return options.check_checksums ? CopyMode::check : CopyMode::extract;
 }
 
 /// The id that comes next in the chain; 0 at its end.
@@ -153,7 +170,8 @@ bool run_all(InspectFile& file, CopyMode mode) {
 }  // namespace
 
 std::int32_t extract_partition(InspectFile& file, std::int32_t id) {
-  Extractor extractor(file, CopyMode::extract);
+  Extractor extractor(file, extraction_mode(file.options));
+  const PartitionsById partitions(file);
   std::set<std::int32_t> seen;
   std::int32_t settled = id;
   for (std::int32_t wanted = id; wanted != 0;) {
@@ -161,7 +179,7 @@ std::int32_t extract_partition(InspectFile& file, std::int32_t id) {
       report_problem(file, "the chain of linked partitions comes back to id %d", wanted);
       break;
     }
-    const PartitionEntry* entry = find_partition(file, wanted);
+    const PartitionEntry* entry = partitions.find(wanted);
     if (entry == nullptr) {
       report_problem(file, "no Brepsolid partition with id %d can be extracted", wanted);
       break;
@@ -173,7 +191,7 @@ std::int32_t extract_partition(InspectFile& file, std::int32_t id) {
   return settled;
 }
 
-bool extract_all_partitions(InspectFile& file) { return run_all(file, CopyMode::extract); }
+bool extract_all_partitions(InspectFile& file) { return run_all(file, extraction_mode(file.options)); }
 
 bool check_all_partitions(InspectFile& file) { return run_all(file, CopyMode::check); }
 

@@ -9,6 +9,8 @@ namespace inspect {
 // All of these work on what the reading pass has kept in the entries. They raise through inspect_error, which
 // ends the file's run.
 
+// Under -check_checksums and -scan, -extract and -extract_all only check what they would write.
+
 /// -extract: writes the partition with this id and the chain of partitions that it links to. Returns the id
 /// of the last one. That there is none is a problem of the file.
 std::int32_t extract_partition(InspectFile& file, std::int32_t id);

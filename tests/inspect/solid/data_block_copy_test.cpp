@@ -1,10 +1,12 @@
 #include "inspect/solid/data_block_copy.h"
 
 #include <gtest/gtest.h>
+#include <zlib.h>
 
 #include <functional>
 #include <random>
 
+#include "inspect/solid/deflated_copy.h"
 #include "inspect/solid/transmit_extraction.h"
 #include "tests/support/files.h"
 #include "tests/support/part_builder.h"
@@ -130,6 +132,98 @@ TEST(DataBlockCopy, TellsEachFaultInBothModes) {
         EXPECT_NE(session.output().err.find(text), std::string::npos);
       EXPECT_EQ(read_file("block_10.x_d"), solid.block.data.substr(0, fault.written));
     }
+  }
+}
+
+struct Copied {
+  std::string written;
+  std::uint64_t produced = 0;
+  int error = 0;
+  bool operator==(const Copied&) const = default;
+};
+
+/// The copy as it must look from outside: input of 8192 bytes at a time, output of 1024, of which a piece
+/// with a fault is thrown away.
+Copied copy_in_small_buffers(std::string stored) {
+  constexpr std::size_t kInput = 8192;
+  Copied copied;
+  std::string piece(1024, '\0');
+  z_stream stream = {};
+  EXPECT_EQ(inflateInit(&stream), Z_OK);
+  std::size_t taken = 0;
+  int state = Z_OK;
+  while (state == Z_OK && (taken < stored.size() || stream.avail_in > 0)) {
+    stream.next_out = reinterpret_cast<unsigned char*>(piece.data());
+    stream.avail_out = static_cast<uInt>(piece.size());
+    do {
+      if (stream.avail_in == 0) {
+        const std::size_t size = std::min(kInput, stored.size() - taken);
+        stream.next_in = reinterpret_cast<unsigned char*>(stored.data()) + taken;
+        stream.avail_in = static_cast<uInt>(size);
+        taken += size;
+      }
+      state = inflate(&stream, Z_NO_FLUSH);
+    } while (state == Z_OK && stream.avail_out > 0);
+    const std::size_t count = piece.size() - stream.avail_out;
+    copied.produced += count;
+    if (state == Z_OK || state == Z_STREAM_END) copied.written.append(piece, 0, count);
+  }
+  inflateEnd(&stream);
+  copied.error = state == Z_STREAM_END ? Z_OK : state;
+  return copied;
+}
+
+/// A zlib stream of one of many shapes, with one fault or none.
+std::string random_stream(std::minstd_rand& random) {
+  const std::size_t sizes[] = {1024, 1023, 4096, 8192, 9000, 20'480, 65'536, 600'000, random() % 40'000};
+  std::string data(sizes[random() % std::size(sizes)], 'z');
+  const std::size_t letters = std::size_t{1} << random() % 9;
+  for (char& byte : data) byte = static_cast<char>(random() % letters);
+  std::string stored(compressBound(data.size()), '\0');
+  uLongf size = stored.size();
+  compress2(reinterpret_cast<unsigned char*>(stored.data()), &size,
+            reinterpret_cast<const unsigned char*>(data.data()), data.size(),
+            static_cast<int>(random() % 10));
+  stored.resize(size);
+  // Most faults are put where two buffers meet.
+  const std::size_t meeting = stored.size() > 8192 ? 8192 * (1 + random() % (stored.size() / 8192)) : 0;
+  const std::size_t near =
+      std::min(stored.size() - 1, meeting + random() % 8 - std::min<std::size_t>(meeting, 4));
+  const std::size_t at = random() % 2 == 0 ? near : random() % stored.size();
+  switch (random() % 4) {
+    case 0:
+      stored[at] = static_cast<char>(random());
+      break;
+    case 1:
+      stored.resize(at);
+      break;
+    case 2:
+      stored.replace(at, 5, std::string(1 + random() % 9, static_cast<char>(random())));
+      break;
+    default:
+      stored += std::string(random() % 3, 'x');
+  }
+  return stored;
+}
+
+TEST(DataBlockCopy, LooksAsIfItWentThroughSmallBuffers) {
+  const ScratchFolder scratch;
+  std::minstd_rand random(11);
+  for (int i = 0; i < 400; ++i) {
+    SCOPED_TRACE(i);
+    const std::string stored = random_stream(random);
+    inspect::InspectOptions options;
+    options.trace = i % 4 == 0;
+    PartSession session(stored, options);
+    Copied copied;
+    session.run([&](inspect::InspectFile& file) {
+      inspect::TransmitFile output(file, "copy");
+      const auto result = inspect::DeflatedCopy(file, &output).run(stored.size());
+      output.close();
+      copied = {read_file("copy"), result.produced, result.error};
+    });
+    ASSERT_TRUE(copied == copy_in_small_buffers(stored))
+        << copied.written.size() << " of " << copied.produced << ", " << copied.error;
   }
 }
 
