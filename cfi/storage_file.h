@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -70,6 +71,9 @@ class StorageFile {
   /// All streams of that name, wherever they lie, in the order of a listing that goes into each storage where
   /// it stands.
   virtual std::vector<ElementId> streams_named(std::string_view name);
+
+  /// What is damaged and was left out when the file was opened, a line of text each; some twenty at most.
+  virtual std::span<const std::string> damage() const { return {}; }
 
   /// True when what has been loaded so far reaches beyond the end of the file. Loads nothing itself.
   virtual bool is_truncated() = 0;

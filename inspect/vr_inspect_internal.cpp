@@ -46,6 +46,7 @@ class PartFileDriver {
  private:
   bool open();
   void report_open_failure(const ErrorEscape& escape);
+  void report_damage();
   void check_truncation();
   void check_footer();
   void inspect_content();
@@ -106,6 +107,7 @@ bool PartFileDriver::open() {
     file_.identity = container_.identity();
     file_.stored_length = container_.stored_length();
     file_.container = container_.storage_file();
+    report_damage();
     file_.stream = container_.open_part_stream();
     file_.file_length = file_.stream->size();
     opened_ = true;
@@ -133,6 +135,12 @@ void PartFileDriver::report_open_failure(const ErrorEscape& escape) {
       report_problem(file_, "could not open %s: status %d", name, escape.code());
   }
   print_message("%s: In file %s\n %s\n", support::program_name(), name, escape.what());
+}
+
+/// What the container has left out, before what follows from that.
+void PartFileDriver::report_damage() {
+  if (file_.container == nullptr) return;
+  for (const std::string& text : file_.container->damage()) report_problem(file_, "%s", text.c_str());
 }
 
 void PartFileDriver::check_truncation() {

@@ -52,6 +52,10 @@ inline constexpr std::size_t kImpliedStorages = 1'000'000;
 /// Bytes of the sectors kept of a compound file, whose allocation table may be as large as the file.
 inline constexpr std::uint32_t kCachedSectorBytes = 32U * 1024 * 1024;
 
+/// Damaged entries of a compound directory that are reported each by itself: thousands say no more than a few
+/// and their number.
+inline constexpr std::size_t kReportedEntries = 20;
+
 /// Runs of a sector chain kept at a time; a chain in pieces of one sector has as many runs as sectors.
 inline constexpr std::size_t kSectorRuns = 65536;
 

@@ -8,6 +8,8 @@
 #include "cfi/compound/element_name.h"
 #include "cfi/compound/sector_chain.h"
 #include "support/byte_order.h"
+#include "support/limits.h"
+#include "support/text_format.h"
 
 namespace VRX::System::CFI {
 
@@ -31,9 +33,13 @@ ClassId class_id_of(EntryBytes bytes) {
   return id;
 }
 
+unsigned name_bytes_of(EntryBytes bytes) {
+  return support::load_little<std::uint16_t>(bytes.data() + entry::kNameLength);
+}
+
 /// The name's units without its end; 0 when its length in bytes is impossible.
 std::uint8_t name_length_of(EntryBytes bytes) {
-  const auto length = support::load_little<std::uint16_t>(bytes.data() + entry::kNameLength);
+  const unsigned length = name_bytes_of(bytes);
   const bool possible = length >= 4 && length <= entry::kMaxNameBytes && length % 2 == 0;
   return possible ? static_cast<std::uint8_t>(length / 2 - 1) : std::uint8_t{0};
 }
@@ -47,18 +53,25 @@ class CompoundDirectoryReader {
   void read();
 
  private:
+  /// A link from one directory entry to another.
+  struct Link {
+    std::uint32_t from;
+    std::uint32_t to;
+  };
   /// An entry of the tree of siblings, before or after its left side.
   struct Visit {
-    std::uint32_t index;
+    Link link;
     bool left_done;
   };
 
   EntryBytes entry_bytes(std::uint32_t index);
   void read_root();
   void read_children(std::uint32_t storage);
-  void walk_siblings(std::uint32_t top);
-  void take(EntryBytes bytes);
-  void append(EntryBytes bytes, ElementType type, std::uint8_t name_length);
+  void walk_siblings(Link top);
+  bool leads_to_new_entry(Link link);
+  void take(std::uint32_t index, EntryBytes bytes);
+  void append(std::uint32_t index, EntryBytes bytes, ElementType type, std::uint8_t name_length);
+  void report_damage(std::uint32_t index, const std::string& what);
   void sort_children(const CompoundElement& storage);
 
   SectorAllocationTable& table_;
@@ -67,7 +80,8 @@ class CompoundDirectoryReader {
   std::uint32_t entry_count_;
   std::vector<bool> visited_;
   std::vector<Visit> to_visit_;
-  std::vector<std::uint32_t> child_links_;  ///< of each element, the entry at the top of its children
+  std::vector<Link> child_links_;  ///< of each element, to the entry at the top of its children
+  std::size_t damaged_entries_ = 0;
 };
 
 CompoundDirectoryReader::CompoundDirectoryReader(SectorAllocationTable& table, CompoundDirectory& directory)
@@ -96,20 +110,28 @@ void CompoundDirectoryReader::read() {
   for (std::uint32_t i = 0; i < directory_.elements_.size(); ++i) {
     if (directory_.elements_[i].type == ElementType::storage) read_children(i);
   }
+  if (damaged_entries_ <= limits::kReportedEntries) return;
+  directory_.damage_.push_back(support::format_text("%zu more directory entries are damaged",
+                                                    damaged_entries_ - limits::kReportedEntries));
+}
+
+void CompoundDirectoryReader::report_damage(std::uint32_t index, const std::string& what) {
+  if (++damaged_entries_ > limits::kReportedEntries) return;
+  directory_.damage_.push_back(support::format_text("damaged directory entry %u: %s", index, what.c_str()));
 }
 
 void CompoundDirectoryReader::read_root() {
   const EntryBytes bytes = entry_count_ > 0 ? entry_bytes(0) : EntryBytes{};
   if (bytes.empty() && directory_.cut_) {
     directory_.elements_.emplace_back().type = ElementType::storage;
-    child_links_.push_back(kFreeSector);
+    child_links_.push_back({0, kFreeSector});
     return;
   }
   if (bytes.empty() || bytes[entry::kType] != kRootObject) {
     throw make_error(kDamagedCompoundFile, "the directory has no root entry");
   }
   visited_[0] = true;
-  append(bytes, ElementType::storage, name_length_of(bytes));
+  append(0, bytes, ElementType::storage, name_length_of(bytes));
 }
 
 void CompoundDirectoryReader::read_children(std::uint32_t storage) {
@@ -122,35 +144,57 @@ void CompoundDirectoryReader::read_children(std::uint32_t storage) {
 }
 
 /// Takes the left side, the entry, then the right side, which is the order of a sound tree.
-void CompoundDirectoryReader::walk_siblings(std::uint32_t top) {
+void CompoundDirectoryReader::walk_siblings(Link top) {
   to_visit_.assign(1, {top, false});
   while (!to_visit_.empty()) {
     const Visit visit = to_visit_.back();
     to_visit_.pop_back();
-    if (!visit.left_done) {
-      if (visit.index >= entry_count_ || visited_[visit.index]) continue;
-      visited_[visit.index] = true;
-    }
-    const EntryBytes bytes = entry_bytes(visit.index);
+    if (!visit.left_done && !leads_to_new_entry(visit.link)) continue;
+    const std::uint32_t index = visit.link.to;
+    const EntryBytes bytes = entry_bytes(index);
     if (bytes.empty()) continue;
     if (visit.left_done) {
-      take(bytes);
+      take(index, bytes);
       continue;
     }
-    to_visit_.push_back({link_at(bytes, entry::kRightSibling), false});
-    to_visit_.push_back({visit.index, true});
-    to_visit_.push_back({link_at(bytes, entry::kLeftSibling), false});
+    to_visit_.push_back({{index, link_at(bytes, entry::kRightSibling)}, false});
+    to_visit_.push_back({visit.link, true});
+    to_visit_.push_back({{index, link_at(bytes, entry::kLeftSibling)}, false});
   }
 }
 
-void CompoundDirectoryReader::take(EntryBytes bytes) {
-  const unsigned char type = bytes[entry::kType];
-  const std::uint8_t name_length = name_length_of(bytes);
-  if (name_length == 0 || (type != kStorageObject && type != kStreamObject)) return;
-  append(bytes, type == kStorageObject ? ElementType::storage : ElementType::stream, name_length);
+/// Marks the entry as visited.
+bool CompoundDirectoryReader::leads_to_new_entry(Link link) {
+  if (link.to == kFreeSector) return false;
+  if (link.to >= entry_count_) {
+    // Of a directory that the file cuts short the rest is missing, not damaged.
+    if (!directory_.cut_) {
+      report_damage(link.from, support::format_text("it links to entry %u of %u", link.to, entry_count_));
+    }
+    return false;
+  }
+  if (visited_[link.to]) {
+    report_damage(link.from, support::format_text("it links to entry %u, as another entry does", link.to));
+    return false;
+  }
+  visited_[link.to] = true;
+  return true;
 }
 
-void CompoundDirectoryReader::append(EntryBytes bytes, ElementType type, std::uint8_t name_length) {
+void CompoundDirectoryReader::take(std::uint32_t index, EntryBytes bytes) {
+  const unsigned type = bytes[entry::kType];
+  const std::uint8_t name_length = name_length_of(bytes);
+  if (type != kStorageObject && type != kStreamObject) {
+    report_damage(index, support::format_text("unknown type %u", type));
+  } else if (name_length == 0) {
+    report_damage(index, support::format_text("name of %u bytes", name_bytes_of(bytes)));
+  } else {
+    append(index, bytes, type == kStorageObject ? ElementType::storage : ElementType::stream, name_length);
+  }
+}
+
+void CompoundDirectoryReader::append(std::uint32_t index, EntryBytes bytes, ElementType type,
+                                     std::uint8_t name_length) {
   CompoundElement element;
   element.type = type;
   element.name_offset = directory_.names_.size();
@@ -164,7 +208,7 @@ void CompoundDirectoryReader::append(EntryBytes bytes, ElementType type, std::ui
   if (table_.header().major_version == 3) element.size &= 0xFFFFFFFFU;
   if (type == ElementType::storage) element.class_id = class_id_of(bytes);
   directory_.elements_.push_back(element);
-  child_links_.push_back(link_at(bytes, entry::kChild));
+  child_links_.push_back({index, link_at(bytes, entry::kChild)});
 }
 
 /// Only a damaged or strangely written tree is not in order already.
@@ -181,7 +225,7 @@ void CompoundDirectoryReader::sort_children(const CompoundElement& storage) {
   std::ranges::stable_sort(order,
                            [&](auto left, auto right) { return before(elements[left], elements[right]); });
   std::vector<CompoundElement> sorted_elements;
-  std::vector<std::uint32_t> sorted_links;
+  std::vector<Link> sorted_links;
   for (const std::uint32_t number : order) {
     sorted_elements.push_back(elements[number]);
     sorted_links.push_back(child_links_[number]);

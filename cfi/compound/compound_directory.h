@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,8 +26,9 @@ struct CompoundElement {
 };
 
 /// The tree of a compound file, read once. Elements are numbered from the root, 0, so that the children of
-/// one storage are neighbours and in their order. An entry with nonsense content (unknown type, impossible
-/// name, outside the directory, met before) is left out, and its siblings are still looked for through it.
+/// one storage are neighbours and in their order. An entry with an unknown type or an impossible name is left
+/// out, and its siblings are still looked for through it; a link that leads out of the directory or to an
+/// entry met before leads nowhere.
 class CompoundDirectory {
  public:
   /// Raises 1021266 when there is no root entry or the directory's chain runs in a circle. When the file
@@ -44,11 +46,15 @@ class CompoundDirectory {
   /// The file ends before the directory does.
   bool cut() const { return cut_; }
 
+  /// A line of text for each of the first entries that are damaged, and one that counts the others.
+  std::span<const std::string> damage() const { return damage_; }
+
  private:
   friend class CompoundDirectoryReader;
 
   std::vector<CompoundElement> elements_;
   std::u16string names_;
+  std::vector<std::string> damage_;
   bool cut_ = false;
 };
 

@@ -22,7 +22,7 @@ std::uint32_t long_at(const HeaderBytes& bytes, std::size_t offset) {
 }
 
 void check_sector_size(unsigned version, unsigned shift) {
-  if ((version == 3 && shift == 9) || (version == 4 && shift == 12)) return;
+  if ((version == 3 || version == 4) && (shift == 9 || shift == 12)) return;
   const std::string text = support::format_text(
       "sector size of 2 to the power %u in a compound file of version %u", shift, version);
   throw make_error(kInternalFailure, text);

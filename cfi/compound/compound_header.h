@@ -36,7 +36,7 @@ struct CompoundHeader {
   }
 };
 
-/// Raises 1021253 for any sector size but 512 bytes in version 3 and 4096 bytes in version 4, 1021266 when
+/// Raises 1021253 for any version but 3 and 4 and any sector size but 512 and 4096 bytes, 1021266 when
 /// the header is cut short or another field that has one legal value has a different one. The counts of the
 /// header are only compared with the file: chains are followed by their links.
 CompoundHeader read_compound_header(FileChannel& channel);

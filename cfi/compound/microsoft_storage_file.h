@@ -14,15 +14,15 @@
 
 namespace VRX::System::CFI {
 
-/// An open Microsoft compound file: version 3 with sectors of 512 bytes or version 4 with 4096.
+/// An open Microsoft compound file: version 3 or 4 with sectors of 512 or 4096 bytes.
 ///
 /// The directory is read on opening. An element is named by its place there, names are compared without
 /// regard to case (as far as upper_case() goes). A stream whose chain ends early or leaves the file yields
 /// the bytes up to there.
 class MicrosoftStorageFile final : public StorageFile {
  public:
-  /// `channel` outlives this object. Raises 1021253 for another sector size, 1021266 when the header is
-  /// damaged, the directory has no root entry, or its chain runs in a circle.
+  /// `channel` outlives this object. Raises 1021253 for another version or sector size, 1021266 when the
+  /// header is damaged, the directory has no root entry, or its chain runs in a circle.
   explicit MicrosoftStorageFile(FileChannel& channel);
 
   FileKind kind() const override { return FileKind::microsoft; }
@@ -40,6 +40,8 @@ class MicrosoftStorageFile final : public StorageFile {
   /// the search ends after as many steps as the file has sectors. Raises 1021266 when the chain of DIFAT
   /// sectors runs in a circle.
   bool is_truncated() override;
+
+  std::span<const std::string> damage() const override { return directory_.damage(); }
 
   /// Every stream of that name in the tree, in listing order: depth first, children in their order.
   std::vector<ElementId> streams_named(std::string_view name) override;
