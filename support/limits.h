@@ -56,8 +56,10 @@ inline constexpr std::uint32_t kCachedSectorBytes = 32U * 1024 * 1024;
 /// and their number.
 inline constexpr std::size_t kReportedEntries = 20;
 
-/// Runs of a sector chain kept at a time; a chain in pieces of one sector has as many runs as sectors.
+/// Runs kept of a sector chain, and marks kept instead of one in more runs, which may be as many as it has
+/// sectors: half a MiB and one MiB. Marks stand 64 sectors apart, or further in a chain above 8 GiB.
 inline constexpr std::size_t kSectorRuns = 65536;
+inline constexpr std::size_t kSectorMarks = std::size_t{1} << 18U;
 
 /// Levels of a listing, and bytes by which all of its lines together are indented beyond the usual: the
 /// indentation grows with the square of the depth. Room for one path of the deepest nesting, not for many.

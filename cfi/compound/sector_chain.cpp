@@ -8,12 +8,6 @@
 
 namespace VRX::System::CFI {
 
-namespace {
-
-constexpr std::size_t kNoWindow = SIZE_MAX;
-
-}  // namespace
-
 SectorChain::SectorChain(SectorAllocationTable& table, std::uint32_t first, std::uint64_t wanted)
     : table_(table) {
   ChainLoopGuard guard(first);
@@ -27,7 +21,8 @@ SectorChain::SectorChain(SectorAllocationTable& table, std::uint32_t first, std:
     runs_in_circle_ = guard.comes_back(sector);
   }
   leaves_file_ = !runs_in_circle_ && sector_count_ < wanted && sector <= compound::kMaxRegularSector;
-  if (!window_starts_.empty()) loaded_window_ = window_starts_.size() - 1;
+  if (!is_scattered_) marks_ = {};
+  if (!marks_.empty()) last_ = {0, marks_.front()};
 }
 
 void SectorChain::require_no_circle(const char* what) const {
@@ -36,44 +31,59 @@ void SectorChain::require_no_circle(const char* what) const {
   throw make_error(kDamagedCompoundFile, text);
 }
 
-/// Adds a sector while the chain is followed for the first time: the runs of the last window stay.
 void SectorChain::append(std::uint32_t index, std::uint32_t sector) {
-  if (!window_.empty()) {
-    const Run& last = window_.back();
-    if (sector - last.sector == index - last.index) return;
+  if (!is_scattered_) append_to_runs(index, sector);
+  append_to_marks(index, sector);
+}
+
+void SectorChain::append_to_runs(std::uint32_t index, std::uint32_t sector) {
+  const bool adjoins = !runs_.empty() && sector - runs_.back().sector == index - runs_.back().index;
+  if (adjoins) return;
+  is_scattered_ = runs_.size() == limits::kSectorRuns;
+  if (is_scattered_) {
+    runs_ = {};
+  } else {
+    runs_.push_back({index, sector});
   }
-  if (window_.size() == limits::kSectorRuns) window_.clear();
-  if (window_.empty()) window_starts_.push_back({index, sector});
-  window_.push_back({index, sector});
 }
 
-std::uint64_t SectorChain::window_end(std::size_t number) const {
-  return number + 1 < window_starts_.size() ? window_starts_[number + 1].index : sector_count_;
-}
-
-void SectorChain::load_window(std::size_t number) {
-  if (number == loaded_window_) return;
-  loaded_window_ = kNoWindow;
-  window_.clear();
-  const std::uint64_t end = window_end(number);
-  std::uint32_t sector = window_starts_[number].sector;
-  for (std::uint32_t index = window_starts_[number].index; index < end; ++index) {
-    const bool adjoins = !window_.empty() && sector - window_.back().sector == index - window_.back().index;
-    if (!adjoins) window_.push_back({index, sector});
-    sector = table_.next(sector);
+void SectorChain::append_to_marks(std::uint32_t index, std::uint32_t sector) {
+  if (index >> mark_bits_ == limits::kSectorMarks) {
+    for (std::size_t i = 0; i < marks_.size() / 2; ++i) marks_[i] = marks_[2 * i];
+    marks_.resize(marks_.size() / 2);
+    ++mark_bits_;
   }
-  loaded_window_ = number;
+  if (index >> mark_bits_ == marks_.size()) marks_.push_back(sector);
 }
 
-/// The sector at `index` and how many sectors from there on lie side by side in the file.
-SectorChain::Piece SectorChain::piece_at(std::uint64_t index) {
+/// The sector at `index` and how many sectors from there on lie side by side in the file; of a scattered
+/// chain at most as many as are wanted.
+SectorChain::Piece SectorChain::piece_at(std::uint64_t index, std::uint64_t wanted) {
+  return is_scattered_ ? piece_behind_mark(index, wanted) : piece_in_runs(index);
+}
+
+SectorChain::Piece SectorChain::piece_in_runs(std::uint64_t index) const {
   const auto first_index = [](const Run& run) { return std::uint64_t{run.index}; };
-  const auto window = std::ranges::upper_bound(window_starts_, index, {}, first_index) - 1;
-  load_window(static_cast<std::size_t>(window - window_starts_.begin()));
-  const auto following = std::ranges::upper_bound(window_, index, {}, first_index);
+  const auto following = std::ranges::upper_bound(runs_, index, {}, first_index);
   const Run& run = *(following - 1);
-  const std::uint64_t end = following == window_.end() ? window_end(loaded_window_) : following->index;
+  const std::uint64_t end = following == runs_.end() ? sector_count_ : following->index;
   return {run.sector + static_cast<std::uint32_t>(index - run.index), end - index};
+}
+
+SectorChain::Piece SectorChain::piece_behind_mark(std::uint64_t index, std::uint64_t wanted) {
+  const auto mark = static_cast<std::uint32_t>(index >> mark_bits_);
+  const bool goes_on = last_.index <= index && last_.index >> mark_bits_ == mark;
+  Run at = goes_on ? last_ : Run{mark << mark_bits_, marks_[mark]};
+  for (; at.index < index; ++at.index) at.sector = table_.next(at.sector);
+  Piece piece = {at.sector, 1};
+  const std::uint64_t most = std::min(wanted, sector_count_ - index);
+  for (; piece.count < most; ++piece.count) {
+    const std::uint32_t following = table_.next(at.sector);
+    if (following != at.sector + 1) break;
+    at = {at.index + 1, following};
+  }
+  last_ = at;
+  return piece;
 }
 
 std::size_t SectorChain::read_at(std::uint64_t position, void* destination, std::size_t count) {
@@ -85,7 +95,7 @@ std::size_t SectorChain::read_at(std::uint64_t position, void* destination, std:
   while (total < count) {
     const std::uint64_t at = position + total;
     const std::uint64_t skipped = at & (header.sector_size() - 1);
-    const Piece piece = piece_at(at >> header.sector_shift);
+    const Piece piece = piece_at(at >> header.sector_shift, header.sectors_for(skipped + count - total));
     const std::uint64_t adjoining = (piece.count << header.sector_shift) - skipped;
     const auto asked = static_cast<std::size_t>(std::min<std::uint64_t>(count - total, adjoining));
     const std::size_t got =

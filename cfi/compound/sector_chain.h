@@ -8,9 +8,9 @@
 
 namespace VRX::System::CFI {
 
-/// A chain of sectors, kept as runs of neighbouring sectors. The whole chain is followed once, on
-/// construction; of a chain in very many runs only some 65,000 runs are held at a time, and the others are
-/// followed again when they are read.
+/// A chain of sectors, which is followed once, on construction. It is kept as runs of neighbouring sectors,
+/// or, when it lies in very many runs, as marks at equal distances from which a place is reached in a few
+/// links.
 class SectorChain {
  public:
   /// Follows the chain and keeps its first `wanted` sectors. It ends early where a link is no sector, or
@@ -29,9 +29,10 @@ class SectorChain {
   bool leaves_file() const { return leaves_file_; }
 
   /// Sector `index` of the chain, which must be below sector_count().
-  std::uint32_t sector(std::uint64_t index) { return piece_at(index).sector; }
+  std::uint32_t sector(std::uint64_t index) { return piece_at(index, 1).sector; }
 
-  /// Reads `count` bytes from `position`, each run at once; fewer at the end of the chain or of the file.
+  /// Reads `count` bytes from `position`, neighbouring sectors at once; fewer at the end of the chain or of
+  /// the file.
   std::size_t read_at(std::uint64_t position, void* destination, std::size_t count);
 
  private:
@@ -45,17 +46,21 @@ class SectorChain {
   };
 
   void append(std::uint32_t index, std::uint32_t sector);
-  void load_window(std::size_t number);
-  std::uint64_t window_end(std::size_t number) const;
-  Piece piece_at(std::uint64_t index);
+  void append_to_runs(std::uint32_t index, std::uint32_t sector);
+  void append_to_marks(std::uint32_t index, std::uint32_t sector);
+  Piece piece_at(std::uint64_t index, std::uint64_t wanted);
+  Piece piece_in_runs(std::uint64_t index) const;
+  Piece piece_behind_mark(std::uint64_t index, std::uint64_t wanted);
 
   SectorAllocationTable& table_;
   std::uint64_t sector_count_ = 0;
   bool leaves_file_ = false;
   bool runs_in_circle_ = false;
-  std::vector<Run> window_starts_;
-  std::vector<Run> window_;
-  std::size_t loaded_window_ = 0;
+  bool is_scattered_ = false;  ///< too many runs: there are only marks
+  std::vector<Run> runs_;
+  std::vector<std::uint32_t> marks_;  ///< every so many sectors of the chain
+  unsigned mark_bits_ = 6;            ///< their distance as a power of two
+  Run last_ = {0, 0};                 ///< of a scattered chain, the place reached last
 };
 
 }  // namespace VRX::System::CFI
