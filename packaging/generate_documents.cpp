@@ -78,9 +78,8 @@ std::vector<std::string> argument_names(const CommandSwitch& one) {
 /// What each word behind a switch is, to its last: the part that it is asked of, the output, or what no file
 /// is. Behind most switches further switches may follow; behind the two extractions nothing but file names.
 std::vector<std::string> words_behind(const CommandSwitch& one) {
-  std::vector<std::string> kinds;
-  for (const std::string& name : argument_names(one))
-    kinds.emplace_back(name == "filename" ? "output" : "other");
+  std::vector<std::string> kinds = argument_names(one);
+  for (std::string& kind : kinds) kind = kind == "filename" ? "output" : "other";
   const std::string_view name = one.name;
   if (name == "-extract" || name == "-extract_all") {
     kinds.insert(kinds.end(), {"part", "output", "other"});
@@ -102,7 +101,10 @@ std::string manual_switches(const std::vector<CommandSwitch>& switches) {
 
 std::string join(const std::vector<std::string>& words) {
   std::string text;
-  for (const std::string& word : words) text += (text.empty() ? "" : " ") + word;
+  for (const std::string& word : words) {
+    if (!text.empty()) text += ' ';
+    text += word;
+  }
   return text;
 }
 
