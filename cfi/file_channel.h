@@ -40,6 +40,12 @@ class FileChannel {
   /// True once a read has found the file shorter than it was when it was opened.
   bool has_shrunk() const { return has_shrunk_; }
 
+  /// What reads through the channel, a source over a part of the file, keeps one of these as long as it
+  /// lives; the channel must outlive them all.
+  using User = std::shared_ptr<const void>;
+  User user() const { return users_; }
+  std::size_t user_count() const { return static_cast<std::size_t>(users_.use_count()) - 1; }
+
   /// Reads `count` bytes from `offset`; fewer only at the end of the file. Raises 1020059.
   std::size_t read_at(std::uint64_t offset, void* destination, std::size_t count);
 
@@ -89,6 +95,7 @@ class FileChannel {
   support::FileIdentity identity_;
   std::array<Window, 4> windows_;
   std::uint64_t use_count_ = 0;
+  std::shared_ptr<const int> users_ = std::make_shared<const int>(0);
 };
 
 /// A regular file that is open for reading and writing; everything goes straight to the system.
@@ -106,7 +113,7 @@ class VFileChannel final : public FileChannel {
 class ChannelSource final : public support::ByteSource {
  public:
   ChannelSource(FileChannel& channel, std::uint64_t offset, std::uint64_t size)
-      : channel_(channel), offset_(offset), size_(size) {}
+      : channel_(channel), user_(channel.user()), offset_(offset), size_(size) {}
 
   std::size_t read(void* destination, std::size_t count) override;
   std::uint64_t position() const override {
@@ -120,6 +127,7 @@ class ChannelSource final : public support::ByteSource {
   void give_back();
 
   FileChannel& channel_;
+  FileChannel::User user_;
   std::uint64_t offset_;
   std::uint64_t size_;
   FileChannel::Loan loan_;                ///< what take() is served from

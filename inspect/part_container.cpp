@@ -26,21 +26,14 @@ std::unique_ptr<support::ByteSource> open_stored_part(StorageFile& file) {
 
 void PartContainer::open(const std::string& name) {
   auto channel = std::make_unique<FileChannel>(name);
-  identity_ = channel->identity();
-  const FileChannel* const opened = channel.get();
-  if (recognise(*channel) == FileKind::flat) {
-    flat_ = std::move(channel);
-  } else {
-    root_.reset(CFI_open_storage_file(std::move(channel)));
-  }
-  channel_ = opened;
+  file_ = open_storage_file(*channel);
+  channel_ = std::move(channel);
+  if (file_) root_.emplace(*file_, name);
 }
 
-StorageFile* PartContainer::storage_file() const { return root_ ? &CFI_storage_file(root_.get()) : nullptr; }
-
 std::unique_ptr<support::ByteSource> PartContainer::open_part_stream() {
-  if (flat_) return std::make_unique<ChannelSource>(*flat_, 0, flat_->size());
-  auto stored = open_stored_part(*storage_file());
+  if (!file_) return std::make_unique<ChannelSource>(*channel_, 0, channel_->size());
+  auto stored = open_stored_part(*file_);
   if (!is_lz4_framed(*stored)) return stored;
   ExpandedFile expanded = expand_to_temporary_file(*stored, kPartStreamPath);
   if (expanded.failure) throw *expanded.failure;
@@ -52,8 +45,7 @@ void PartContainer::load_all() {
 }
 
 std::span<const std::byte> PartContainer::header_copy() const {
-  const StorageFile* file = storage_file();
-  return file == nullptr ? std::span<const std::byte>() : file->part_header();
+  return file_ ? file_->part_header() : std::span<const std::byte>();
 }
 
 }  // namespace inspect

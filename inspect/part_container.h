@@ -7,20 +7,21 @@
 #include <string>
 
 #include "cfi/file_channel.h"
-#include "cfi/flat/cfi_storage.h"
+#include "cfi/storage_reader.h"
 #include "support/byte_source.h"
 
 namespace inspect {
 
-/// The open file of one part: a flat file, or a storage file with its root storage. What is opened through it
-/// lives no longer than it.
+/// The open file of one part: a flat file, or a storage file with its root storage open. What is opened
+/// through it lives no longer than it.
 class PartContainer {
  public:
   /// Opens the file read only. Raises 1020059 for what cannot be opened, 1021080 for what is no regular file,
   /// and the numbers of a damaged container.
   void open(const std::string& name);
 
-  support::FileIdentity identity() const { return identity_; }
+  /// Of the open file.
+  support::FileIdentity identity() const { return channel_->identity(); }
 
   /// True once a read has found the file shorter than it was when it was opened.
   bool has_shrunk() const { return channel_ != nullptr && channel_->has_shrunk(); }
@@ -28,9 +29,11 @@ class PartContainer {
   /// Bytes of the file on disk.
   std::uint64_t stored_length() const { return channel_->size(); }
 
+  /// How many sources over the file live: streams that were opened and not let go of.
+  std::size_t open_source_count() const { return channel_ != nullptr ? channel_->user_count() : 0; }
+
   /// Null for a flat file.
-  VRX::System::CFI::StorageFile* storage_file() const;
-  CFI_storage_t root() const { return root_.get(); }
+  VRX::System::CFI::StorageFile* storage_file() const { return file_.get(); }
 
   /// The part stream: /Root/VR_PART/VR_PART, expanded when it is LZ4-framed, or the flat file itself.
   std::unique_ptr<support::ByteSource> open_part_stream();
@@ -43,11 +46,9 @@ class PartContainer {
   std::span<const std::byte> header_copy() const;
 
  private:
-
-  support::FileIdentity identity_;
-  std::unique_ptr<VRX::System::CFI::FileChannel> flat_;
-  VRX::System::CFI::OwnedStorage root_;
-  const VRX::System::CFI::FileChannel* channel_ = nullptr;  ///< owned by one of the two
+  std::unique_ptr<VRX::System::CFI::FileChannel> channel_;
+  std::unique_ptr<VRX::System::CFI::StorageFile> file_;
+  std::optional<VRX::System::CFI::StorageReader> root_;
 };
 
 }  // namespace inspect

@@ -13,10 +13,13 @@
 #include "inspect/records/inspect_errors.h"
 #include "inspect/records/named_streams.h"
 #include "inspect/report/compatibility.h"
+#include "inspect/report/corruption_scan_text.h"
 #include "inspect/report/external_references.h"
+#include "inspect/report/feature_toggles_text.h"
 #include "inspect/report/part_summary.h"
 #include "inspect/report/partition_printers.h"
 #include "inspect/report/release_report.h"
+#include "inspect/report/storage_listing_text.h"
 #include "inspect/sections/jt_bodies.h"
 #include "inspect/solid/transmit_extraction.h"
 #include "support/assertion.h"
@@ -95,6 +98,8 @@ int PartFileDriver::run() {
   use_container();
   // What has been read since may tell what could not be known on opening.
   check_truncation();
+  static const bool debug_checks = support::debug_checks_wanted();
+  if (debug_checks) static_cast<void>(VRII_NEVER(container_.open_source_count() != 0));
   if (file_.failed && options_.reader_check) {
     throw ErrorEscape("vr_inspect_internal", kInspectorError, "problem in vr_inspect");
   }
@@ -252,7 +257,8 @@ void PartFileDriver::print_feature_toggles() {
     support::print_text("Feature toggle information not present.\n");
     return;
   }
-  const auto checksums = cfi_tools::print_feature_toggles(*source);
+  FeatureTogglesText text;
+  const auto checksums = cfi_tools::read_feature_toggles(*source, text);
   if (checksums.computed != checksums.stored) {
     report_problem(file_, "Feature toggle information checksums mismatch: %d and %d",
                    static_cast<int>(checksums.computed), static_cast<int>(checksums.stored));
@@ -270,24 +276,27 @@ void PartFileDriver::use_container() {
     return;
   }
   if (options_.print_storages) {
-    attempt([this] { cfi_tools::print_storages(container_.root()); });
+    attempt([this] {
+      StorageListingText listing;
+      cfi_tools::list_storages(*file_.container, listing);
+    });
     // The listing has said so.
     if (file_.container->is_truncated()) truncated_ = file_.failed = true;
   }
   if (options_.extract_stream) {
     attempt([this] {
-      cfi_tools::extract_stream(container_.root(), options_.stream_path, options_.stream_output_name);
+      cfi_tools::extract_stream(*file_.container, {.part_name = file_.name,
+                                                   .part = file_.identity,
+                                                   .stream_path = options_.stream_path,
+                                                   .output_name = options_.stream_output_name});
     });
   }
 }
 
 bool PartFileDriver::scan_finds_corruption() {
-  cfi_tools::CorruptionScanRequest request;
-  request.file_name = file_.name;
-  request.scan_requested = options_.scan;
-  request.statistics = options_.print_full_extra;
-  request.version = file_.release;
-  const auto verdict = cfi_tools::scan_for_corruption(request);
+  CorruptionScanText text({.announces = options_.scan, .statistics = options_.print_full_extra});
+  const auto verdict =
+      cfi_tools::scan_for_corruption({.file_name = file_.name, .version = file_.release}, text);
   if (verdict == cfi_tools::ScanVerdict::not_opened) {
     inspect_error(file_, "could not open %s for corruption scan", file_.shown_name.c_str());
   }
@@ -301,10 +310,7 @@ bool PartFileDriver::scan_finds_corruption() {
 }  // namespace
 
 int inspect_part_file(const char* name, InspectOptions& options, FatalErrors fatal_errors) {
-  static const bool debug_checks = support::debug_checks_wanted();
-  const int status = PartFileDriver(name, options, fatal_errors).run();
-  if (debug_checks) static_cast<void>(VRII_NEVER(CFI_ask_open_element_count() != 0));
-  return status;
+  return PartFileDriver(name, options, fatal_errors).run();
 }
 
 }  // namespace inspect

@@ -25,6 +25,8 @@ class MiniStream {
   /// Reads `count` bytes from `position` of the mini stream; fewer only at its end.
   std::size_t read_at(std::uint64_t position, void* destination, std::size_t count);
 
+  FileChannel& channel() const { return table_.channel(); }
+
  private:
   bool holds(std::uint32_t mini_sector) const;
   bool position_beyond_file(std::uint64_t position, std::uint64_t count);
@@ -51,6 +53,7 @@ class MiniStreamSource final : public support::ByteSource {
 
  private:
   MiniStream& mini_stream_;
+  FileChannel::User user_;
   std::vector<std::uint32_t> mini_sectors_;
   std::uint64_t size_;
   std::uint64_t position_ = 0;

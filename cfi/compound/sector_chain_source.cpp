@@ -5,7 +5,9 @@
 namespace VRX::System::CFI {
 
 SectorChainSource::SectorChainSource(SectorAllocationTable& table, std::uint32_t first, std::uint64_t size)
-    : chain_(table, first, table.header().sectors_for(size)), size_(std::min(size, chain_.capacity())) {
+    : user_(table.channel().user()),
+      chain_(table, first, table.header().sectors_for(size)),
+      size_(std::min(size, chain_.capacity())) {
   chain_.require_no_circle("a stream");
 }
 

@@ -21,6 +21,7 @@ class SectorChainSource final : public support::ByteSource {
   std::uint64_t size() const override { return size_; }
 
  private:
+  FileChannel::User user_;
   SectorChain chain_;
   std::uint64_t size_;
   std::uint64_t position_ = 0;

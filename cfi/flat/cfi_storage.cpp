@@ -1,7 +1,5 @@
 #include "cfi/flat/cfi_storage.h"
 
-#include <limits>
-
 #include "cfi/cfi_error_codes.h"
 #include "cfi/flat/cfi_calls.h"
 
@@ -9,22 +7,15 @@ using namespace VRX::System::CFI;
 
 namespace {
 
-constexpr std::uint64_t kLastPosition = std::numeric_limits<std::int64_t>::max();
-
 void set_position(const Stream& stream, std::uint64_t position) {
-  if (position > kLastPosition) {
-    throw make_error(kSeekToNegativeLocation, static_cast<unsigned long long>(position));
-  }
-  if (position > stream.source().size()) throw make_error(kEndOfStream);
-  stream.source().set_position(position);
+  const bool is_possible = position <= kFarthestPosition;
+  if (is_possible && position > stream.source().size()) throw make_error(kEndOfStream);
+  CFI_set_position(stream.source(), position);
 }
 
 Stream& open_for_read(Storage& storage, std::string_view name) {
-  const ElementId element = existing_child(storage, name, ElementType::stream, AccessMode::read);
-  StorageFile& file = *storage.root().file;
-  auto source =
-      converting_errors(file, "opening a stream of", storage, [&] { return file.open_stream(element); });
-  return OpenElements::instance().add_stream(storage, element, name, std::move(source));
+  const ElementId element = existing_child(storage, name, ElementType::stream);
+  return OpenElements::instance().add_stream(storage, element, name, open_source(storage, element));
 }
 
 Stream& open_for_write(Storage& storage, std::string_view name, AccessMode mode) {
@@ -45,12 +36,6 @@ CFI_storage_t CFI_open_storage_file(const std::string& file_name, const char* op
                                     int sector_size) {
   Storage& root = OpenElements::instance().open_root(file_name, access_mode(options), hints, sector_size);
   show_call("CFI_open_storage_file", root, file_name);
-  return &root;
-}
-
-CFI_storage_t CFI_open_storage_file(std::unique_ptr<FileChannel> channel) {
-  Storage& root = OpenElements::instance().open_root(std::move(channel));
-  show_call("CFI_open_storage_file", root, root.root().file_name);
   return &root;
 }
 
@@ -80,8 +65,8 @@ bool CFI_ask_if_storage_child_exists(CFI_storage_t storage, std::string_view chi
 
 std::vector<ElementRecord> CFI_ask_storage_contents(CFI_storage_t storage) {
   show_call("CFI_ask_storage_contents", *storage);
-  StorageFile& file = *storage->root().file;
-  return converting_errors(file, "enquiring sub storages", *storage, [&] {
+  StorageFile& file = storage->file();
+  return converting_errors("enquiring sub storages", *storage, [&] {
     std::vector<ElementRecord> records;
     for (const ElementId child : file.children(storage->element())) records.push_back(file.record(child));
     return records;
@@ -96,16 +81,10 @@ std::vector<std::string> CFI_ask_storage_names(CFI_storage_t storage) {
   return names;
 }
 
-ElementRecord CFI_ask_stream_stats(CFI_stream_t stream) {
-  show_call("CFI_ask_stream_stats", *stream);
-  StorageFile& file = *stream->parent().root().file;
-  return converting_errors(file, "getting stream stats", *stream,
-                           [&] { return file.record(stream->element()); });
-}
+ElementRecord CFI_ask_stream_stats(CFI_stream_t stream) { return stream_stats(*stream); }
 
 std::size_t CFI__read_from_stream(CFI_stream_t stream, std::size_t count, void* buffer) {
-  return converting_errors(*stream->parent().root().file, "reading from stream", *stream,
-                           [&] { return stream->source().read(buffer, count); });
+  return read_source(*stream, stream->source(), buffer, count);
 }
 
 std::uint64_t CFI_ask_stream_current_pos(CFI_stream_t stream) { return stream->source().position(); }
@@ -117,15 +96,6 @@ void CFI__set_stream_absolute_pos(CFI_stream_t stream, std::uint64_t position) {
 void CFI_set_stream_relative_pos(CFI_stream_t stream, std::int64_t distance) {
   // Positions stay below 2^63, so that the sum cannot wrap past a negative one.
   set_position(*stream, stream->source().position() + static_cast<std::uint64_t>(distance));
-}
-
-std::uint64_t CFI_get_position(const support::ByteSource& source) { return source.position(); }
-
-void CFI_set_position(support::ByteSource& source, std::uint64_t position) {
-  if (position > kLastPosition) {
-    throw make_error(kSeekToNegativeLocation, static_cast<unsigned long long>(position));
-  }
-  source.set_position(position);
 }
 
 int CFI_close_stream(CFI_stream_t stream) {
@@ -151,8 +121,6 @@ int CFI_close_storage(CFI_storage_t storage) {
 
 std::size_t CFI_ask_open_element_count() { return OpenElements::instance().count(); }
 
-StorageFile& CFI_storage_file(CFI_storage_t storage) { return *storage->root().file; }
-
-ElementId CFI_element(CFI_storage_t storage) { return storage->element(); }
+StorageFile& CFI_storage_file(CFI_storage_t storage) { return storage->file(); }
 
 support::ByteSource& CFI_stream_source(CFI_stream_t stream) { return stream->source(); }

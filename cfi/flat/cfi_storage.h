@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cfi/storage_file.h"
+#include "cfi/stream_position.h"
 
 namespace VRX::System::CFI {
 class Storage;
@@ -29,9 +30,6 @@ using CFI_stream_t = VRX::System::CFI::Stream*;
 CFI_storage_t CFI_open_storage_file(const std::string& file_name, const char* options,
                                     const char* hints = nullptr, int sector_size = 4096);
 
-/// The same for reading a file that a channel has opened already.
-CFI_storage_t CFI_open_storage_file(std::unique_ptr<VRX::System::CFI::FileChannel> channel);
-
 /// "R" and "W" open an element that must exist (1021251), "N" creates one that must not (1021252). Only a
 /// file that is open for writing takes "W" and "N" (1021254).
 CFI_storage_t CFI_open_storage(CFI_storage_t parent, std::string_view name, const char* options);
@@ -52,10 +50,6 @@ std::size_t CFI__write_to_stream(CFI_stream_t stream, std::size_t count, const v
 std::uint64_t CFI_ask_stream_current_pos(CFI_stream_t stream);
 void CFI__set_stream_absolute_pos(CFI_stream_t stream, std::uint64_t position);
 void CFI_set_stream_relative_pos(CFI_stream_t stream, std::int64_t distance);
-
-/// The position as the readers of part records ask for it and set it; one bound for all sources.
-std::uint64_t CFI_get_position(const support::ByteSource& source);
-void CFI_set_position(support::ByteSource& source, std::uint64_t position);
 
 VRX::System::CFI::ClassId CFI_get_storage_class(CFI_storage_t storage);
 void CFI_set_storage_class(CFI_storage_t storage, const VRX::System::CFI::ClassId& class_id);
@@ -79,9 +73,8 @@ int CFI_close_storage(CFI_storage_t storage);
 /// How many files, storages and streams are open: 0 when every handle has been closed.
 std::size_t CFI_ask_open_element_count();
 
-/// The open file beneath a storage, and the element that the storage is.
+/// The open file beneath a storage.
 VRX::System::CFI::StorageFile& CFI_storage_file(CFI_storage_t storage);
-VRX::System::CFI::ElementId CFI_element(CFI_storage_t storage);
 
 /// A stream as the source that readers take; lives as long as the handle.
 support::ByteSource& CFI_stream_source(CFI_stream_t stream);

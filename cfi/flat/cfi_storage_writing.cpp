@@ -4,6 +4,7 @@
 #include <string>
 
 #include "cfi/cfi_error_codes.h"
+#include "cfi/element_path.h"
 #include "cfi/flat/cfi_calls.h"
 #include "cfi/flat/cfi_storage.h"
 
@@ -81,7 +82,7 @@ std::size_t CFI__write_to_stream(CFI_stream_t stream, std::size_t count, const v
 
 ClassId CFI_get_storage_class(CFI_storage_t storage) {
   show_call("CFI_get_storage_class", *storage);
-  return storage->root().file->record(storage->element()).class_id;
+  return storage->file().record(storage->element()).class_id;
 }
 
 void CFI_set_storage_class(CFI_storage_t storage, const ClassId& class_id) {
@@ -96,8 +97,8 @@ void CFI_copy_storage_element(CFI_storage_t source, std::string_view name, CFI_s
   check_child_name(*destination, new_name);
   KVPMWritableFile& file = writable_file(*destination);
   const std::optional<ElementId> element = find_child(*source, name);
-  if (!element) throw element_not_found(*source, name, AccessMode::read);
-  StorageFile& from = *source->root().file;
+  if (!element) throw make_error(kElementNotFound, joined_path(source->path(), name).c_str());
+  StorageFile& from = source->file();
   std::vector<CopyItem> items = items_to_copy(from, *element, new_name);
   try {
     copy_items(from, items, file, destination->element());

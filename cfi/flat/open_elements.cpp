@@ -3,8 +3,6 @@
 #include <algorithm>
 
 #include "cfi/cfi_error_codes.h"
-#include "cfi/element_path.h"
-#include "cfi/kvpm/kvpm_format.h"
 #include "cfi/lock_bytes_factories.h"
 
 namespace VRX::System::CFI {
@@ -22,49 +20,25 @@ AccessMode access_mode(const char* options) {
   }
 }
 
-std::string Storage::path() const {
-  std::vector<const Storage*> way;
-  for (const Storage* storage = this; storage != nullptr; storage = storage->parent_) way.push_back(storage);
-  std::string path;
-  std::ranges::reverse(way);
-  for (const Storage* storage : way) path.append("/").append(storage->name_);
-  return path;
-}
-
-std::string Stream::path() const { return joined_path(parent_.path(), name_); }
-
 RootStorageNode::RootStorageNode(const std::string& name, AccessMode mode, std::string_view hints,
                                  int sector_size)
     : file_name(name),
       limits_names(hints == kLimitNamesHint),
-      storage(*this, nullptr, kRootElement, last_component(kRootPath)) {
-  if (mode != AccessMode::create) {
-    const ReadOnlyLockBytesFactory for_reading;
-    channel = make_lock_bytes(&for_reading, nullptr, file_name);
-  }
-  if (mode == AccessMode::read) {
-    open_for_read();
-  } else {
-    open_for_write(mode);
-  }
+      channel(mode == AccessMode::create ? nullptr : ReadOnlyLockBytesFactory().make(name)),
+      file(mode == AccessMode::read ? open_for_read() : open_for_write(mode)),
+      storage(*this, *file) {
   if (file->kind() == FileKind::microsoft && sector_size != 512 && sector_size != 4096) {
     throw make_error(kInternalFailure, "the sector size is neither 512 nor 4096");
   }
 }
 
-RootStorageNode::RootStorageNode(std::unique_ptr<FileChannel> opened)
-    : file_name(opened->name()),
-      channel(std::move(opened)),
-      storage(*this, nullptr, kRootElement, last_component(kRootPath)) {
-  open_for_read();
+std::unique_ptr<StorageFile> RootStorageNode::open_for_read() const {
+  auto opened = open_storage_file(*channel);
+  if (!opened) throw make_error(kNotAStorageFile, file_name.c_str());
+  return opened;
 }
 
-void RootStorageNode::open_for_read() {
-  file = open_storage_file(*channel);
-  if (!file) throw make_error(kNotAStorageFile, file_name);
-}
-
-void RootStorageNode::open_for_write(AccessMode mode) {
+std::unique_ptr<StorageFile> RootStorageNode::open_for_write(AccessMode mode) {
   if (mode == AccessMode::write) {
     const FileKind kind = recognise(*channel);
     if (kind == FileKind::flat) throw make_error(kNotAStorageFile, file_name);
@@ -75,7 +49,7 @@ void RootStorageNode::open_for_write(AccessMode mode) {
   auto opened = mode == AccessMode::create ? std::make_unique<KVPMWritableFile>(file_name)
                                            : std::make_unique<KVPMWritableFile>(file_name, *channel);
   writable = opened.get();
-  file = std::move(opened);
+  return opened;
 }
 
 OpenElements& OpenElements::instance() {
@@ -105,18 +79,8 @@ Storage& OpenElements::open_root(const std::string& file_name, AccessMode mode, 
   return open->storage;
 }
 
-Storage& OpenElements::open_root(std::unique_ptr<FileChannel> channel) {
-  RootStorageNode* const open = find_root(channel->name());
-  if (open != nullptr) {
-    ++open->storage.handle_count_;
-    return open->storage;
-  }
-  roots_.push_back(std::make_unique<RootStorageNode>(std::move(channel)));
-  return roots_.back()->storage;
-}
-
 Storage& OpenElements::add_storage(Storage& parent, ElementId element, std::string_view name) {
-  auto opened = std::make_unique<Storage>(parent.root_, &parent, element, name);
+  auto opened = std::make_unique<Storage>(parent, element, name);
   ++parent.open_children_;
   const Storage* const key = opened.get();
   return *storages_.emplace(key, std::move(opened)).first->second;
@@ -165,7 +129,7 @@ void OpenElements::close(Stream& stream) {
   try {
     if (closed->container_ != nullptr) {
       closed->parent_.root_.writable->writer().release(
-          static_cast<TopStorageWriter::Number>(closed->element_));
+          static_cast<TopStorageWriter::Number>(closed->element()));
     }
   } catch (const support::ErrorEscape&) {
     child_closed(&closed->parent_);

@@ -8,9 +8,9 @@
 #include <unordered_map>
 #include <vector>
 
-#include "cfi/container.h"
 #include "cfi/file_channel.h"
-#include "cfi/storage_file.h"
+#include "cfi/storage_element.h"
+#include "cfi/writing/container.h"
 #include "cfi/writing/kvpm_writable_file.h"
 
 namespace VRX::System::CFI {
@@ -24,54 +24,47 @@ enum class AccessMode { read, write, create };
 AccessMode access_mode(const char* options);
 
 /// An open storage: what a CFI_storage_t points to.
-class Storage {
+class Storage final : public StorageElement {
  public:
-  Storage(RootStorageNode& root, Storage* parent, ElementId element, std::string_view name)
-      : root_(root), parent_(parent), element_(element), name_(name) {}
+  /// The root storage of a file.
+  Storage(RootStorageNode& root, StorageFile& file) : StorageElement(file), root_(root) {}
+
+  Storage(Storage& parent, ElementId element, std::string_view name)
+      : StorageElement(parent, element, name), root_(parent.root_), parent_(&parent) {}
 
   RootStorageNode& root() const { return root_; }
-  ElementId element() const { return element_; }
-
-  /// The full path, put together on demand.
-  std::string path() const;
 
  private:
   friend class OpenElements;
 
   RootStorageNode& root_;
-  Storage* parent_;
-  ElementId element_;
-  std::string name_;
+  Storage* parent_ = nullptr;
   std::size_t open_children_ = 0;
   std::size_t handle_count_ = 1;
 };
 
 /// An open stream: what a CFI_stream_t points to.
-class Stream {
+class Stream final : public StorageElement {
  public:
   /// A stream that is read.
   Stream(Storage& parent, ElementId element, std::string_view name,
          std::unique_ptr<support::ByteSource> source)
-      : parent_(parent), element_(element), name_(name), owned_(std::move(source)), source_(*owned_) {}
+      : StorageElement(parent, element, name), parent_(parent), owned_(std::move(source)), source_(*owned_) {}
 
   /// A stream that is written; its bytes belong to the file.
   Stream(Storage& parent, ElementId element, std::string_view name, Container& container)
-      : parent_(parent), element_(element), name_(name), source_(container), container_(&container) {}
+      : StorageElement(parent, element, name), parent_(parent), source_(container), container_(&container) {}
 
   Storage& parent() const { return parent_; }
-  ElementId element() const { return element_; }
   support::ByteSource& source() const { return source_; }
 
   /// Null for a stream that is read.
   Container* container() const { return container_; }
-  std::string path() const;
 
  private:
   friend class OpenElements;
 
   Storage& parent_;
-  ElementId element_;
-  std::string name_;
   std::unique_ptr<support::ByteSource> owned_;
   support::ByteSource& source_;
   Container* container_ = nullptr;
@@ -84,19 +77,16 @@ inline constexpr std::string_view kLimitNamesHint = "limit_names";
 struct RootStorageNode {
   RootStorageNode(const std::string& name, AccessMode mode, std::string_view hints, int sector_size);
 
-  /// Open for reading.
-  explicit RootStorageNode(std::unique_ptr<FileChannel> opened);
-
   std::string file_name;
-  bool limits_names = false;             ///< names of elements are checked to have at most 31 characters
+  bool limits_names;                     ///< names of elements are checked to have at most 31 characters
+  KVPMWritableFile* writable = nullptr;  ///< `file` when it is open for writing
   std::unique_ptr<FileChannel> channel;  ///< null for a new file
   std::unique_ptr<StorageFile> file;
-  KVPMWritableFile* writable = nullptr;  ///< `file` when it is open for writing
   Storage storage;
 
  private:
-  void open_for_read();
-  void open_for_write(AccessMode mode);
+  std::unique_ptr<StorageFile> open_for_read() const;
+  std::unique_ptr<StorageFile> open_for_write(AccessMode mode);
 };
 
 /// The open elements of all files: one root per file name, and how many elements are open in each storage.
@@ -107,7 +97,6 @@ class OpenElements {
   /// The root storage of the file, counted once more when it is open already. Raises 1021254 when it is open
   /// for less than is asked for.
   Storage& open_root(const std::string& file_name, AccessMode mode, const char* hints, int sector_size);
-  Storage& open_root(std::unique_ptr<FileChannel> channel);
   Storage& add_storage(Storage& parent, ElementId element, std::string_view name);
   Stream& add_stream(Storage& parent, ElementId element, std::string_view name,
                      std::unique_ptr<support::ByteSource> source);

@@ -7,8 +7,6 @@
 #include "cfi/cfi_error_codes.h"
 #include "cfi/file_channel.h"
 #include "cfi/storage_file.h"
-#include "cfi/tools/byte_counts.h"
-#include "support/console.h"
 #include "support/progress.h"
 
 namespace cfi_tools {
@@ -17,6 +15,7 @@ namespace {
 
 using VRX::System::CFI::FileChannel;
 using VRX::System::CFI::FileKind;
+using Kind = ScanFindingKind;
 
 constexpr std::size_t kBlockSize = 8192;
 constexpr std::size_t kReadSize = 128 * kBlockSize;  // fewer system calls weigh more than a smaller cache
@@ -25,15 +24,12 @@ constexpr std::int32_t kFirstTerminatedVersion = 15;
 constexpr unsigned char kTerminator = 0xff;
 constexpr std::uint64_t kDiskBlockSize = 256;
 
-constexpr const char* kTransferLine = "    This might be the result of some network transfer problem\n";
-constexpr const char* kTextFileLine =
-    "     This is often the result of treating the part as if it were a text file\n";
-
 class Scan {
  public:
-  Scan(const CorruptionScanRequest& request, FileChannel& channel)
+  Scan(const CorruptionScanRequest& request, FileChannel& channel, CorruptionScanSink& sink)
       : request_(request),
         channel_(channel),
+        sink_(sink),
         is_storage_file_(recognise(channel) != FileKind::flat),
         buffer_(std::make_unique_for_overwrite<unsigned char[]>(kLeadSize + kReadSize)) {}
 
@@ -45,7 +41,6 @@ class Scan {
   void take_block(const unsigned char* block, std::size_t count);
   void report_zero_blocks();
   void finish_zero_blocks();
-  void print_statistics() const;
   void check_terminator();
   void check_line_feeds();
   void check_carriage_returns();
@@ -53,13 +48,14 @@ class Scan {
 
   bool has_nonzero() const { return counts_.zeroes < total_; }
 
-  void find(const char* text) {
-    support::print_text(text);
+  void find(const ScanFinding& finding) {
+    sink_.finding(finding);
     corrupt_ = true;
   }
 
   const CorruptionScanRequest& request_;
   FileChannel& channel_;
+  CorruptionScanSink& sink_;
   bool is_storage_file_;
   std::unique_ptr<unsigned char[]> buffer_;
   ByteCounts counts_;
@@ -73,18 +69,16 @@ class Scan {
 ScanVerdict Scan::run() {
   read_blocks();
   finish_zero_blocks();
-  if (request_.statistics) print_statistics();
+  sink_.statistics(counts_);
   if (!is_storage_file_ && request_.version >= kFirstTerminatedVersion) check_terminator();
   if (request_.version != CorruptionScanRequest::kVersionNotRead) {
     check_line_feeds();
     check_carriage_returns();
   }
   check_zeroes();
-  if (corrupt_) return ScanVerdict::corrupt;
-  if (!request_.silent && request_.scan_requested) {
-    support::print_text("Found no known file copying corruptions\n");
-  }
-  return ScanVerdict::clean;
+  const ScanVerdict verdict = corrupt_ ? ScanVerdict::corrupt : ScanVerdict::clean;
+  sink_.end(verdict);
+  return verdict;
 }
 
 void Scan::read_blocks() {
@@ -94,10 +88,10 @@ void Scan::read_blocks() {
   for (std::uint64_t left = channel_.size(); left > 0;) {
     const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(left, kReadSize));
     const std::optional<std::size_t> got = read_piece(total_, wanted);
-    if (!got) return find("Trouble reading file while scanning for corruptions\n");
+    if (!got) return find({Kind::read_failed});
     for (std::size_t at = 0; at < *got; at += kBlockSize)
       take_block(data + at, std::min(kBlockSize, *got - at));
-    if (*got < wanted) return find("Unexpected EOF while scanning for corruptions\n");
+    if (*got < wanted) return find({Kind::unexpected_end});
     data[-1] = last_byte_;
     left -= *got;
     progress.advance(*got);
@@ -127,83 +121,55 @@ void Scan::take_block(const unsigned char* block, std::size_t count) {
 }
 
 void Scan::report_zero_blocks() {
-  support::print("*** Detected possible corruption: zero block size %llu found at offset %llu\n",
-                 kBlockSize * static_cast<unsigned long long>(zero_blocks_),
-                 static_cast<unsigned long long>(zero_blocks_offset_));
-  support::print_text(kTransferLine);
-  corrupt_ = true;
+  find({Kind::zero_blocks, zero_blocks_offset_, kBlockSize * zero_blocks_});
   zero_blocks_ = 0;
 }
 
 void Scan::finish_zero_blocks() {
   if (zero_blocks_ == 0) return;
   if (has_nonzero()) return report_zero_blocks();
-  find("*** Detected unrecoverable corruption: file only contains zero bytes\n");
-  support::print_text(kTransferLine);
-}
-
-void Scan::print_statistics() const {
-  const auto line = [](const char* label, std::uint64_t count) {
-    support::print("Number of %s %10llu\n", label, static_cast<unsigned long long>(count));
-  };
-  line("CR's .....", counts_.carriage_returns);
-  line("LF's .....", counts_.line_feeds);
-  line("CRLF's ...", counts_.crlf_pairs);
-  line("LFCR's ...", counts_.lfcr_pairs);
-  line("zeroes ...", counts_.zeroes);
+  find({Kind::only_zeroes});
 }
 
 void Scan::check_terminator() {
   if (total_ > 0 && last_byte_ == kTerminator) return;
-  find("**** Detected possible corruption: file does not end with terminating character\n");
-  if (total_ % kDiskBlockSize != 0) return;
-  find("**** Detected possible corruption: file ends on block boundary\n");
-  support::print_text("     This might be the result of some network transfer problem\n");
+  find({Kind::not_terminated});
+  if (total_ % kDiskBlockSize == 0) find({Kind::ends_on_block_boundary});
 }
 
 void Scan::check_line_feeds() {
   const std::uint64_t count = counts_.line_feeds;
   if (count == 0) {
-    find("**** Detected possible corruption: part contains no Linefeeds (0x0a)\n");
+    find({Kind::no_line_feeds});
   } else if (count == counts_.crlf_pairs || count == counts_.lfcr_pairs) {
-    find("**** Detected possible corruption: Carriage Returns found on all Linefeeds\n");
-  } else {
-    return;
+    find({Kind::returns_on_all_line_feeds});
   }
-  support::print_text(kTextFileLine);
 }
 
 void Scan::check_carriage_returns() {
   const std::uint64_t count = counts_.carriage_returns;
   if (count == 0) {
-    find("**** Detected possible corruption: part contains no Carriage Returns (0x0d)\n");
+    find({Kind::no_carriage_returns});
   } else if (count == counts_.crlf_pairs || count == counts_.lfcr_pairs) {
-    find("**** Detected possible corruption: Linefeeds found on all Carriage Returns\n");
-  } else {
-    return;
+    find({Kind::line_feeds_on_all_returns});
   }
-  support::print_text(kTextFileLine);
 }
 
 void Scan::check_zeroes() {
-  if (counts_.zeroes > 0) return;
-  find("**** Detected possible corruption: part contains no zero bytes (0x00)\n");
-  support::print_text("     This is often the result of incorrectly transferring the part between systems\n");
+  if (counts_.zeroes == 0) find({Kind::no_zero_bytes});
 }
 
 }  // namespace
 
-ScanVerdict scan_for_corruption(const CorruptionScanRequest& request) {
-  if (!request.silent && request.scan_requested) {
-    support::print_text("     Scanning for some known file copying corruptions ....\n");
-  }
+ScanVerdict scan_for_corruption(const CorruptionScanRequest& request, CorruptionScanSink& sink) {
+  sink.begin();
   std::optional<FileChannel> channel;
   try {
     channel.emplace(request.file_name);
   } catch (const support::ErrorEscape&) {
     return request.silent ? ScanVerdict::clean : ScanVerdict::not_opened;
   }
-  return Scan(request, *channel).run();
+  return Scan(request, *channel, sink).run();
 }
 
 }  // namespace cfi_tools

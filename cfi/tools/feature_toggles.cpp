@@ -9,10 +9,8 @@
 
 #include "cfi/cfi_error_codes.h"
 #include "support/byte_order.h"
-#include "support/console.h"
 #include "support/error_escape.h"
 #include "support/limits.h"
-#include "support/printable.h"
 #include "support/text_format.h"
 
 namespace cfi_tools {
@@ -76,15 +74,13 @@ class ToggleReader {
 
 }  // namespace
 
-ToggleChecksums print_feature_toggles(support::ByteSource& stream) {
+ToggleChecksums read_feature_toggles(support::ByteSource& stream, FeatureToggleSink& sink) {
   stream.set_position(0);
   ToggleReader reader(stream);
   const std::uint8_t format = reader.read_format();
   const std::uint32_t count = reader.read_number();
-  support::print("Feature Toggles(Stream Format: %d)\n", int{format});
-  for (std::uint32_t i = 0; i < count; ++i) {
-    support::print_text(support::printable(reader.read_text()) + "\n");
-  }
+  sink.begin(format);
+  for (std::uint32_t i = 0; i < count; ++i) sink.toggle(reader.read_text());
   return reader.read_checksums();
 }
 

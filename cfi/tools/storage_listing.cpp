@@ -1,22 +1,67 @@
 #include "cfi/tools/storage_listing.h"
 
-#include <memory>
+#include <algorithm>
+#include <vector>
 
-#include "cfi/tools/storage_printer.h"
-#include "support/console.h"
+#include "cfi/cfi_error_codes.h"
+#include "support/limits.h"
 
 namespace cfi_tools {
 
-void print_storages(CFI_storage_t root) {
-  support::print_text("-------- Structured Storage Summary ------------\n");
-  const std::unique_ptr<StoragePrinter> printer = make_storage_printer(root);
-  printer->print_kind();
-  printer->print_column_header();
-  printer->print_children(CFI_element(root), 0);
-  support::print_text(CFI_storage_file(root).is_truncated()
-                          ? "File appears to have been truncated.\n"
-                          : "File does not appear to have been truncated.\n");
-  printer->finish();
+using VRX::System::CFI::ElementId;
+using VRX::System::CFI::ElementNode;
+using VRX::System::CFI::ElementType;
+using VRX::System::CFI::StorageFile;
+
+namespace {
+
+constexpr std::size_t kFastLoadVersionUnit = 225;  // of the part file header
+constexpr std::size_t kColumnsOfALevel = 4;
+constexpr std::size_t kUsualIndentation = 64;
+
+/// One storage on the way to the element at hand.
+struct Level {
+  std::vector<ElementId> children;
+  std::size_t next = 0;
+};
+
+/// Visits everything below the root, depth first, without recursion.
+void walk(StorageFile& file, StorageListingSink& sink) {
+  const auto too_deep = [] {
+    return make_error(VRX::System::CFI::kDamagedIndex, "storages are nested too deeply");
+  };
+  std::size_t indentation = 0;
+  std::vector<Level> levels;
+  levels.push_back({file.readable_children(VRX::System::CFI::kRootElement)});
+  while (!levels.empty()) {
+    Level& level = levels.back();
+    if (level.next == level.children.size()) {
+      levels.pop_back();
+      continue;
+    }
+    const ElementId element = level.children[level.next++];
+    const std::size_t depth = levels.size() - 1;
+    indentation += kColumnsOfALevel * depth - std::min(kColumnsOfALevel * depth, kUsualIndentation);
+    if (indentation > limits::kIndentationBytes) throw too_deep();
+    const ElementNode node = file.node(element);
+    sink.element(node, depth);
+    if (node.type != ElementType::storage) continue;
+    if (levels.size() == limits::kListedLevels) throw too_deep();
+    levels.push_back({file.readable_children(element)});
+  }
+}
+
+}  // namespace
+
+void list_storages(StorageFile& file, StorageListingSink& sink) {
+  sink.begin({.kind = file.kind(),
+              .format_number = file.format_number(),
+              .fast_load_version = file.part_header_unit(kFastLoadVersionUnit).value_or(0),
+              .fast_load_end = file.fast_load_end()});
+  walk(file, sink);
+  sink.end_of_elements();
+  sink.truncation(file.is_truncated());
+  file.load_all();
 }
 
 }  // namespace cfi_tools

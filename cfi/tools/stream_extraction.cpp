@@ -1,11 +1,11 @@
 #include "cfi/tools/stream_extraction.h"
 
 #include <cstddef>
+#include <deque>
 #include <memory>
 #include <string_view>
-#include <vector>
 
-#include "cfi/flat/open_elements.h"
+#include "cfi/storage_reader.h"
 #include "support/error_escape.h"
 #include "support/output_file.h"
 #include "support/printable.h"
@@ -16,8 +16,9 @@ namespace cfi_tools {
 
 namespace {
 
-using VRX::System::CFI::OwnedStorage;
-using VRX::System::CFI::OwnedStream;
+using VRX::System::CFI::StorageElement;
+using VRX::System::CFI::StorageReader;
+using VRX::System::CFI::StreamReader;
 
 constexpr std::size_t kCopySize = std::size_t{1024} * 1024;
 constexpr int kExtractionFailure = 641001;
@@ -25,19 +26,19 @@ constexpr int kExtractionFailure = 641001;
 /// Open storages, each inside the one before, closed in reverse order.
 class StorageStack {
  public:
-  explicit StorageStack(CFI_storage_t root) : root_(root) {}
+  explicit StorageStack(VRX::System::CFI::StorageFile& file) : root_(file) {}
   ~StorageStack() {
     while (!storages_.empty()) storages_.pop_back();
   }
   StorageStack(const StorageStack&) = delete;
   StorageStack& operator=(const StorageStack&) = delete;
 
-  CFI_storage_t innermost() const { return storages_.empty() ? root_ : storages_.back().get(); }
-  void enter(std::string_view name) { storages_.emplace_back(CFI_open_storage(innermost(), name, "R")); }
+  const StorageElement& innermost() const { return storages_.empty() ? root_ : storages_.back(); }
+  void enter(std::string_view name) { storages_.emplace_back(innermost(), name); }
 
  private:
-  CFI_storage_t root_;
-  std::vector<OwnedStorage> storages_;
+  StorageElement root_;
+  std::deque<StorageReader> storages_;
 };
 
 support::ErrorEscape failure(std::string message) {
@@ -58,13 +59,13 @@ support::ErrorEscape incomplete(const char* reason, const std::string& output_na
 }
 
 /// The number of bytes copied.
-std::uint64_t copy(CFI_stream_t stream, support::OutputFile& output, const std::string& output_name,
+std::uint64_t copy(StreamReader& stream, support::OutputFile& output, const std::string& output_name,
                    support::ProgressLine& progress) {
   std::uint64_t copied = 0;
   const auto piece = std::make_unique_for_overwrite<std::byte[]>(kCopySize);
   std::size_t got = 0;
   do {
-    got = CFI__read_from_stream(stream, kCopySize, piece.get());
+    got = stream.read(piece.get(), kCopySize);
     if (!output.write(piece.get(), got)) throw failure("write failed");
     copied += got;
     progress.advance(got);
@@ -75,25 +76,24 @@ std::uint64_t copy(CFI_stream_t stream, support::OutputFile& output, const std::
 
 }  // namespace
 
-void extract_stream(CFI_storage_t root, const std::string& stream_path, const std::string& output_name) {
-  StorageStack storages(root);
-  std::string_view rest = stream_path;
+void extract_stream(VRX::System::CFI::StorageFile& file, const StreamExtraction& wanted) {
+  StorageStack storages(file);
+  std::string_view rest = wanted.stream_path;
   for (std::size_t slash = rest.find('/'); slash != std::string_view::npos; slash = rest.find('/')) {
     storages.enter(rest.substr(0, slash));
     rest.remove_prefix(slash + 1);
   }
-  const OwnedStream stream(CFI_open_stream(storages.innermost(), rest, "R"));
-  const VRX::System::CFI::FileChannel& channel = *root->root().channel;
+  StreamReader stream(storages.innermost(), rest);
   support::OutputFile output;
-  open_output(output_name, channel.identity(), output);
-  support::ProgressLine progress(channel.name(), CFI_stream_source(stream.get()).size());
-  const std::uint64_t recorded = CFI_ask_stream_stats(stream.get()).size;
-  const std::uint64_t copied = copy(stream.get(), output, output_name, progress);
+  open_output(wanted.output_name, wanted.part, output);
+  support::ProgressLine progress(wanted.part_name, stream.size());
+  const std::uint64_t recorded = stream.stats().size;
+  const std::uint64_t copied = copy(stream, output, wanted.output_name, progress);
   if (copied == recorded) return;
   const std::string reason =
       support::format_text("stream %s has %llu bytes, of which %llu are there",
-                           support::printable(stream_path).c_str(), recorded + 0ULL, copied + 0ULL);
-  throw incomplete(reason.c_str(), output_name);
+                           support::printable(wanted.stream_path).c_str(), recorded + 0ULL, copied + 0ULL);
+  throw incomplete(reason.c_str(), wanted.output_name);
 }
 
 }  // namespace cfi_tools

@@ -11,9 +11,9 @@
 #include <string_view>
 #include <vector>
 
-#include "cfi/container.h"
 #include "cfi/kvpm/top_storage.h"
 #include "cfi/thread_check.h"
+#include "cfi/writing/container.h"
 #include "cfi/writing/index_writer.h"
 #include "cfi/writing/replacement_file.h"
 

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "cfi/cfi_error_codes.h"
-#include "cfi/flat/cfi_storage.h"
+#include "cfi/stream_position.h"
 #include "inspect/records/inspect_errors.h"
 #include "support/assertion.h"
 #include "support/console.h"

@@ -5,10 +5,11 @@
 
 #include "cfi/compound/microsoft_storage_file.h"
 #include "cfi/expanded_source.h"
-#include "cfi/flat/cfi_storage.h"
 #include "cfi/kvpm/kvpm_storage_file.h"
 #include "cfi/tools/feature_toggles.h"
 #include "cfi/tools/storage_listing.h"
+#include "inspect/report/feature_toggles_text.h"
+#include "inspect/report/storage_listing_text.h"
 #include "support/error_escape.h"
 #include "tests/fuzz/fuzz_targets.h"
 #include "tests/support/memory_file.h"
@@ -75,8 +76,9 @@ void walk_and_list(std::string_view input) {
     walk(file);
   });
   attempt([&] {
-    const OwnedStorage root(CFI_open_storage_file(memory.name(), "R"));
-    cfi_tools::print_storages(root.get());
+    FileChannel channel(memory.name());
+    inspect::StorageListingText text;
+    if (const auto file = open_storage_file(channel)) cfi_tools::list_storages(*file, text);
   });
 }
 
@@ -112,7 +114,10 @@ void run_lz4_stream(std::string_view input) {
 
 void run_toggle_stream(std::string_view input) {
   support::MemorySource source(std::as_bytes(std::span(input)));
-  attempt([&] { cfi_tools::print_feature_toggles(source); });
+  attempt([&] {
+    inspect::FeatureTogglesText text;
+    cfi_tools::read_feature_toggles(source, text);
+  });
 }
 
 }  // namespace fuzz

@@ -5,8 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "cfi/flat/cfi_storage.h"
-#include "cfi/kvpm/kvpm_storage_file.h"
 #include "cfi/tools/feature_toggles.h"
 #include "tests/support/compound_builder.h"
 #include "tests/support/container_builder.h"

@@ -4,6 +4,7 @@
 
 #include <random>
 
+#include "inspect/report/corruption_scan_text.h"
 #include "support/text_format.h"
 #include "tests/support/captured.h"
 #include "tests/support/program_runner.h"
@@ -20,11 +21,11 @@ std::string scan(const std::string& content, std::int32_t version, bool statisti
   static const test_support::TemporaryFolder folder;
   const std::string file = folder.write("part", content);
   ScanVerdict verdict = {};
-  std::string output =
-      test_support::captured([&] {
-        verdict = cfi_tools::scan_for_corruption(
-            {.file_name = file, .silent = true, .statistics = statistics, .version = version});
-      }).out;
+  std::string output = test_support::captured([&] {
+                         inspect::CorruptionScanText text({.statistics = statistics});
+                         verdict =
+                             cfi_tools::scan_for_corruption({.file_name = file, .version = version}, text);
+                       }).out;
   EXPECT_EQ(verdict, expected) << output;
   return output;
 }
@@ -157,29 +158,29 @@ TEST(CorruptionScan, SaysWhatTheEndAndTheLineEndsTell) {
   }
 }
 
-TEST(CorruptionScan, SpeaksOnlyWhenAskedAndNotSilent) {
+TEST(CorruptionScan, SpeaksOnlyWhenAsked) {
   const test_support::TemporaryFolder folder;
   const std::string file = folder.write("part", std::string("\r \n\0 \xff", 6));
   const std::string announced = "     Scanning for some known file copying corruptions ....\n";
   const struct {
     std::string name;
     bool silent;
-    bool requested;
+    bool announces;
     ScanVerdict verdict;
     std::string output;
   } cases[] = {
       {file, false, true, ScanVerdict::clean, announced + "Found no known file copying corruptions\n"},
-      {file, true, true, ScanVerdict::clean, ""},
       {file, false, false, ScanVerdict::clean, ""},
       {"/nonexistent/part", false, true, ScanVerdict::not_opened, announced},
-      {"/nonexistent/part", true, true, ScanVerdict::clean, ""},
+      {"/nonexistent/part", true, false, ScanVerdict::clean, ""},
       {"/tmp", false, false, ScanVerdict::not_opened, ""},
   };
   for (const auto& c : cases) {
     const auto output = test_support::captured([&] {
-      EXPECT_EQ(cfi_tools::scan_for_corruption(
-                    {.file_name = c.name, .silent = c.silent, .scan_requested = c.requested, .version = 70}),
-                c.verdict);
+      inspect::CorruptionScanText text({.announces = c.announces});
+      EXPECT_EQ(
+          cfi_tools::scan_for_corruption({.file_name = c.name, .silent = c.silent, .version = 70}, text),
+          c.verdict);
     });
     EXPECT_EQ(output.out, c.output);
   }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <xxhash.h>
 
+#include "inspect/report/feature_toggles_text.h"
 #include "support/error_escape.h"
 #include "tests/support/captured.h"
 #include "tests/support/record_bytes.h"
@@ -26,7 +27,8 @@ std::string print(const std::string& bytes, cfi_tools::ToggleChecksums& checksum
   std::string end;
   const auto output = test_support::captured([&] {
     try {
-      checksums = cfi_tools::print_feature_toggles(source);
+      inspect::FeatureTogglesText text;
+      checksums = cfi_tools::read_feature_toggles(source, text);
     } catch (const support::ErrorEscape& escape) {
       end = "!" + escape.message();
     }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "cfi/flat/cfi_storage.h"
+#include "inspect/report/storage_listing_text.h"
 #include "support/error_escape.h"
 #include "tests/support/captured.h"
 #include "tests/support/container_builder.h"
@@ -17,7 +19,8 @@ std::string list(CFI_storage_t root) {
   std::string end;
   const auto output = test_support::captured([&] {
     try {
-      cfi_tools::print_storages(root);
+      inspect::StorageListingText text;
+      cfi_tools::list_storages(CFI_storage_file(root), text);
     } catch (const support::ErrorEscape& escape) {
       end = "!" + std::to_string(escape.code());
     }

@@ -8,15 +8,16 @@
 
 namespace {
 
-using VRX::System::CFI::OwnedStorage;
+using namespace VRX::System::CFI;
 
 class StreamExtraction : public testing::Test {
  protected:
   /// The message of the failure, empty on success.
   std::string extract(const std::string& stream_path, const std::string& output) {
-    const OwnedStorage root(CFI_open_storage_file(part_, "R"));
+    FileChannel channel(part_);
+    const auto file = open_storage_file(channel);
     try {
-      cfi_tools::extract_stream(root.get(), stream_path, output);
+      cfi_tools::extract_stream(*file, {part_, channel.identity(), stream_path, output});
     } catch (const support::ErrorEscape& escape) {
       return escape.message();
     }

@@ -1,4 +1,4 @@
-#include "cfi/tools/listing_text.h"
+#include "inspect/report/listing_text.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,7 +6,7 @@
 #include "support/console.h"
 #include "support/printable.h"
 
-namespace cfi_tools {
+namespace inspect {
 
 namespace {
 
@@ -51,4 +51,4 @@ void ListingText::flush() {
   block_.clear();
 }
 
-}  // namespace cfi_tools
+}  // namespace inspect

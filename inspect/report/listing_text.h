@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace cfi_tools {
+namespace inspect {
 
 /// Lines of a listing, put together in one block and printed in large pieces: printf is too slow where there
 /// are a million of them.
@@ -32,4 +32,4 @@ class ListingText {
   std::string block_;
 };
 
-}  // namespace cfi_tools
+}  // namespace inspect

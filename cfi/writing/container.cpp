@@ -1,4 +1,4 @@
-#include "cfi/container.h"
+#include "cfi/writing/container.h"
 
 #include <algorithm>
 #include <cstring>

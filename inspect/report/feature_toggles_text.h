@@ -1,0 +1,14 @@
+#pragma once
+
+#include "cfi/tools/feature_toggles.h"
+
+namespace inspect {
+
+/// The text of -feature_toggle_info: a line for each toggle.
+class FeatureTogglesText final : public cfi_tools::FeatureToggleSink {
+ public:
+  void begin(int stream_format) override;
+  void toggle(std::string_view text) override;
+};
+
+}  // namespace inspect

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+#include "cfi/tools/storage_listing.h"
+#include "inspect/report/listing_text.h"
+
+namespace inspect {
+
+/// Prints what the root storage of a file holds; one kind of printer for each file format.
+class StoragePrinter {
+ public:
+  /// `rootStorage` tells of the root storage and outlives the printer.
+  explicit StoragePrinter(const cfi_tools::StorageListingHead* rootStorage);
+  virtual ~StoragePrinter() = default;
+  StoragePrinter(const StoragePrinter&) = delete;
+  StoragePrinter& operator=(const StoragePrinter&) = delete;
+
+  virtual void print_kind() = 0;
+  virtual void print_column_header() = 0;
+
+  /// The line of one child, on the way through the children of a storage at that indent in columns.
+  virtual void print_child(const VRX::System::CFI::ElementNode& child, std::size_t indent) = 0;
+
+  /// Behind the last child; lines may have been kept back until here.
+  virtual void finish() = 0;
+
+ protected:
+  const cfi_tools::StorageListingHead& root() const { return *root_; }
+
+ private:
+  const cfi_tools::StorageListingHead* root_;
+};
+
+/// For Microsoft compound files.
+class MSStoragePrinter final : public StoragePrinter {
+ public:
+  using StoragePrinter::StoragePrinter;
+
+  void print_kind() override;
+  void print_column_header() override {}
+  void print_child(const VRX::System::CFI::ElementNode& child, std::size_t indent) override;
+  void finish() override { text_.flush(); }
+
+ private:
+  ListingText text_;
+};
+
+/// For the maker's storage files, with the place of each stream in the file.
+class KVPMStoragePrinter final : public StoragePrinter {
+ public:
+  using StoragePrinter::StoragePrinter;
+
+  void print_kind() override;
+  void print_column_header() override;
+  void print_child(const VRX::System::CFI::ElementNode& child, std::size_t indent) override;
+  void finish() override { text_.flush(); }
+
+ private:
+  ListingText text_;
+};
+
+/// The printer that suits the format.
+std::unique_ptr<StoragePrinter> make_storage_printer(const cfi_tools::StorageListingHead& rootStorage);
+
+}  // namespace inspect
