@@ -5,65 +5,71 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace inspect {
 
-/// Texts one behind the other in one run of bytes, each behind its length, so that a million short ones cost
-/// little more memory than they have bytes.
+/// Texts one behind the other, each behind its length, so that a million short ones cost little more memory
+/// than they have bytes. They lie in chunks: one run of bytes would be held twice each time it grows.
 class TextArena {
  public:
-  /// Where a text begins.
+  /// Where a text begins: below 2^31.
   using Place = std::uint32_t;
 
-  /// Adds a text, or the mark of a slot that holds none. All texts together stay below 4 GiB.
+  /// Adds a text of at most 65536 bytes, or the mark of a slot that holds none.
   Place append(std::optional<std::string_view> text) {
-    make_room(text ? text->size() : 0);
-    const auto place = static_cast<Place>(bytes_.size());
+    const std::size_t count = (text ? text->size() : 0) + kLongestHead;
+    if (chunks_.empty() || chunks_.back().size() + count > kChunk) chunks_.emplace_back();
+    std::string& chunk = chunks_.back();
+    if (chunks_.size() > 1 && chunk.empty()) chunk.reserve(kChunk);
+    const std::size_t begin = chunk.size();
     std::uint64_t head = text ? std::uint64_t{text->size()} + 1 : 0;
-    for (; head > 0x7F; head >>= 7U) bytes_ += static_cast<char>(0x80U | (head & 0x7FU));
-    bytes_ += static_cast<char>(head);
-    if (text) bytes_ += *text;
-    return place;
+    for (; head > 0x7F; head >>= 7U) chunk += static_cast<char>(0x80U | (head & 0x7FU));
+    chunk += static_cast<char>(head);
+    if (text) chunk += *text;
+    byte_count_ += chunk.size() - begin;
+    return static_cast<Place>((chunks_.size() - 1) * kChunk + begin);
   }
 
   /// The text at `place`; valid until the next append().
   std::optional<std::string_view> at(Place place) const { return text_at(place); }
 
-  /// The place behind the text at `place`.
+  /// The place behind the text at `place`, of the next one if there is one.
   Place next(Place place) const {
     text_at(place);
-    return place;
+    const std::size_t chunk = place / kChunk;
+    return place % kChunk < chunks_[chunk].size() ? place : static_cast<Place>((chunk + 1) * kChunk);
   }
 
-  std::size_t byte_count() const { return bytes_.size(); }
+  /// Of all texts with their lengths.
+  std::size_t byte_count() const { return byte_count_; }
 
  private:
-  static constexpr std::size_t kSmall = 65536;
-  static constexpr std::size_t kLarge = (std::size_t{16} << 20U) + kSmall;
-
-  /// Growing by copies would hold twice the bytes at times; memory that is set aside and not used costs none.
-  void make_room(std::size_t count) {
-    const std::size_t size = bytes_.size() + count + sizeof(std::uint64_t);
-    if (size > bytes_.capacity() && size > kSmall && size < kLarge) bytes_.reserve(kLarge);
-  }
+  static constexpr std::size_t kChunk = std::size_t{1} << 20U;
+  static constexpr std::size_t kLongestHead =
+      4;  ///< bytes of a length, and one so that no chunk is ever full
 
   /// Moves `place` behind the text.
   std::optional<std::string_view> text_at(Place& place) const {
+    const std::string_view chunk = chunks_[place / kChunk];
+    std::size_t at = place % kChunk;
     std::uint64_t head = 0;
     unsigned shift = 0;
-    auto byte = static_cast<std::uint8_t>(bytes_[place++]);
-    for (; (byte & 0x80U) != 0; byte = static_cast<std::uint8_t>(bytes_[place++])) {
+    std::uint8_t byte = 0;
+    do {
+      byte = static_cast<std::uint8_t>(chunk[at]);
+      ++at;
       head |= std::uint64_t{byte & 0x7FU} << shift;
       shift += 7;
-    }
-    head |= std::uint64_t{byte} << shift;
+    } while ((byte & 0x80U) != 0);
+    const std::size_t count = head == 0 ? 0 : head - 1;
+    place += static_cast<Place>(at + count - place % kChunk);
     if (head == 0) return std::nullopt;
-    const std::string_view text = std::string_view(bytes_).substr(place, head - 1);
-    place += static_cast<Place>(text.size());
-    return text;
+    return chunk.substr(at, count);
   }
 
-  std::string bytes_;
+  std::vector<std::string> chunks_;
+  std::size_t byte_count_ = 0;
 };
 
 }  // namespace inspect

@@ -70,6 +70,7 @@ class PartitionPrinter {
 
   void print_chains() {
     if (partition_.type != kRecordManager || (!contents_ && !trace_)) return;
+    om_.audit = {};  // printed; a list of chains may be as long
     EntityTypeChains heads = {};
     if (om_.has_root()) read_entity_type_chains(trace_, file_, partition_, heads);
     if (!contents_) return;
