@@ -1,16 +1,19 @@
 #include "support/console.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <span>
 #include <string>
-#include <utility>
 
 #include "support/environment.h"
 #include "support/plain_format.h"
@@ -22,7 +25,8 @@ namespace support {
 namespace {
 
 /// What waits to be written to standard output. One thread prints, so that no lock is taken for each of a
-/// million lines; texts are formatted in place.
+/// million lines; texts are formatted in place. A signal may come at any time: `length_` counts what is
+/// whole, and is 0 while it is on its way to the system, so that the handler neither cuts nor repeats it.
 class StandardOutput {
  public:
   constexpr StandardOutput() = default;
@@ -34,24 +38,38 @@ class StandardOutput {
 
   /// Free bytes behind the text, enough for most lines; `use` makes the first of them part of it.
   std::span<char> room() {
-    if (sizeof text_ - length_ < kUsualLine) flush();
-    return std::span(text_).subspan(length_);
+    if (sizeof text_ - length() < kUsualLine) flush();
+    return std::span(text_).subspan(length());
   }
-  void use(std::size_t count) { length_ += count; }
+  void use(std::size_t count) { set_length(length() + count); }
 
   void append(std::string_view text) {
-    if (text.size() > sizeof text_ - length_) flush();
+    if (text.size() > sizeof text_ - length()) flush();
     if (text.size() > sizeof text_) return write(text);
-    std::memcpy(text_ + length_, text.data(), text.size());
-    length_ += text.size();
+    std::memcpy(text_ + length(), text.data(), text.size());
+    use(text.size());
   }
 
-  void flush() { write({text_, std::exchange(length_, 0)}); }
+  void flush() {
+    const std::size_t count = length();
+    set_length(0);
+    write({text_, count});
+  }
+
+  /// For a signal handler: writes the lines that are whole, as far as somebody takes them.
+  void rescue() noexcept;
 
   bool failed() const { return failed_; }
 
  private:
   static constexpr std::size_t kUsualLine = 512;
+
+  std::size_t length() const { return length_.load(std::memory_order_relaxed); }
+  void set_length(std::size_t length) {
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    length_.store(length, std::memory_order_relaxed);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+  }
 
   /// After a write that failed nothing more is written: what comes out is whole up to there.
   void write(std::string_view text) {
@@ -65,10 +83,25 @@ class StandardOutput {
     }
   }
 
-  std::size_t length_ = 0;
+  std::atomic<std::size_t> length_ = 0;
   bool failed_ = false;
   char text_[std::size_t{64} * 1024] = {};
 };
+static_assert(std::atomic<std::size_t>::is_always_lock_free, "a signal handler reads it");
+
+void StandardOutput::rescue() noexcept {
+  constexpr int kPatienceMilliseconds = 500;
+  std::string_view text(text_, std::min(length(), sizeof text_));
+  text = text.substr(0, text.rfind('\n') + 1);
+  while (!text.empty() && !failed_) {
+    // A pipe that takes PIPE_BUF bytes does not block; one that nobody reads must not keep the process.
+    pollfd taker = {STDOUT_FILENO, POLLOUT, 0};
+    if (::poll(&taker, 1, kPatienceMilliseconds) < 1) return;
+    const ssize_t written = ::write(STDOUT_FILENO, text.data(), std::min<std::size_t>(text.size(), PIPE_BUF));
+    if (written < 1) return;
+    text.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
 
 constinit StandardOutput standard_output;
 bool passing_line_shown = false;
@@ -83,7 +116,14 @@ void append_fit(std::string_view text) {
   }
 }
 
-void write_error(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stderr); }
+// Takes no memory: what it has to say may be that there is none.
+void write_error(std::string_view text) {
+  if (is_plain(text)) {
+    std::fwrite(text.data(), 1, text.size(), stderr);
+  } else {
+    write_printable(stderr, text, KeepLayout::yes);
+  }
+}
 
 }  // namespace
 
@@ -102,7 +142,9 @@ void erase_passing_line() {
 void show_passing_line(std::string_view text) {
   // What waits in the buffer of standard output belongs above the line, not into it.
   standard_output.flush();
-  write_error("\r" + printable(text) + "\033[K");
+  std::fputs("\r", stderr);
+  write_printable(stderr, text, KeepLayout::no);
+  std::fputs("\033[K", stderr);
   passing_line_shown = true;
 }
 
@@ -132,22 +174,31 @@ void print_text(std::string_view text) {
 void print_message(const char* format, ...) {
   erase_passing_line();
   standard_output.flush();
-  std::va_list arguments;
+  std::va_list arguments, again;
   va_start(arguments, format);
-  write_error(printable(format_text_list(format, arguments), KeepLayout::yes));
+  va_copy(again, arguments);
+  char text[16384];  // room for the longest name, escaped, when there is no memory
+  const int length = std::vsnprintf(text, sizeof text, format, arguments);
+  if (length >= 0 && static_cast<std::size_t>(length) < sizeof text) {
+    write_error({text, static_cast<std::size_t>(length)});
+  } else {
+    write_error(format_text_list(format, again));
+  }
+  va_end(again);
   va_end(arguments);
 }
 
 void report_message(std::string_view text, Echo echo) {
   erase_passing_line();
   standard_output.flush();
-  const std::string fit = printable(text, KeepLayout::yes);
-  write_error(fit);
-  if (echo == Echo::on) standard_output.append(fit);
-  if (syslog_forced()) syslog(LOG_USER | LOG_ERR, "%s", fit.c_str());
+  write_error(text);
+  if (echo == Echo::on) append_fit(text);
+  if (syslog_forced()) syslog(LOG_USER | LOG_ERR, "%s", printable(text, KeepLayout::yes).c_str());
 }
 
 bool console_failed() { return standard_output.failed(); }
+
+void rescue_console() noexcept { standard_output.rescue(); }
 
 bool flush_console() {
   standard_output.flush();

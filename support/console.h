@@ -31,6 +31,10 @@ void report_message(std::string_view text, Echo echo);
 /// Flushes standard output; false when any write to it has failed since the start.
 bool flush_console();
 
+/// For the signal handler, and safe to call there: writes the lines that wait for standard output and are
+/// whole. Nothing may be printed afterwards.
+void rescue_console() noexcept;
+
 /// One passing line on standard error, in place of the one shown before; whatever is printed next through
 /// these functions erases it first. For a terminal only; `text` holds no control characters.
 void show_passing_line(std::string_view text);

@@ -31,19 +31,19 @@ int create(const char* name) { return ::open(name, O_WRONLY | O_CREAT | O_TRUNC 
 }  // namespace
 
 OutputFile::OutputFile(OutputFile&& other) noexcept
-    : name_(std::move(other.name_)),
+    : shown_name_(std::move(other.shown_name_)),
       descriptor_(std::exchange(other.descriptor_, -1)),
       unfinished_(std::move(other.unfinished_)) {}
 
 OutputFile::~OutputFile() {
-  if (is_open() && !name_.empty()) {
-    print_message("%s: output file %s is incomplete\n", program_name(), printable(name_).c_str());
+  if (is_open() && !shown_name_.empty()) {
+    print_message("%s: output file %s is incomplete\n", program_name(), shown_name_.c_str());
   }
   close();
 }
 
 bool OutputFile::open(const std::string& name) {
-  name_ = name;
+  shown_name_ = printable(name);
   if (is_pipe_or_device(name.c_str())) {
     descriptor_ = create(name.c_str());
     return is_open();

@@ -49,7 +49,7 @@ class OutputFile {
   bool close();
 
  private:
-  std::string name_;
+  std::string shown_name_;  ///< made at the start: at the end there may be no memory for it
   int descriptor_ = -1;
   UnfinishedOutput unfinished_;
 };

@@ -25,11 +25,33 @@ std::size_t ascii_length(std::string_view text) {
   return static_cast<std::size_t>(std::ranges::find_if_not(text, is_plain) - text.begin());
 }
 
-void append_escaped(std::string& out, unsigned char byte) {
-  constexpr char kDigits[] = "0123456789ABCDEF";
-  out += "\\x";
-  out += kDigits[byte >> 4U];
-  out += kDigits[byte & 0xFU];
+struct Escape {
+  explicit Escape(char c) {
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    const auto byte = static_cast<unsigned char>(c);
+    text[2] = kDigits[byte >> 4U];
+    text[3] = kDigits[byte & 0xFU];
+  }
+  char text[4] = {'\\', 'x', '0', '0'};
+};
+
+/// Calls `put` with the pieces of the text as it is to be printed, one behind the other.
+template <typename Put>
+void put_printable(std::string_view text, KeepLayout layout, Put put) {
+  while (!text.empty()) {
+    const std::size_t plain = ascii_length(text);
+    if (plain > 0) put(text.substr(0, plain));
+    text.remove_prefix(plain);
+    if (text.empty()) return;
+    const std::size_t length = std::max<std::size_t>(printable_length(text), 1);
+    if (length > 1 || (layout == KeepLayout::yes && is_layout(text))) {
+      put(text.substr(0, length));
+    } else {
+      const Escape escape(text.front());
+      put(std::string_view(escape.text, sizeof escape.text));
+    }
+    text.remove_prefix(length);
+  }
 }
 
 }  // namespace
@@ -75,20 +97,12 @@ std::string printable(std::string_view text, KeepLayout layout) {
 }
 
 void append_printable(std::string& out, std::string_view text, KeepLayout layout) {
-  while (!text.empty()) {
-    const std::size_t plain = ascii_length(text);
-    out.append(text.substr(0, plain));
-    text.remove_prefix(plain);
-    if (text.empty()) return;
-    const char first = text.front();
-    const std::size_t length = std::max<std::size_t>(printable_length(text), 1);
-    if (length > 1 || (layout == KeepLayout::yes && is_layout(text))) {
-      out.append(text.substr(0, length));
-    } else {
-      append_escaped(out, static_cast<unsigned char>(first));
-    }
-    text.remove_prefix(length);
-  }
+  put_printable(text, layout, [&](std::string_view piece) { out += piece; });
+}
+
+void write_printable(std::FILE* stream, std::string_view text, KeepLayout layout) {
+  put_printable(text, layout,
+                [stream](std::string_view piece) { std::fwrite(piece.data(), 1, piece.size(), stream); });
 }
 
 }  // namespace support

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -15,6 +16,9 @@ std::string printable(std::string_view text, KeepLayout layout = KeepLayout::no)
 
 /// The same, appended to `out`.
 void append_printable(std::string& out, std::string_view text, KeepLayout layout = KeepLayout::no);
+
+/// The same written to `stream`, without taking memory.
+void write_printable(std::FILE* stream, std::string_view text, KeepLayout layout);
 
 /// True when nothing in `text` would be escaped with KeepLayout::yes; may be false for printable text beyond
 /// ASCII. Cheap: for every line of a report.

@@ -125,6 +125,7 @@ class Program {
     if (fault.effect == Effect::signal) {
       EXPECT_EQ(result_.status, 1);
       EXPECT_EQ(result_.err, "**** Caught signal: 15, exiting\n");
+      EXPECT_TRUE(sound_.out.starts_with(result_.out));
     } else if (fault.effect == Effect::none || result_.status == 0) {
       EXPECT_TRUE(is_as_sound());
     } else {

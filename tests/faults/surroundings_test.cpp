@@ -4,12 +4,14 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <set>
 #include <string>
 
 #include "cfi/writing/top_storage_writer.h"
 #include "inspect/signals.h"
+#include "support/console.h"
 #include "support/output_file.h"
 #include "tests/support/program_runner.h"
 
@@ -146,13 +148,17 @@ TEST(Surroundings, TenThousandFilesOfWhichEveryTenthIsDamaged) {
   for (const std::string& name : sound_names) EXPECT_TRUE(reported.contains(name)) << name;
 }
 
-TEST(Surroundings, ASignalRemovesWhatIsBeingWrittenAndKeepsWhatIsToBeReplaced) {
+TEST(Surroundings, ASignalLeavesWhatIsWholeAndNothingElse) {
   const TemporaryFolder folder;
   const std::string container = folder.write("container.prt", "old");
   const std::string device = (folder.path() / "link").string();
   fs::create_symlink("target", device);
   const auto write_all = [&] {
+    if (std::freopen((folder.path() / "report").c_str(), "w", stdout) == nullptr) return;
+    ::signal(SIGHUP, SIG_IGN);
     inspect::register_signal_handlers();
+    support::print_text("a whole line\nhalf a line");
+    ::raise(SIGHUP);
     const VRX::System::CFI::TopStorageWriter writer(container);
     support::OutputFile output;
     support::OutputFile whole;
@@ -161,13 +167,14 @@ TEST(Surroundings, ASignalRemovesWhatIsBeingWrittenAndKeepsWhatIsToBeReplaced) {
       return;
     if (!linked.open(device) || !output.write("half", 4) || !whole.write("whole", 5) || !whole.close())
       return;
-    ::raise(SIGTERM);
+    ::raise(SIGPWR);
   };
-  EXPECT_EXIT(write_all(), testing::ExitedWithCode(1), "Caught signal: 15, exiting");
+  EXPECT_EXIT(write_all(), testing::ExitedWithCode(1), "Caught signal: 30, exiting");
   std::set<std::string> left;
   for (const auto& entry : fs::directory_iterator(folder.path()))
     left.insert(entry.path().filename().string());
-  EXPECT_EQ(left, (std::set<std::string>{"container.prt", "whole", "link"}));
+  EXPECT_EQ(left, (std::set<std::string>{"container.prt", "whole", "link", "report"}));
+  EXPECT_EQ(folder.read("report"), "a whole line\n");
   EXPECT_EQ(folder.read("container.prt"), "old");
   EXPECT_EQ(folder.read("whole"), "whole");
 }
