@@ -24,6 +24,7 @@
 #include "inspect/solid/transmit_extraction.h"
 #include "support/assertion.h"
 #include "support/console.h"
+#include "support/diagnostics.h"
 #include "support/environment.h"
 #include "support/program.h"
 
@@ -35,12 +36,16 @@ using support::ErrorEscape;
 using support::print;
 using support::print_message;
 
+/// Named by VRII_DISPLAY_DEBUG, what only a developer wants to hear of a part is reported too.
+constexpr const char* kDevelopmentWarnings = "development_warnings";
+
 /// The steps of one file, in their order.
 class PartFileDriver {
  public:
   PartFileDriver(const char* name, InspectOptions& options, FatalErrors fatal_errors)
       : options_(options), file_(options, name) {
     file_.escape_on_failure = fatal_errors == FatalErrors::escape;
+    file_.development_warnings = support::DiagnosticsChannel(kDevelopmentWarnings).enabled();
   }
 
   /// Returns the status of the file.
@@ -108,6 +113,9 @@ int PartFileDriver::run() {
 
 bool PartFileDriver::open() {
   try {
+    if (!options_.storage_open_text.empty()) {
+      CFI_announce_opening(file_.name, options_.storage_open_text.view());
+    }
     container_.open(file_.name);
     file_.identity = container_.identity();
     file_.stored_length = container_.stored_length();

@@ -1,5 +1,6 @@
 #include <cstdio>
 #include <new>
+#include <string>
 
 #include "inspect/options.h"
 #include "inspect/signals.h"
@@ -27,9 +28,11 @@ int inspect_file(const char* name, inspect::InspectOptions& options) {
 int inspect_files(int argument_count, const char* const* arguments) {
   inspect::InspectOptions options;
   const int first_file = inspect::parse_options(argument_count, arguments, options);
+  options.text_list.assign(arguments + first_file, arguments + argument_count);
   int exit_status = 0;
-  for (int i = first_file; i < argument_count && !support::console_failed(); ++i) {
-    if (inspect_file(arguments[i], options) != 0) exit_status = 1;
+  for (const std::string& name : options.text_list) {
+    if (support::console_failed()) break;
+    if (inspect_file(name.c_str(), options) != 0) exit_status = 1;
   }
   return exit_status;
 }

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "support/console.h"
+#include "support/diagnostics.h"
 #include "support/error_escape.h"
 #include "support/program.h"
 #include "support/text_format.h"
@@ -88,6 +89,9 @@ void report_problem(InspectFile& file, const char* format, ...) {
 }
 
 void report_escape(InspectFile& file, const support::ErrorEscape& escape) {
+  static const support::DiagnosticsChannel channel("error_escapes");
+  channel.print("error escape %d from %s, line %d: %s\n", escape.code(), escape.module(), escape.line(),
+                escape.what());
   file.failed = true;
   file.problems_found = true;
   if (escape.code() != kContentError) report(file, escape.message());

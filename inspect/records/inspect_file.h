@@ -44,7 +44,7 @@ struct PartitionEntry {
   bool data_zero = false;    ///< the "secondary flag": an empty directory
   bool bad = false;          ///< offset out of bounds or marker missing: to be skipped
   bool truncated = false;    ///< modeller data reach beyond the end of the stream
-  bool done = false;
+  bool done = false;         ///< its listing is complete
 
   // Object-manager layout, set when its header is read.
   bool wide_positions = false;
@@ -112,9 +112,8 @@ struct InspectFile {
   std::uint64_t stored_length = UINT64_MAX;      ///< of the file itself; below file_length when it is framed
   std::size_t partition_memory = 0;              ///< bytes that the partitions take once all are read
   std::map<std::int32_t, std::int32_t> sources;  ///< partition id to source partition id, for output names
-  bool development_warnings = false;             ///< no switch sets it
+  bool development_warnings = false;             ///< those of VRII_DISPLAY_DEBUG
   bool has_om_checksums = false;                 ///< some object-manager partition carries a checksum
-  bool all_have_om_checksums = true;             ///< no object-manager partition read so far lacks one
   bool quiet = false;                            ///< see QuietErrors
 };
 

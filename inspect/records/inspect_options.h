@@ -32,11 +32,11 @@ struct InspectOptions {
   bool reader_check = false;
   std::int32_t extract_partition = 0;  ///< 0: no -extract
   support::BoundedText<limits::kOutputNameBytes> extract_output_name;
-  support::BoundedText<128> storage_open_text;
+  support::BoundedText<128> storage_open_text;  ///< told to the container before it opens a file
   bool print_banner = true;
   bool extract_stream = false;
   bool feature_toggle_info = false;
-  std::vector<std::string> text_list;
+  std::vector<std::string> text_list;  ///< the files to inspect, in their order
   std::string stream_path;
   std::string stream_output_name;
 };

@@ -35,11 +35,7 @@ void take_filing_mode(InspectFile& file, PartitionEntry& partition, ObjectManage
   om.first_mode_flag = has(kFirstModeFlag);
   om.second_mode_flag = has(kSecondModeFlag);
   om.has_checksum = has(kHasChecksum);
-  if (om.has_checksum) {
-    file.has_om_checksums = true;
-  } else {
-    file.all_have_om_checksums = false;
-  }
+  if (om.has_checksum) file.has_om_checksums = true;
 }
 
 std::string read_text(InspectFile& file, std::int32_t length, const char* label, bool trace) {

@@ -139,7 +139,9 @@ void print_partition_contents(InspectFile& file, PartitionEntry& partition, Part
 
 void print_partitions(InspectFile& file) {
   for (PartitionEntry& partition : file.partitions) {
-    if (!partition.bad) print_partition(file, partition);
+    if (partition.bad || partition.done) continue;
+    print_partition(file, partition);
+    partition.done = true;
   }
 }
 

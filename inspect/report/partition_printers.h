@@ -14,7 +14,8 @@ enum class PartitionListing {
 /// Prints one partition. Raises through inspect_error and inspect_fatal; what was read before stays printed.
 void print_partition_contents(InspectFile& file, PartitionEntry& partition, PartitionListing listing);
 
-/// Prints the partitions that the options select, in index order; bad ones are skipped. Damage ends the
+/// Prints the partitions that the options select, in index order; bad ones are skipped,
+/// and so are those that are done. Damage ends the
 /// listing: what print_partition_contents() raises is passed on.
 void print_partitions(InspectFile& file);
 
