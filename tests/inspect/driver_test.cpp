@@ -88,6 +88,7 @@ TEST(Driver, WhatTheKindOfFileDecides) {
   folder.write("framed.prt",
                ContainerBuilder()
                    .stream("/Root/VR_PART/VR_PART", test_support::lz4_frame(part))
+                   .stream("/Root/COMPATIBILITY", "KX 2506\r\nfirst\rsecond\r\n")
                    .stream("/Root/VR_PART/LastSavedToggleInfoStream", std::string("\1\0\0\0\0\7\0\0\0", 9))
                    .bytes());
   struct Case {
@@ -98,6 +99,7 @@ TEST(Driver, WhatTheKindOfFileDecides) {
   const std::string release = "Part name: framed.prt\nRelease: KX 2512\n\n";
   const Case cases[] = {
       {{"-release", "framed.prt"}, 0, release},
+      {{"-compatibility", "framed.prt"}, 0, "\nEarliest compatible release: KX 2506\nfirst\\x0Dsecond\n"},
       {{"-feature_toggle_info", "plain.prt"}, 0, "\nFeature toggle information not present.\n"},
       {{"-feature_toggle_info", "framed.prt"},
        1,
@@ -150,6 +152,24 @@ TEST(Driver, ADamagedIndexIsCorruption) {
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.out, "vr_inspect: In file part.prt\n could not open corrupted file part.prt\n");
   EXPECT_TRUE(has(result.err, "file has been corrupted\n"));
+  // Nothing in the part needs the footer: only who checks the file asks for it.
+  folder.write("footer.prt", test_support::ContainerDamage(sound).wrong_checksum(Area::footer).bytes());
+  folder.write("cut.prt", sound.substr(0, sound.size() - 9));
+  for (const char* check : {"-scan", "-check_checksums", "-release"}) {
+    const bool checks = check != std::string("-release");
+    const auto wrong = run_program({check, "footer.prt"}, folder.path());
+    EXPECT_EQ(wrong.status, checks ? 1 : 0);
+    EXPECT_EQ(has(wrong.out, ", file has been corrupted\n"), checks);
+    EXPECT_FALSE(has(wrong.out, "No corruptions identified"));
+    const auto cut = run_program({check, "cut.prt"}, folder.path());
+    EXPECT_EQ(cut.status, checks ? 1 : 0);
+    EXPECT_EQ(has(cut.out,
+                  " on cut.prt\nThe file appears to have been truncated.\nvr_inspect: In file cut.prt\n"
+                  " unexpected end of stream\n"),
+              checks)
+        << cut.out;
+    EXPECT_FALSE(has(cut.out, "No corruptions identified"));
+  }
 }
 
 TEST(Driver, ReleaseNumbersHaveNames) {

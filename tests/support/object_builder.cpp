@@ -27,7 +27,7 @@ class TrailComposer {
 
   std::string root() {
     ObjectBytes out = bytes();
-    out.label(1).typed_string("root");
+    out.label(1).typed_string(plan_.root_name);
     put_objects(out, 0);
     return out.bytes();
   }

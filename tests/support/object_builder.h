@@ -80,6 +80,7 @@ struct ObjectPlan {
   std::vector<std::string> shared_strings = {"alpha"};
   std::optional<std::int32_t> shared_string_count = {};
   std::int32_t root = 1;
+  std::string root_name = "root";
   std::vector<ProgramPlan> programs = {ProgramPlan{}};  ///< in the order of the chain
   std::int32_t audit_class = 5;
   std::int32_t audit_entry_class = 6;

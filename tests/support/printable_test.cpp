@@ -32,13 +32,17 @@ TEST(Printable, EscapesWhatCouldDriveATerminal) {
       {"an overlong three-byte form", "\xE0\x80\xAF", "\\xE0\\x80\\xAF"},
       {"a surrogate", "\xED\xA0\x80", "\\xED\\xA0\\x80"},
       {"beyond the last code point", "\xF4\x90\x80\x80", "\\xF4\\x90\\x80\\x80"},
+      {"a line separator, and its neighbour", "\xE2\x80\xA8\xE2\x80\xA7", "\\xE2\\x80\\xA8\xE2\x80\xA7"},
+      {"overrides of direction, and a neighbour",
+       "\xE2\x80\xAE\xE2\x80\xAF\xE2\x81\xA6\xE2\x81\xA9\xE2\x81\xAA",
+       "\\xE2\\x80\\xAE\xE2\x80\xAF\\xE2\\x81\\xA6\\xE2\\x81\\xA9\xE2\x81\xAA"},
       {"cut in the middle of a character", "\xE2\x82", "\\xE2\\x82"},
   };
   for (const Case& c : cases) EXPECT_EQ(support::printable(c.text), c.printed) << c.what;
 }
 
 TEST(Printable, KeepsLayoutWhenAsked) {
-  EXPECT_EQ(support::printable("a\r\n\tb\x1B", support::KeepLayout::yes), "a\r\n\tb\\x1B");
+  EXPECT_EQ(support::printable("a\r\n\tb\x1B\rc\r", support::KeepLayout::yes), "a\r\n\tb\\x1B\\x0Dc\\x0D");
 }
 
 }  // namespace

@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <cerrno>
 #include <string>
 
 #include "support/error_escape.h"
 #include "tests/support/captured.h"
 #include "tests/support/part_reading.h"
+#include "tests/support/record_bytes.h"
 
 namespace {
 
@@ -198,6 +200,33 @@ TEST(ObjectPositions, CountFromBehindTheLengthField) {
   partition.om_file_length_byte_size = 12;
   inspect::seek_object(reading.file, partition, 0, false);
   EXPECT_EQ(reading.file.stream->position(), 16U + 12 + 5);
+}
+
+TEST(ObjectPositions, BeyondAnyFileAreNamedAsTheyStand) {
+  struct Case {
+    std::uint64_t table;
+    std::int32_t index;
+    std::uint64_t stored;
+    const char* position;
+  };
+  const Case cases[] = {
+      {0, 0, std::uint64_t{1} << 63U, "9223372036854775828"},
+      {0, 0, UINT64_MAX - 20, "18446744073709551615"},
+      {0, 0, UINT64_MAX, "18446744073709551615"},  // and not the 19th byte
+      {UINT64_MAX - 7, 1, 0, "18446744073709551615"},
+      {std::uint64_t{1} << 63U, 0, 0, "9223372036854775808"},
+      {8, -2, 0, "18446744073709551608"},
+  };
+  for (const Case& c : cases) {
+    PartReading reading(test_support::RecordBytes(std::endian::native).u64(c.stored).bytes());
+    PartitionEntry partition;
+    partition.base = 16;
+    partition.wide_positions = true;
+    partition.object_table_offset = c.table;
+    errno = ENOENT;  // of some call before
+    EXPECT_EQ(message_of([&] { inspect::seek_object(reading.file, partition, c.index, false); }),
+              std::string("fseek to ") + c.position + " failed errno = 22");
+  }
 }
 
 }  // namespace

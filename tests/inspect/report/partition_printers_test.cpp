@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "inspect/records/inspect_errors.h"
 #include "inspect/report/external_references.h"
 #include "inspect/report/filing_history.h"
 #include "inspect/report/machine_format.h"
@@ -42,7 +43,18 @@ class PartitionPrinters : public testing::Test {
   }
 };
 
-TEST_F(PartitionPrinters, DamageCostsOneListing) {
+/// As the driver does.
+std::string listings_of(OpenedPart& opened) {
+  return output_of([&] {
+    try {
+      print_partitions(opened.file);
+    } catch (const support::ErrorEscape& escape) {
+      report_escape(opened.file, escape);
+    }
+  });
+}
+
+TEST_F(PartitionPrinters, DamageEndsTheListings) {
   ObjectPlan bad;
   bad.stored_audit_class = 9;
   ObjectPlan sound;
@@ -50,14 +62,16 @@ TEST_F(PartitionPrinters, DamageCostsOneListing) {
   ObjectPlan not_om;
   not_om.intro = "XX\1\2\3\4\5";
   PartBuilder part;
-  part.add(object_partition(7, 7, bad));
   part.add(object_partition(8, 6, sound));
   part.add(object_partition(9, 3, not_om));
+  part.add(object_partition(10, 7, bad));
+  part.add(object_partition(11, 7, sound));
   OpenedPart opened(part.build());
   opened.options.print_partition.fill(true);
-  const std::string out = output_of([&] { print_partitions(opened.file); });
+  const std::string out = listings_of(opened);
   EXPECT_TRUE(opened.file.failed);
   EXPECT_NE(out.find("Expected audit class index 5 but found 9"), std::string::npos);
+  EXPECT_EQ(out.find("Partition id: 11\n"), std::string::npos);
   EXPECT_NE(out.find("\n--------- Contents of Occurrence directory ----------\nPartition id: 8\n"),
             std::string::npos);
   EXPECT_NE(out.find("    Tue Nov 14 22:13:20 2023  t\\x1B[2Jx         version    12  machine type     9\n"),
@@ -72,7 +86,7 @@ TEST_F(PartitionPrinters, CookiesAloneShowTheAuditTrails) {
   part.add(object_partition(1, 7, ObjectPlan{}));
   OpenedPart opened(part.build());
   opened.options.print_cookies = true;
-  const std::string out = output_of([&] { print_partitions(opened.file); });
+  const std::string out = listings_of(opened);
   EXPECT_NE(out.find("  magic cookie         77  maximum object id       4711\n"), std::string::npos);
   EXPECT_EQ(out.find("Schemas"), std::string::npos);
 }
@@ -85,7 +99,7 @@ TEST_F(PartitionPrinters, OneLongTextNamedOftenIsShownWholeOnce) {
   part.add(object_partition(1, 7, plan));
   OpenedPart opened(part.build());
   opened.options.print_cookies = true;
-  const std::string out = output_of([&] { print_partitions(opened.file); });
+  const std::string out = listings_of(opened);
   EXPECT_LT(out.size(), 60000U);
   EXPECT_NE(out.find(std::string(30000, 'u')), std::string::npos);
   EXPECT_EQ(occurrences(out, "uuu...  version"), 99U);
@@ -107,7 +121,7 @@ TEST_F(PartitionPrinters, PartitionsThatLieInOnePlaceAreNotListedWithoutEnd) {
   }
   OpenedPart opened(part.build());
   opened.options.print_partition.fill(true);
-  const std::string out = output_of([&] { print_partitions(opened.file); });
+  const std::string out = listings_of(opened);
   EXPECT_TRUE(opened.file.failed);
   EXPECT_LE(occurrences(out, "Shared strings: 500\n"), 8U);
   EXPECT_GE(occurrences(out, "Shared strings: 500\n"), 2U);
@@ -121,7 +135,7 @@ TEST_F(PartitionPrinters, ATraceIsBoundedByTheFileOnDisk) {
     OpenedPart opened(part.build());
     opened.file.stored_length = length;  // a frame that expands far
     opened.options.trace = true;
-    const std::string out = output_of([&] { print_partitions(opened.file); });
+    const std::string out = listings_of(opened);
     EXPECT_EQ(out.find("object-manager data overlap") != std::string::npos, length == 1);
     EXPECT_EQ(occurrences(out, "Reading Machine type in audit trail entry"), length == 1 ? 0U : 1U);
   }
@@ -205,7 +219,7 @@ TEST_F(PartitionPrinters, OlderDirectoriesListTheEntityChainsOfTheHeader) {
     bytes[26 + 2 + 2 * 5] = 3;  // the chain of type 5
     OpenedPart opened(bytes);
     opened.options.print_partition.fill(true);
-    const std::string out = output_of([&] { print_partitions(opened.file); });
+    const std::string out = listings_of(opened);
     EXPECT_NE(out.find("  Unknown                 5       1536\n"), std::string::npos) << out;
     EXPECT_EQ(occurrences(out, "  Unknown "), 1U);
     EXPECT_EQ(occurrences(out, "Machine format: x86_64 Linux\n"), data.size() > 8 ? 1U : 0U);
