@@ -98,16 +98,6 @@ class FileChannel {
   std::shared_ptr<const int> users_ = std::make_shared<const int>(0);
 };
 
-/// A regular file that is open for reading and writing; everything goes straight to the system.
-class VFileChannel final : public FileChannel {
- public:
-  /// Opens an existing file. Raises what FileChannel raises.
-  explicit VFileChannel(std::string name);
-
-  std::size_t write_at(std::uint64_t offset, const void* bytes, std::size_t count) override;
-  void flush() override;
-};
-
 /// A part of a file as a source: `size` bytes from `offset`. Bytes that the file no longer has, or never
 /// had, read as the end of the source.
 class ChannelSource final : public support::ByteSource {

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "cfi/cfi_error_codes.h"
-#include "cfi/lock_bytes_factories.h"
+#include "cfi/writing/lock_bytes_factories.h"
 
 namespace VRX::System::CFI {
 

@@ -9,7 +9,7 @@
 #include <cstdlib>
 
 #include "cfi/cfi_error_codes.h"
-#include "cfi/lock_bytes_factories.h"
+#include "cfi/writing/lock_bytes_factories.h"
 
 namespace VRX::System::CFI {
 

@@ -10,7 +10,7 @@
 
 #include "cfi/cfi_error_codes.h"
 #include "cfi/flat/cfi_storage.h"
-#include "cfi/lock_bytes_factories.h"
+#include "cfi/writing/lock_bytes_factories.h"
 #include "tests/support/container_builder.h"
 #include "tests/support/program_runner.h"
 

@@ -1,6 +1,7 @@
-#include "cfi/lock_bytes_factories.h"
+#include "cfi/writing/lock_bytes_factories.h"
 
 #include "cfi/cfi_error_codes.h"
+#include "cfi/writing/v_file_channel.h"
 
 namespace VRX::System::CFI {
 
