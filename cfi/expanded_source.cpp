@@ -10,6 +10,7 @@
 #include "cfi/cfi_error_codes.h"
 #include "cfi/file_channel.h"
 #include "cfi/temporary_file.h"
+#include "support/byte_copy.h"
 #include "support/environment.h"
 #include "support/output_file.h"
 #include "support/printable.h"
@@ -33,6 +34,19 @@ support::ErrorEscape temporary_file_failure() {
       "cfi", kSystemCallFailed,
       support::format_text("could not write a temporary file in %s: %s",
                            support::printable(support::temporary_folder()).c_str(), std::strerror(error))};
+}
+
+/// Hands over all that the frame holds; gives the status with which it ends.
+template <typename Take>
+int expand_all(LZ4DecompressStream& decoder, Take take) {
+  int status = 0;
+  const auto read = [&](void* piece, std::size_t count) {
+    const auto result = decoder.read(piece, static_cast<std::int64_t>(count));
+    status = result.status;
+    return result.bytes_read;
+  };
+  support::copy_bytes(read, take, kPieceSize);
+  return status;
 }
 
 class TemporaryFileSource final : public support::ByteSource {
@@ -87,13 +101,9 @@ std::uint64_t ExpandedSource::size() const {
   const std::uint64_t inner_position = inner_.position();
   inner_.set_position(0);
   LZ4DecompressStream decoder(inner_);
-  const auto piece = std::make_unique_for_overwrite<std::byte[]>(kPieceSize);
-  LZ4DecompressStream::ReadResult result;
-  do {
-    result = decoder.read(piece.get(), kPieceSize);
-  } while (result.bytes_read == kPieceSize);
+  const int status = expand_all(decoder, [](std::span<const std::byte>) {});
   inner_.set_position(inner_position);
-  if (result.status != 0) throw frame_failure(name_, result.status);
+  if (status != 0) throw frame_failure(name_, status);
   size_ = decoder.position();
   return *size_;
 }
@@ -115,17 +125,14 @@ std::unique_ptr<support::ByteSource> expand_when_framed(std::unique_ptr<support:
 ExpandedFile expand_to_temporary_file(support::ByteSource& framed, const std::string& name) {
   framed.set_position(0);
   LZ4DecompressStream decoder(framed);
-  const auto piece = std::make_unique_for_overwrite<std::byte[]>(kPieceSize);
   support::OutputFile file(open_temporary_file());
   if (!file.is_open()) throw temporary_file_failure();
-  LZ4DecompressStream::ReadResult result;
-  do {
-    result = decoder.read(piece.get(), kPieceSize);
-    if (!file.write(piece.get(), result.bytes_read)) throw temporary_file_failure();
-  } while (result.bytes_read == kPieceSize);
+  const int status = expand_all(decoder, [&](std::span<const std::byte> bytes) {
+    if (!file.write(bytes.data(), bytes.size())) throw temporary_file_failure();
+  });
   ExpandedFile expanded;
   expanded.source = std::make_unique<TemporaryFileSource>(std::move(file));
-  if (result.status != 0) expanded.failure.emplace(frame_failure(name, result.status));
+  if (status != 0) expanded.failure.emplace(frame_failure(name, status));
   return expanded;
 }
 

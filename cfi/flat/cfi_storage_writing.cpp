@@ -7,12 +7,11 @@
 #include "cfi/element_path.h"
 #include "cfi/flat/cfi_calls.h"
 #include "cfi/flat/cfi_storage.h"
+#include "support/byte_copy.h"
 
 using namespace VRX::System::CFI;
 
 namespace {
-
-constexpr std::size_t kCopyPiece = std::size_t{256} * 1024;
 
 // An element to be copied, and the copied storage that it goes into.
 struct CopyItem {
@@ -37,10 +36,11 @@ std::vector<CopyItem> items_to_copy(StorageFile& file, ElementId element, std::s
 
 void copy_stream(support::ByteSource& source, KVPMWritableFile& file, ElementId stream) {
   Container& container = file.writer().container(writer_number(stream));
-  const auto piece = std::make_unique_for_overwrite<char[]>(kCopyPiece);
-  while (const std::size_t got = source.read(piece.get(), kCopyPiece)) {
-    if (container.write(piece.get(), got) != got) throw system_call_failed(errno);
-  }
+  support::copy_source(source, [&](std::span<const std::byte> bytes) {
+    if (container.write(bytes.data(), bytes.size()) != bytes.size()) {
+      throw system_call_failed(errno);
+    }
+  });
   file.writer().release(writer_number(stream));
 }
 

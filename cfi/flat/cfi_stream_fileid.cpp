@@ -1,37 +1,48 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <memory>
+#include <span>
 
 #include "cfi/cfi_error_codes.h"
 #include "cfi/flat/cfi_calls.h"
 #include "cfi/flat/cfi_storage.h"
 #include "cfi/temporary_file.h"
+#include "support/byte_copy.h"
 #include "support/output_file.h"
 
 using namespace VRX::System::CFI;
 
 namespace {
 
-constexpr std::size_t kCopyPiece = std::size_t{256} * 1024;
-
 support::ErrorEscape flush_failure(int channel) {
   return {"cfi", kSystemCallFailed, support::format_text("Could not flush channel %d", channel)};
 }
 
-// The bytes of the channel become those of the container.
-void take_back(int channel, Container& container) {
-  const auto piece = std::make_unique_for_overwrite<char[]>(kCopyPiece);
-  container.set_position(0);
-  for (off_t offset = 0;;) {
-    const ssize_t got = ::pread(channel, piece.get(), kCopyPiece, offset);
+std::size_t read_channel(int channel, void* destination, std::size_t count, std::uint64_t offset) {
+  auto* next = static_cast<std::byte*>(destination);
+  std::size_t total = 0;
+  while (total < count) {
+    const ssize_t got = ::pread(channel, next + total, count - total, static_cast<off_t>(offset + total));
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) throw flush_failure(channel);
     if (got == 0) break;
-    const auto count = static_cast<std::size_t>(got);
-    if (container.write(piece.get(), count) != count) throw flush_failure(channel);
-    offset += got;
+    total += static_cast<std::size_t>(got);
   }
+  return total;
+}
+
+// The bytes of the channel become those of the container.
+void take_back(int channel, Container& container) {
+  container.set_position(0);
+  support::copy_bytes(
+      [&](void* piece, std::size_t count) {
+        return read_channel(channel, piece, count, container.position());
+      },
+      [&](std::span<const std::byte> bytes) {
+        if (container.write(bytes.data(), bytes.size()) != bytes.size()) {
+          throw flush_failure(channel);
+        }
+      });
   container.truncate(container.position());
 }
 
@@ -44,10 +55,9 @@ int CFI_convert_stream_to_fileid(CFI_stream_t stream) {
   support::ByteSource& source = stream->source();
   const std::uint64_t position = source.position();
   source.set_position(0);
-  const auto piece = std::make_unique_for_overwrite<char[]>(kCopyPiece);
-  while (const std::size_t got = source.read(piece.get(), kCopyPiece)) {
-    if (!file.write(piece.get(), got)) throw system_call_failed(errno);
-  }
+  support::copy_source(source, [&](std::span<const std::byte> bytes) {
+    if (!file.write(bytes.data(), bytes.size())) throw system_call_failed(errno);
+  });
   source.set_position(position);
   const int channel = file.release();
   ::lseek(channel, static_cast<off_t>(position), SEEK_SET);

@@ -2,10 +2,11 @@
 
 #include <cstddef>
 #include <deque>
-#include <memory>
+#include <span>
 #include <string_view>
 
 #include "cfi/storage_reader.h"
+#include "support/byte_copy.h"
 #include "support/error_escape.h"
 #include "support/output_file.h"
 #include "support/printable.h"
@@ -61,15 +62,13 @@ support::ErrorEscape incomplete(const char* reason, const std::string& output_na
 /// The number of bytes copied.
 std::uint64_t copy(StreamReader& stream, support::OutputFile& output, const std::string& output_name,
                    support::ProgressLine& progress) {
-  std::uint64_t copied = 0;
-  const auto piece = std::make_unique_for_overwrite<std::byte[]>(kCopySize);
-  std::size_t got = 0;
-  do {
-    got = stream.read(piece.get(), kCopySize);
-    if (!output.write(piece.get(), got)) throw failure("write failed");
-    copied += got;
-    progress.advance(got);
-  } while (got == kCopySize);
+  const std::uint64_t copied =
+      support::copy_bytes([&](void* piece, std::size_t count) { return stream.read(piece, count); },
+                          [&](std::span<const std::byte> bytes) {
+                            if (!output.write(bytes.data(), bytes.size())) throw failure("write failed");
+                            progress.advance(bytes.size());
+                          },
+                          kCopySize);
   if (!output.close()) throw incomplete("write failed", output_name);
   return copied;
 }

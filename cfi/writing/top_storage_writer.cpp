@@ -8,6 +8,7 @@
 #include "cfi/diagnostics_channels.h"
 #include "cfi/element_path.h"
 #include "cfi/kvpm/header_paths.h"
+#include "support/byte_copy.h"
 #include "support/limits.h"
 #include "support/printable.h"
 #include "support/text_format.h"
@@ -21,7 +22,6 @@ constexpr std::array<std::string_view, 5> kDirectStreams = {
     "/Root/FastLoad/ExternalReferences", "/Root/FastLoad/PartIdentifier"};
 
 constexpr std::uint64_t kHeaderAreaStep = 4096;
-constexpr std::size_t kCopyPiece = std::size_t{256} * 1024;
 
 support::ErrorEscape failure_at(ErrorCode code, const char* text, const std::string& path) {
   return {"cfi", code, support::format_text("%s\"%s\"", text, support::printable(path).c_str())};
@@ -235,14 +235,12 @@ void TopStorageWriter::write(std::uint64_t offset, std::string_view bytes) {
 
 void TopStorageWriter::copy_from_old(const Element& element) {
   ChannelSource source(old_->channel(), element.listed.offset, element.listed.size_bytes);
-  std::string piece(kCopyPiece, '\0');
-  std::uint64_t copied = 0;
-  while (copied < element.listed.size_bytes) {
-    const std::size_t got = source.read(piece.data(), piece.size());
-    if (got == 0) throw make_error(kEndOfStream);
-    write(data_end_ + copied, std::string_view(piece).substr(0, got));
-    copied += got;
-  }
+  std::uint64_t end = data_end_;
+  const std::uint64_t copied = support::copy_source(source, [&](std::span<const std::byte> bytes) {
+    write(end, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    end += bytes.size();
+  });
+  if (copied < element.listed.size_bytes) throw make_error(kEndOfStream);
 }
 
 void TopStorageWriter::flush(Element& element) {
