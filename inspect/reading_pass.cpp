@@ -62,9 +62,9 @@ std::size_t memory_of_partitions(const InspectFile& file) {
   constexpr std::size_t kAllocation = 16;
   const auto solids = static_cast<std::size_t>(std::ranges::count_if(
       file.partitions, [](const PartitionEntry& entry) { return entry.solid != nullptr; }));
-  // In files without markers the offset of each directory is kept too, in a table that is a third full or
+  // In files without markers the offset of each directory is kept too, in a table that is a quarter full or
   // more.
-  const std::size_t entry = sizeof(PartitionEntry) + (file.has_markers ? 0 : 3 * sizeof(std::uint64_t));
+  const std::size_t entry = sizeof(PartitionEntry) + (file.has_markers ? 0 : 4 * sizeof(std::uint32_t));
   return file.partitions.size() * entry + solids * (sizeof(BrepsolidPartition) + kAllocation);
 }
 

@@ -10,9 +10,16 @@
 
 namespace VRX::System::CFI {
 
+namespace {
+
+std::uint64_t hash_of(std::uint32_t parent, std::string_view name) {
+  return support::keyed_hash(name) ^ (parent * std::uint64_t{0x9E3779B97F4A7C15});
+}
+
+}  // namespace
+
 KVPMTree::KVPMTree(const StorageIndex& index) : index_(index) {
   nodes_.emplace_back();
-  grow_slots();
   add_parents();
   add_entries();
   place_children();
@@ -72,25 +79,14 @@ std::string_view KVPMTree::name_of(std::uint32_t node) const {
   return index_.element_name(nodes_[node].element);
 }
 
-std::size_t KVPMTree::slot_of(std::uint32_t parent, std::string_view name) const {
-  const std::size_t mask = slots_.size() - 1;
-  std::size_t slot = (support::keyed_hash(name) ^ (parent * std::size_t{0x9E3779B97F4A7C15})) & mask;
-  while (slots_[slot] != kNone && (nodes_[slots_[slot]].parent != parent || name_of(slots_[slot]) != name)) {
-    slot = (slot + 1) & mask;
-  }
-  return slot;
-}
-
-void KVPMTree::grow_slots() {
-  slots_.assign(std::max<std::size_t>(64, slots_.size() * 2), kNone);
-  for (std::uint32_t node = 1; node < nodes_.size(); ++node) {
-    slots_[slot_of(nodes_[node].parent, name_of(node))] = node;
-  }
+std::uint32_t KVPMTree::child_storage(std::uint32_t parent, std::string_view name, std::uint64_t hash) const {
+  return table_.find(
+      hash, [&](std::uint32_t node) { return nodes_[node].parent == parent && name_of(node) == name; });
 }
 
 std::uint32_t KVPMTree::find_or_add(std::uint32_t parent, std::string_view name, ElementId element) {
-  const std::size_t slot = slot_of(parent, name);
-  if (slots_[slot] != kNone) return slots_[slot];
+  const std::uint64_t hash = hash_of(parent, name);
+  if (const std::uint32_t known = child_storage(parent, name, hash); known != kNone) return known;
   const std::size_t most = std::size_t{index_.size()} + limits::kImpliedStorages;
   if (nodes_.size() > most || most + index_.size() >= kNone) {
     throw make_error(kDamagedIndex, "too many storages");
@@ -101,8 +97,8 @@ std::uint32_t KVPMTree::find_or_add(std::uint32_t parent, std::string_view name,
   added.parent = parent;
   nodes_.push_back(added);
   ++nodes_[parent].child_count;
-  slots_[slot] = node;
-  if (2 * nodes_.size() > slots_.size()) grow_slots();
+  table_.insert(hash, node,
+                [this](std::uint32_t known) { return hash_of(nodes_[known].parent, name_of(known)); });
   return node;
 }
 
@@ -145,7 +141,8 @@ std::optional<std::uint32_t> KVPMTree::node_of_path(std::string_view path) const
   std::uint32_t node = 0;
   for (std::size_t at = kRootPathLength; at < path.size();) {
     const std::size_t end = std::min(path.find('/', at + 1), path.size());
-    node = slots_[slot_of(node, path.substr(at + 1, end - at - 1))];
+    const std::string_view name = path.substr(at + 1, end - at - 1);
+    node = child_storage(node, name, hash_of(node, name));
     if (node == kNone) return std::nullopt;
     at = end;
   }
@@ -155,7 +152,7 @@ std::optional<std::uint32_t> KVPMTree::node_of_path(std::string_view path) const
 std::optional<ElementId> KVPMTree::find_storage(ElementId parent, std::string_view name) const {
   const std::optional<std::uint32_t> node = node_of(parent);
   if (!node) return std::nullopt;
-  const std::uint32_t found = slots_[slot_of(*node, name)];
+  const std::uint32_t found = child_storage(*node, name, hash_of(*node, name));
   if (found == kNone) return std::nullopt;
   return nodes_[found].element;
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cfi/kvpm/storage_index.h"
+#include "support/number_table.h"
 
 namespace VRX::System::CFI {
 
@@ -36,7 +37,7 @@ class KVPMTree {
   std::optional<ElementId> find_storage(ElementId parent, std::string_view name) const;
 
  private:
-  static constexpr std::uint32_t kNone = UINT32_MAX;
+  static constexpr std::uint32_t kNone = support::NumberTable::kNone;
 
   struct Node {
     ElementId element = kRootElement;
@@ -61,8 +62,7 @@ class KVPMTree {
   void place_children();
   void order_nodes();
 
-  std::size_t slot_of(std::uint32_t parent, std::string_view name) const;
-  void grow_slots();
+  std::uint32_t child_storage(std::uint32_t parent, std::string_view name, std::uint64_t hash) const;
   std::string_view name_of(std::uint32_t node) const;
   std::optional<std::uint32_t> node_of(ElementId storage) const;
   std::optional<std::uint32_t> node_of_path(std::string_view path) const;
@@ -71,7 +71,7 @@ class KVPMTree {
 
   const StorageIndex& index_;
   std::vector<Node> nodes_;                  // the root first, each storage behind its parent
-  std::vector<std::uint32_t> slots_;         // open hash table of nodes over (parent, name)
+  support::NumberTable table_;               // nodes by parent and name
   std::vector<std::uint32_t> parent_nodes_;  // the storage of each parent path, kNone for that of "/Root"
   std::vector<std::uint32_t> children_;      // a stream: its entry; a storage: number of entries + its node
   std::vector<std::uint32_t> by_element_;    // nodes sorted by element

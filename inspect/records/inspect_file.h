@@ -91,7 +91,7 @@ struct InspectFile {
   std::int32_t release = kReleaseNotRead;  ///< V once the header is read
 
   std::vector<std::int16_t> entity_chain_words;  ///< V below 15: the entity chain header
-  NumberSet<std::uint64_t> directory_offsets;    ///< of the directories read so far, without markers
+  IdSet directory_offsets;                       ///< of the directories read so far, without markers
   std::deque<PartitionEntry> partitions;         ///< index order; entries never move
   std::set<std::uint64_t> partition_starts;      ///< offsets of the first `known_starts` of them
   std::size_t known_starts = 0;

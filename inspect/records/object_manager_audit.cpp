@@ -69,10 +69,10 @@ bool AuditReader::enter_label(const ChainNames& chain) {
   read_ints(trace_, file_, 1, &label, "%s", chain.label);
   if (label == kNoLabel) return false;
   if (label < 0 || label == INT32_MAX) inspect_error(file_, "Bad value %d for %s\n", label, chain.label);
-  if (!labels_.insert(label + 1)) {
+  if (!labels_.insert(static_cast<std::uint32_t>(label) + 1)) {
     inspect_error(file_, "%s %d leads to an object that was read before\n", chain.label, label);
   }
-  way_labels_.push_back(label + 1);
+  way_labels_.push_back(static_cast<std::uint32_t>(label) + 1);
   way_back_.push_back(current_position(file_));
   seek_object(file_, partition_, label, trace_);
   return true;

@@ -25,7 +25,7 @@ void check_count(InspectFile& file, std::size_t count) {
 PartitionEntry read_index_entry(InspectFile& file, bool trace, bool wide, std::int32_t number, IdSet& seen) {
   PartitionEntry entry;
   read_ints(trace, file, 1, &entry.id, "Read partition index %d: Partition ID", number);
-  if (!seen.insert(entry.id)) {
+  if (!seen.insert(static_cast<std::uint32_t>(entry.id))) {
     inspect_warning(file, "duplicate partition id %d\n", entry.id);
     file.probable_corruption = true;
     file.failed = true;
@@ -139,7 +139,7 @@ bool check_partition_start(InspectFile& file, PartitionEntry& partition, bool tr
 }
 
 void read_partition_header(InspectFile& file, PartitionEntry& partition, bool trace) {
-  if (!file.directory_offsets.insert(partition.offset)) {
+  if (!file.directory_offsets.insert(static_cast<std::uint32_t>(partition.offset))) {
     inspect_error(file, "Directory chain comes back to offset %llu\n", static_cast<ull>(partition.offset));
   }
   const auto number = static_cast<std::int32_t>(file.directory_offsets.size());

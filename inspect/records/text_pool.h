@@ -6,12 +6,13 @@
 #include <vector>
 
 #include "inspect/records/text_arena.h"
+#include "support/number_table.h"
 
 namespace inspect {
 
 /// Names a text of a TextPool, or by shared_text_id() one of the shared strings of its partition.
 using TextId = std::uint32_t;
-inline constexpr TextId kNoText = UINT32_MAX;
+inline constexpr TextId kNoText = support::NumberTable::kNone;
 
 inline constexpr TextId kSharedTextBit = TextId{1} << 31U;
 
@@ -28,18 +29,14 @@ class TextPool {
     return id == kNoText ? std::string_view{} : texts_.at(id).value_or(std::string_view{});
   }
 
-  std::size_t size() const { return size_; }
+  std::size_t size() const { return table_.size(); }
 
   /// Bytes of memory taken.
-  std::size_t byte_count() const { return texts_.byte_count() + slots_.size() * sizeof(TextId); }
+  std::size_t byte_count() const { return texts_.byte_count() + table_.byte_count(); }
 
  private:
-  std::size_t slot_of(std::string_view text) const;
-  void grow();
-
   TextArena texts_;
-  std::size_t size_ = 0;
-  std::vector<TextId> slots_;  ///< open addressing; a power of two of slots
+  support::NumberTable table_;
 };
 
 }  // namespace inspect
