@@ -16,6 +16,11 @@ ElementId look_up(const char* function, const StorageElement& storage, std::stri
 
 }  // namespace
 
+void announce_opening(std::string_view file_name, std::string_view text) {
+  cfi_storage_channel().print("CFI_announce_opening: %s %s\n", support::printable(file_name).c_str(),
+                              support::printable(text).c_str());
+}
+
 StorageReader::StorageReader(StorageFile& file, std::string_view file_name) : StorageElement(file) {
   show_call("CFI_open_storage_file", *this, file_name);
 }

@@ -22,6 +22,9 @@ class StorageReader final : public StorageElement {
   ~StorageReader();
 };
 
+/// Shows on the "cfi_storage" channel what a caller hands over with the name of a file that it will open.
+void announce_opening(std::string_view file_name, std::string_view text);
+
 /// The same for a stream.
 class StreamReader final : public StorageElement {
  public:

@@ -114,7 +114,7 @@ int PartFileDriver::run() {
 bool PartFileDriver::open() {
   try {
     if (!options_.storage_open_text.empty()) {
-      CFI_announce_opening(file_.name, options_.storage_open_text.view());
+      VRX::System::CFI::announce_opening(file_.name, options_.storage_open_text.view());
     }
     container_.open(file_.name);
     file_.identity = container_.identity();

@@ -32,11 +32,6 @@ Stream& open_for_write(Storage& storage, std::string_view name, AccessMode mode)
 
 }  // namespace
 
-void CFI_announce_opening(const std::string& file_name, std::string_view text) {
-  cfi_storage_channel().print("CFI_announce_opening: %s %s\n", support::printable(file_name).c_str(),
-                              support::printable(text).c_str());
-}
-
 CFI_storage_t CFI_open_storage_file(const std::string& file_name, const char* options, const char* hints,
                                     int sector_size) {
   Storage& root = OpenElements::instance().open_root(file_name, access_mode(options), hints, sector_size);

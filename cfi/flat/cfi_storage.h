@@ -21,9 +21,6 @@ class Stream;
 using CFI_storage_t = VRX::System::CFI::Storage*;
 using CFI_stream_t = VRX::System::CFI::Stream*;
 
-/// What the caller has to say of the file that it opens next; shown on the "cfi_storage" channel.
-void CFI_announce_opening(const std::string& file_name, std::string_view text);
-
 /// Opens the container of a file; `options` is "R", "W" or "N" (its first letter decides; any other raises
 /// 1021255). When a root storage of the same file name is open already, that one is returned and counted
 /// once more. Raises 1021080 when the file is of neither kind. "N" begins a new file in the maker's format,
