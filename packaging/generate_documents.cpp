@@ -123,8 +123,8 @@ std::string cases(const std::vector<CommandSwitch>& switches, const char* format
 }
 
 void fill_bash(std::string& text, const std::vector<CommandSwitch>& switches) {
-  std::vector<std::string> names;
-  for (const CommandSwitch& one : switches) names.emplace_back(one.name);
+  std::vector<std::string> names(switches.size());
+  std::ranges::transform(switches, names.begin(), &CommandSwitch::name);
   replace_all(text, "@EXPECTED@\n", cases(switches, "        @NAME@) expected=(@KINDS@) ;;\n"));
   replace_all(text, "@SWITCHES@", join(names));
 }
@@ -135,7 +135,7 @@ void fill_zsh(std::string& text, const std::vector<CommandSwitch>& switches) {
     std::string rule = std::string(one.name) + "[" + escape(one.description, "\\[]:") + "]";
     const std::vector<std::string> kinds = words_behind(one);
     // An extraction is the last switch, and says itself what may follow.
-    if (!kinds.empty() && kinds.back() == "other") rule = "(- *)" + rule;
+    if (!kinds.empty() && kinds.back() == "other") rule.insert(0, "(- *)");
     const std::vector<std::string> names = argument_names(one);
     for (std::size_t i = 0; i + 1 < kinds.size(); ++i) {
       const std::string name = i < names.size() ? names[i] : kinds[i];
