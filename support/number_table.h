@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -36,6 +37,9 @@ class NumberTable {
     }
     place(hash, number);
   }
+
+  /// Makes an empty table large enough for that many numbers: growing costs as much as filling.
+  void reserve(std::size_t count) { slots_.assign(std::bit_ceil(std::max(kFewestSlots, 2 * count)), kNone); }
 
   /// Takes out a number that the table has.
   template <typename HashOf>

@@ -20,6 +20,7 @@ std::uint64_t hash_of(std::uint32_t parent, std::string_view name) {
 
 KVPMTree::KVPMTree(const StorageIndex& index) : index_(index) {
   nodes_.emplace_back();
+  table_.reserve(index.parents().size());
   add_parents();
   add_entries();
   place_children();
