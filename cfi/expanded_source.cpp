@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cinttypes>
 #include <cstring>
 #include <limits>
 #include <utility>
@@ -12,6 +13,7 @@
 #include "cfi/temporary_file.h"
 #include "support/byte_copy.h"
 #include "support/environment.h"
+#include "support/limits.h"
 #include "support/output_file.h"
 #include "support/printable.h"
 #include "support/text_format.h"
@@ -28,6 +30,19 @@ support::ErrorEscape frame_failure(const std::string& name, int status) {
                                support::printable(name).c_str(), status, error_text(status).c_str())};
 }
 
+/// The bytes that a frame of `stored` bytes may expand to.
+std::uint64_t expansion_budget(std::uint64_t stored) {
+  constexpr std::uint64_t kMost = std::numeric_limits<std::int64_t>::max() / limits::kExpansionRatio;
+  return std::max(limits::kExpansionFloor, limits::kExpansionRatio * std::min(stored, kMost));
+}
+
+support::ErrorEscape budget_failure(const std::string& name, std::uint64_t budget) {
+  return {"cfi", kBadCompressedStream,
+          support::format_text("compressed stream %s expands to more than %" PRIu64
+                               " bytes, far more than is stored",
+                               name.c_str(), budget)};
+}
+
 support::ErrorEscape temporary_file_failure() {
   const int error = errno;
   return {
@@ -36,17 +51,21 @@ support::ErrorEscape temporary_file_failure() {
                            support::printable(support::temporary_folder()).c_str(), std::strerror(error))};
 }
 
-/// Hands over all that the frame holds; gives the status with which it ends.
+/// Hands over what the frame holds, a piece more than the budget at most; tells why it does not end soundly.
 template <typename Take>
-int expand_all(LZ4DecompressStream& decoder, Take take) {
+std::optional<support::ErrorEscape> expand_all(LZ4DecompressStream& decoder, std::uint64_t budget,
+                                               const std::string& name, Take take) {
   int status = 0;
-  const auto read = [&](void* piece, std::size_t count) {
+  const auto read = [&](void* piece, std::size_t count) -> std::size_t {
+    if (decoder.position() > budget) return 0;
     const auto result = decoder.read(piece, static_cast<std::int64_t>(count));
     status = result.status;
     return result.bytes_read;
   };
   support::copy_bytes(read, take, kPieceSize);
-  return status;
+  if (decoder.position() > budget) return budget_failure(name, budget);
+  if (status != 0) return frame_failure(name, status);
+  return std::nullopt;
 }
 
 class TemporaryFileSource final : public support::ByteSource {
@@ -74,8 +93,12 @@ ExpandedSource::ExpandedSource(std::unique_ptr<support::ByteSource> inner, std::
 
 std::size_t ExpandedSource::read(void* destination, std::size_t count) {
   if (!reach_position()) return 0;
-  const auto [bytes_read, status] = decoder_->read(destination, static_cast<std::int64_t>(count));
+  const std::uint64_t left = budget() - position_;
+  // With nothing left, one byte more is too many.
+  const std::uint64_t asked = std::min<std::uint64_t>(count, std::max<std::uint64_t>(left, 1));
+  const auto [bytes_read, status] = decoder_->read(destination, static_cast<std::int64_t>(asked));
   if (bytes_read == 0 && status != 0) throw frame_failure(name_, status);
+  if (bytes_read > left) throw budget_failure(name_, budget());
   position_ += bytes_read;
   return bytes_read;
 }
@@ -87,23 +110,28 @@ bool ExpandedSource::reach_position() {
     decoder_.emplace(inner_);
   }
   if (decoder_->position() == position_) return true;
-  constexpr std::uint64_t kFarthest = std::numeric_limits<std::int64_t>::max();
-  const std::uint64_t distance = std::min(position_ - decoder_->position(), kFarthest);
-  decoder_->seek(static_cast<std::int64_t>(distance), LZ4DecompressStream::kFromCurrent);
+  const std::uint64_t target = std::min(position_, budget() + 1);
+  if (decoder_->position() < target) {
+    decoder_->seek(static_cast<std::int64_t>(target - decoder_->position()),
+                   LZ4DecompressStream::kFromCurrent);
+  }
+  if (decoder_->position() > budget()) throw budget_failure(name_, budget());
   if (decoder_->position() == position_) return true;
   std::byte next;
   if (const int end = decoder_->read(&next, 1).status; end != 0) throw frame_failure(name_, end);
   return false;
 }
 
+std::uint64_t ExpandedSource::budget() const { return expansion_budget(inner_.size()); }
+
 std::uint64_t ExpandedSource::size() const {
   if (size_) return *size_;
   const std::uint64_t inner_position = inner_.position();
   inner_.set_position(0);
   LZ4DecompressStream decoder(inner_);
-  const int status = expand_all(decoder, [](std::span<const std::byte>) {});
+  const auto failure = expand_all(decoder, budget(), name_, [](std::span<const std::byte>) {});
   inner_.set_position(inner_position);
-  if (status != 0) throw frame_failure(name_, status);
+  if (failure) throw *failure;
   size_ = decoder.position();
   return *size_;
 }
@@ -122,17 +150,19 @@ std::unique_ptr<support::ByteSource> expand_when_framed(std::unique_ptr<support:
   return std::make_unique<ExpandedSource>(std::move(source), std::move(name));
 }
 
-ExpandedFile expand_to_temporary_file(support::ByteSource& framed, const std::string& name) {
+ExpandedFile expand_to_temporary_file(support::ByteSource& framed, const std::string& name,
+                                      std::uint64_t file_length) {
+  const std::uint64_t budget = expansion_budget(std::min(framed.size(), file_length));
   framed.set_position(0);
   LZ4DecompressStream decoder(framed);
   support::OutputFile file(open_temporary_file());
   if (!file.is_open()) throw temporary_file_failure();
-  const int status = expand_all(decoder, [&](std::span<const std::byte> bytes) {
+  ExpandedFile expanded;
+  const auto failure = expand_all(decoder, budget, name, [&](std::span<const std::byte> bytes) {
     if (!file.write(bytes.data(), bytes.size())) throw temporary_file_failure();
   });
-  ExpandedFile expanded;
   expanded.source = std::make_unique<TemporaryFileSource>(std::move(file));
-  if (status != 0) expanded.failure.emplace(frame_failure(name, status));
+  if (failure) expanded.failure.emplace(*failure);
   return expanded;
 }
 

@@ -14,7 +14,8 @@ namespace VRX::System::CFI {
 /// An LZ4-framed stream as a source of its expanded bytes. Reading forward is the natural way; a position
 /// further back costs expanding again from the start, and size() expands the whole frame once.
 /// A frame that ends with a status raises ErrorEscape with that number and a text that names the stream:
-/// size() at once, read() when all bytes before the damage have been delivered.
+/// size() at once, read() when all bytes before the damage have been delivered. One that expands to more than
+/// limits::kExpansionRatio allows ends there, as if with status 1020029.
 class ExpandedSource final : public support::ByteSource {
  public:
   /// `inner` holds the frame from its start and outlives this object, which moves it at will.
@@ -28,6 +29,7 @@ class ExpandedSource final : public support::ByteSource {
 
  private:
   bool reach_position();
+  std::uint64_t budget() const;
 
   std::unique_ptr<support::ByteSource> owned_;
   support::ByteSource& inner_;
@@ -50,7 +52,9 @@ struct ExpandedFile {
   std::optional<support::ErrorEscape> failure;  ///< the status with which the frame ended, if any
 };
 
-/// Expands into a file without a name in the temporary folder. Raises 1020059 when that cannot be written.
-ExpandedFile expand_to_temporary_file(support::ByteSource& framed, const std::string& name);
+/// Expands into a file without a name in the temporary folder, which takes no more than the frame may expand
+/// to when `file_length` bytes are all that there are. Raises 1020059 when it cannot be written.
+ExpandedFile expand_to_temporary_file(support::ByteSource& framed, const std::string& name,
+                                      std::uint64_t file_length);
 
 }  // namespace VRX::System::CFI

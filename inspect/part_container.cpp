@@ -35,7 +35,7 @@ std::unique_ptr<support::ByteSource> PartContainer::open_part_stream() {
   if (!file_) return std::make_unique<ChannelSource>(*channel_, 0, channel_->size());
   auto stored = open_stored_part(*file_);
   if (!is_lz4_framed(*stored)) return stored;
-  ExpandedFile expanded = expand_to_temporary_file(*stored, kPartStreamPath);
+  ExpandedFile expanded = expand_to_temporary_file(*stored, kPartStreamPath, channel_->size());
   if (expanded.failure) throw *expanded.failure;
   return std::move(expanded.source);
 }

@@ -69,6 +69,13 @@ inline constexpr std::size_t kIndentationBytes = std::size_t{1} << 30U;
 /// Bytes of one text of a feature toggle, which is a name or a short value.
 inline constexpr std::uint32_t kToggleTextBytes = std::uint32_t{4} << 20U;
 
+/// What an LZ4-framed stream may expand to: so many times the bytes that are stored, and at least so many
+/// bytes. A block can say 255 times as much, but only for one byte over and over; a part is mostly
+/// coordinates and data that are deflated already, and comes out two to ten times as long. The floor leaves
+/// room for a small stream that is all alike, and fills no disk.
+inline constexpr std::uint64_t kExpansionRatio = 64;
+inline constexpr std::uint64_t kExpansionFloor = std::uint64_t{16} << 20U;
+
 // Ours: part files.
 
 /// Partitions of a part file: each costs some hundred bytes of memory, and real parts hold dozens.

@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
 #include <random>
 
 #include "cfi/expanded_source.h"
+#include "support/limits.h"
 #include "tests/support/lz4_frame.h"
 
 namespace {
@@ -131,7 +134,7 @@ TEST(ExpandedSource, ReadsAtAnyPosition) {
   const auto expanded =
       expand_when_framed(std::make_unique<support::MemorySource>(std::as_bytes(std::span(frame))), "T");
   support::MemorySource inner = source_of(frame);
-  const ExpandedFile file = expand_to_temporary_file(inner, "T");
+  const ExpandedFile file = expand_to_temporary_file(inner, "T", frame.size());
   EXPECT_FALSE(file.failure);
   for (support::ByteSource* source : {plain.get(), expanded.get(), file.source.get()}) {
     for (const std::uint64_t at : {250'000u, 10u, 299'990u, 400'000u, 0u}) {
@@ -165,9 +168,42 @@ TEST(ExpandedSource, NamesStreamAndStatusOfADamagedFrame) {
   source.set_position(500'000);
   expect_failure("COMPATIBILITY", [&] { source.read(got.data(), 1); });
 
-  const ExpandedFile file = expand_to_temporary_file(inner, "VR_PART");
+  const ExpandedFile file = expand_to_temporary_file(inner, "VR_PART", frame.size());
   EXPECT_EQ(file.source->size(), text.size());
   expect_failure("VR_PART", [&] { throw *file.failure; });
+}
+
+TEST(ExpandedSource, EndsWhereAFrameSaysFarMoreThanIsStored) {
+  // Just within the floor, beyond it, and beyond it in a frame whose stored bytes allow for that.
+  std::string varied(std::size_t{400'000}, '\0');
+  std::mt19937 random(5);
+  std::ranges::generate(varied, [&] { return static_cast<char>(random()); });
+  const struct {
+    std::string text;
+    bool is_sound;
+  } rows[] = {{std::string(limits::kExpansionFloor, 'x'), true},
+              {std::string(limits::kExpansionFloor + 1, 'x'), false},
+              {std::string(limits::kExpansionFloor + 1, 'x') + varied, true}};
+  for (const auto& [text, is_sound] : rows) {
+    const std::string frame = lz4_frame(text);
+    support::MemorySource inner = source_of(frame);
+    ExpandedSource source(inner, "T");
+    std::string got(text.size(), '?');
+    EXPECT_EQ(source.read(got.data(), got.size()), is_sound ? text.size() : limits::kExpansionFloor);
+    source.set_position(text.size() + 5);
+    for (const auto& use : std::initializer_list<std::function<void()>>{
+             [&] { (void)source.size(); }, [&] { source.read(got.data(), 1); },
+             [&] {
+               if (const auto file = expand_to_temporary_file(inner, "T", frame.size()); file.failure)
+                 throw *file.failure;
+             }}) {
+      if (is_sound) {
+        EXPECT_NO_THROW(use());
+      } else {
+        EXPECT_THROW(use(), support::ErrorEscape);
+      }
+    }
+  }
 }
 
 }  // namespace

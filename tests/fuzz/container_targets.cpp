@@ -109,7 +109,7 @@ void run_lz4_stream(std::string_view input) {
   });
   if (selector < 18 * 13) return;  // writing a file costs time
   inner.set_position(0);
-  attempt([&] { expand_to_temporary_file(inner, "fuzzed"); });
+  attempt([&] { expand_to_temporary_file(inner, "fuzzed", inner.size()); });
 }
 
 void run_toggle_stream(std::string_view input) {
