@@ -34,6 +34,7 @@ ElementRecord stream_stats(const StorageElement& stream) {
 
 std::size_t read_source(const StorageElement& stream, support::ByteSource& source, void* buffer,
                         std::size_t count) {
+  show_call("CFI__read_from_stream", stream, count);
   return converting_errors("reading from stream", stream, [&] { return source.read(buffer, count); });
 }
 

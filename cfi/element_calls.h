@@ -1,6 +1,8 @@
 #pragma once
 
+#include <concepts>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "cfi/diagnostics_channels.h"
@@ -18,6 +20,12 @@ inline void show_call(const char* function, const StorageElement& element, std::
   if (!cfi_storage_channel().enabled()) return;
   cfi_storage_channel().print("%s: %s%s%s\n", function, support::printable(element.path()).c_str(),
                               detail.empty() ? "" : " ", support::printable(detail).c_str());
+}
+
+/// The same for a call with a number: bytes, a position or a distance.
+template <std::integral Number>
+void show_call(const char* function, const StorageElement& element, Number number) {
+  if (cfi_storage_channel().enabled()) show_call(function, element, std::string_view(std::to_string(number)));
 }
 
 /// What goes wrong in a compound file is reported by what was being done, as the maker's format has its own

@@ -1,5 +1,8 @@
 #include "cfi/flat/cfi_calls.h"
 
+#include <algorithm>
+#include <cstddef>
+
 #include "cfi/cfi_error_codes.h"
 #include "cfi/element_path.h"
 #include "support/assertion.h"
@@ -9,13 +12,19 @@ namespace VRX::System::CFI {
 
 namespace {
 
-constexpr std::size_t kLongestLimitedName = 31;
+constexpr std::ptrdiff_t kLongestLimitedName = 31;
+
+/// Of UTF-8: the bytes that do not continue a character. For the assertion.
+[[maybe_unused]] std::ptrdiff_t character_count(std::string_view text) {
+  return std::ranges::count_if(text,
+                               [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80; });
+}
 
 }  // namespace
 
 void check_child_name(const Storage& storage, std::string_view name) {
   check_name(name);
-  if (storage.root().limits_names) VRII_ASSERT(name.size() <= kLongestLimitedName);
+  if (storage.root().limits_names) VRII_ASSERT(character_count(name) <= kLongestLimitedName);
 }
 
 ElementId existing_child(const Storage& storage, std::string_view name, ElementType type, AccessMode mode) {

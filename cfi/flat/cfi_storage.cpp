@@ -87,13 +87,18 @@ std::size_t CFI__read_from_stream(CFI_stream_t stream, std::size_t count, void* 
   return read_source(*stream, stream->source(), buffer, count);
 }
 
-std::uint64_t CFI_ask_stream_current_pos(CFI_stream_t stream) { return stream->source().position(); }
+std::uint64_t CFI_ask_stream_current_pos(CFI_stream_t stream) {
+  show_call("CFI_ask_stream_current_pos", *stream);
+  return stream->source().position();
+}
 
 void CFI__set_stream_absolute_pos(CFI_stream_t stream, std::uint64_t position) {
+  show_call("CFI__set_stream_absolute_pos", *stream, position);
   set_position(*stream, position);
 }
 
 void CFI_set_stream_relative_pos(CFI_stream_t stream, std::int64_t distance) {
+  show_call("CFI_set_stream_relative_pos", *stream, distance);
   // Positions stay below 2^63, so that the sum cannot wrap past a negative one.
   set_position(*stream, stream->source().position() + static_cast<std::uint64_t>(distance));
 }

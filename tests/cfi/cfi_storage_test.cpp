@@ -4,8 +4,10 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 
 #include "cfi/cfi_error_codes.h"
+#include "tests/support/captured.h"
 #include "tests/support/container_builder.h"
 #include "tests/support/program_runner.h"
 
@@ -95,6 +97,19 @@ TEST_F(CfiStorage, RaisesNumberedErrors) {
   };
   for (const auto& row : rows) EXPECT_EQ(failure_of(row.call), row.failure);
 }
+
+#ifndef NDEBUG
+TEST_F(CfiStorage, LimitsNamesByTheirCharacters) {
+  const OwnedStorage root(CFI_open_storage_file(name, "R", "limit_names"));
+  std::string longest;
+  for (int i = 0; i < 31; ++i) longest += "\u00E9";
+  for (const auto& [child, is_short] : {std::pair(longest, true), std::pair(longest + "x", false)}) {
+    const test_support::Output shown =
+        test_support::captured([&] { CFI_ask_if_storage_child_exists(root.get(), child); });
+    EXPECT_EQ(shown.err.empty(), is_short) << child;
+  }
+}
+#endif
 
 TEST_F(CfiStorage, CountsTheHandlesOfAFile) {
   CFI_storage_t first = CFI_open_storage_file(name, "R");
