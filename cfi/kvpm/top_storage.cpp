@@ -66,12 +66,26 @@ std::optional<ElementId> TopStorage::find_loaded(std::string_view path) const {
 std::optional<ElementId> TopStorage::find(std::string_view path) {
   thread_check_.require_own_thread();
   std::optional<ElementId> found = find_loaded(path);
-  if (!found && !footer_is_loaded() && !HeaderPaths::standard().contains(version_, path)) {
+  if (found) return found;
+  if (HeaderPaths::standard().contains(version_, path)) {
+    found = index_.find_implied(path);
+    if (found || footer_is_loaded() || !load_sound_footer()) return found;
+  } else {
     load_footer();
-    found = find_loaded(path);
   }
-  if (!found) found = index_.find_implied(path);
-  return found;
+  found = find_loaded(path);
+  return found ? found : index_.find_implied(path);
+}
+
+/// For a path that belongs in the header: a damaged footer index says nothing of it.
+bool TopStorage::load_sound_footer() {
+  try {
+    load_footer();
+    return true;
+  } catch (const support::ErrorEscape& failure) {
+    if (failure.code() == kSystemCallFailed) throw;
+    return false;
+  }
 }
 
 std::int64_t TopStorage::fast_load_end() const {

@@ -35,8 +35,9 @@ class TopStorage {
   /// loaded streams whose header-path number is 1 to 5, 0 when there is none.
   std::int64_t fast_load_end() const;
 
-  /// The element of a full path. A path that is not listed so far loads the footer index, unless it is a
-  /// header path of the version. Raises what `load_footer` raises.
+  /// The element of a full path. A path that is not listed so far loads the footer index, and raises what
+  /// `load_footer` raises. A header path of the version only loads it when no listed path implies it either,
+  /// and is not there when the footer index is damaged.
   std::optional<ElementId> find(std::string_view path);
 
   /// Reads the footer index unless that has been done, or there is none. A failure is remembered and raised
@@ -56,6 +57,7 @@ class TopStorage {
 
   void read_fixed_header(FileContainer& in);
   void read_footer_index();
+  bool load_sound_footer();
   std::optional<ElementId> find_loaded(std::string_view path) const;
 
   FileChannel& channel_;

@@ -209,8 +209,8 @@ TEST(KvpmReading, ShowsItsReadingOnTheDiagnosticsChannels) {
   const test_support::TemporaryFolder folder;
   small_container(6).write(folder.path() / "part.prt");
   const auto shown = [&](const char* channels) {
-    return test_support::run_program({"-storages", "part.prt"}, folder.path(),
-                                     {std::string("VRII_DISPLAY_DEBUG=") + channels})
+    return test_support::run_program({"-storages", "-extract_stream", "images2/a", "out", "part.prt"},
+                                     folder.path(), {std::string("VRII_DISPLAY_DEBUG=") + channels})
         .err;
   };
   const std::string io = shown("structured_storage_io");
@@ -220,6 +220,7 @@ TEST(KvpmReading, ShowsItsReadingOnTheDiagnosticsChannels) {
   const std::string calls = shown("cfi_storage,structured_storage");
   EXPECT_NE(calls.find("CFI_open_storage_file: /Root part.prt\n"), std::string::npos) << calls;
   EXPECT_NE(calls.find("part.prt: footer index with 3 entries\n"), std::string::npos);
+  EXPECT_NE(calls.find("CFI__read_from_stream: /Root/images2/a "), std::string::npos);
 }
 
 TEST(KvpmReading, MakesStoragesOfPathPrefixes) {
@@ -237,6 +238,24 @@ TEST(KvpmReading, MakesStoragesOfPathPrefixes) {
   EXPECT_EQ(opened.listing(*opened.find({"a"})), "b/ ");
   EXPECT_EQ(opened.file.record(*opened.find({"a"})).class_id, ClassId());
   EXPECT_EQ(opened.file.node(*opened.find({"a", "b"})).area, IndexArea::footer);
+}
+
+TEST(KvpmReading, FindsAHeaderPathThatOnlyTheFooterTellsOf) {
+  // A storage that is listed nowhere, and a stream that stands in the wrong index.
+  ContainerDamage damage(ContainerBuilder()
+                             .stream("/Root/images/thumb", "small")
+                             .stream("/Root/part/attrs", "a")
+                             .area("/Root/part/attrs", IndexArea::footer)
+                             .bytes());
+  damage.put(damage.bytes().find("/Root/images/"), "/Root/imagez/").fix_checksums();
+  for (const bool listed_before : {false, true}) {
+    Opened opened(damage.bytes());
+    if (listed_before) list_root(opened);
+    EXPECT_EQ(opened.find({"images"}).has_value(), true) << listed_before;
+    EXPECT_EQ(opened.read({"images", "thumb"}), "small") << listed_before;
+  }
+  Opened opened(damage.bytes());
+  EXPECT_EQ(opened.read({"part", "attrs"}), "a");
 }
 
 TEST(KvpmReading, KnowsAStorageAgainThatTheFooterLists) {
