@@ -13,7 +13,7 @@ namespace VRX::System::CFI::compound {
 //                                 24     2  minor version
 //                                 26     2  major version: 3 or 4
 //                                 28     2  byte order mark FFFE
-//                                 30     2  sector shift: 9 or 12; writers use 9 in version 3, 12 in version 4
+//                                 30     2  sector shift: 9 or 12 (usual: version 3, 4)
 //                                 32     2  mini sector shift: 6
 //                                 34     6  reserved
 //                                 40     4  number of directory sectors (0 in version 3)
