@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -111,6 +112,9 @@ class ChannelSource final : public support::ByteSource {
   }
   void set_position(std::uint64_t position) override;
   std::uint64_t size() const override { return size_; }
+  std::uint64_t available() const override {
+    return std::min(size_, channel_.size() - std::min(offset_, channel_.size()));
+  }
 
  private:
   bool borrow();

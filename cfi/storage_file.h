@@ -12,15 +12,16 @@
 #include "cfi/element.h"
 #include "cfi/file_channel.h"
 #include "support/byte_source.h"
+#include "support/part_signature.h"
 
 namespace VRX::System::CFI {
 
 /// What the first 8 bytes of a file say.
 enum class FileKind { flat, kvpm, microsoft };
 
-inline constexpr std::size_t kSignatureSize = 8;
-inline constexpr std::string_view kKvpmSignature = "KVPMSSTR";
-inline constexpr std::string_view kMicrosoftSignature{"\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", kSignatureSize};
+using support::kKvpmSignature;
+using support::kMicrosoftSignature;
+using support::kSignatureSize;
 
 FileKind recognise(FileChannel& channel);
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
@@ -23,11 +24,11 @@ class PartContainer {
   /// Of the open file.
   support::FileIdentity identity() const { return channel_->identity(); }
 
+  /// Bytes of the file on disk, when it was opened.
+  std::uint64_t file_size() const { return channel_->size(); }
+
   /// True once a read has found the file shorter than it was when it was opened.
   bool has_shrunk() const { return channel_ != nullptr && channel_->has_shrunk(); }
-
-  /// Bytes of the file on disk.
-  std::uint64_t stored_length() const { return channel_->size(); }
 
   /// How many sources over the file live: streams that were opened and not let go of.
   std::size_t open_source_count() const { return channel_ != nullptr ? channel_->user_count() : 0; }

@@ -39,6 +39,12 @@ using support::print_message;
 /// Named by VRII_DISPLAY_DEBUG, what only a developer wants to hear of a part is reported too.
 constexpr const char* kDevelopmentWarnings = "development_warnings";
 
+/// Those of all files of the run.
+WrittenBodies& written_bodies() {
+  static WrittenBodies bodies;
+  return bodies;
+}
+
 /// The steps of one file, in their order.
 class PartFileDriver {
  public:
@@ -118,11 +124,11 @@ bool PartFileDriver::open() {
     }
     container_.open(file_.name);
     file_.identity = container_.identity();
-    file_.stored_length = container_.stored_length();
     file_.container = container_.storage_file();
     report_damage();
     file_.stream = container_.open_part_stream();
     file_.file_length = file_.stream->size();
+    file_.disk_length = container_.file_size();
     opened_ = true;
     return true;
   } catch (const ErrorEscape& escape) {
@@ -213,7 +219,8 @@ void PartFileDriver::report_content() {
   if (options_.feature_toggle_info) attempt([this] { print_feature_toggles(); });
   if (options_.extract_jt) {
     for (const char* name : {"JT", "DisplayJT"}) {
-      visit_named_stream(file_, name, [&](auto& source) { list_jt_bodies(file_, source, name); });
+      visit_named_stream(file_, name,
+                         [&](auto& source) { list_jt_bodies(file_, source, name, &written_bodies()); });
     }
   }
 }

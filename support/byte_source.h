@@ -27,6 +27,10 @@ class ByteSource {
 
   virtual std::uint64_t size() const = 0;
 
+  /// Bytes that can really be there: the size, which an index may have listed as anything, cut to what lies
+  /// below the source. Limits are derived from it.
+  virtual std::uint64_t available() const { return size(); }
+
   /// As read(), but what lies ready is taken without a virtual call: for readers that take a field, or a
   /// byte, at a time.
   std::size_t take(void* destination, std::size_t count) {

@@ -97,6 +97,10 @@ inline constexpr std::size_t kChainHeads = 1'000'000;
 /// ones do not overlap; those of objects are read once for the filing history and once for their listing.
 inline constexpr std::uint64_t kReadsOfAllBytes = 8;
 
+/// Bytes that all deflated data of a part may expand to, by the bytes of the file: what one byte can expand
+/// to at best. Only framing, which is an expansion of its own, or data that overlap can come to more.
+inline constexpr std::uint64_t kDeflateRatio = 1032;
+
 /// The same for one object-manager partition.
 inline constexpr std::uint64_t kReadsInOnePartition = 2;
 
@@ -104,6 +108,14 @@ inline constexpr std::uint64_t kReadsInOnePartition = 2;
 /// byte or none, and prints a line or two; a framed part stream has up to 255 bytes for one on disk. Sound
 /// parts have a field in two bytes and more, and frames make them smaller by a few times only.
 inline constexpr std::uint64_t kTracedFieldsPerByte = 8;
+
+/// JT bodies that are written: so many, and one more for so many bytes of the file. A table may be framed,
+/// and an output costs far more than its entry.
+inline constexpr std::uint64_t kJtBodies = 1000;
+inline constexpr std::uint64_t kBytesOfJtBody = 4;
+
+/// Outputs of JT bodies whose names are remembered, to tell when one replaces another.
+inline constexpr std::size_t kRememberedBodies = 200'000;
 
 /// Bytes of an output's name with what extraction adds to it: the longest that the interface takes.
 inline constexpr std::size_t kOutputNameBytes = 3469;

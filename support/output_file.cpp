@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "support/console.h"
+#include "support/part_signature.h"
 #include "support/printable.h"
 #include "support/program.h"
 
@@ -26,6 +27,12 @@ bool is_pipe_or_device(const char* name) {
   return ::stat(name, &found) == 0 && !S_ISREG(found.st_mode);
 }
 
+/// Null when the file may be written.
+const char* reason_to_refuse(const std::string& name, const FileIdentity& part) {
+  if (is_same_file(name, part)) return "is the part file itself";
+  return is_part_file(name) ? "is a part file, which is never written over" : nullptr;
+}
+
 int create(const char* name) { return ::open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666); }
 
 }  // namespace
@@ -33,6 +40,7 @@ int create(const char* name) { return ::open(name, O_WRONLY | O_CREAT | O_TRUNC 
 OutputFile::OutputFile(OutputFile&& other) noexcept
     : shown_name_(std::move(other.shown_name_)),
       descriptor_(std::exchange(other.descriptor_, -1)),
+      refused_(other.refused_),
       unfinished_(std::move(other.unfinished_)) {}
 
 OutputFile::~OutputFile() {
@@ -42,8 +50,13 @@ OutputFile::~OutputFile() {
   close();
 }
 
-bool OutputFile::open(const std::string& name) {
+bool OutputFile::open(const std::string& name, const FileIdentity& part) {
   shown_name_ = printable(name);
+  if (const char* reason = reason_to_refuse(name, part)) {
+    refused_ = true;
+    print_message("%s: output file %s %s\n", program_name(), shown_name_.c_str(), reason);
+    return false;
+  }
   if (is_pipe_or_device(name.c_str())) {
     descriptor_ = create(name.c_str());
     return is_open();

@@ -21,9 +21,10 @@ struct FileIdentity {
 /// True when `name` exists and is the file of `identity`, under whatever name.
 bool is_same_file(const std::string& name, const FileIdentity& identity);
 
-/// A file written from its start by an extraction (mode "wb"): unbuffered, so callers write large pieces. A
-/// named one that ends before it was closed, because an error came between, is told on standard error to be
-/// incomplete; a signal removes it.
+/// A file written from its start by an extraction (mode "wb"): unbuffered, so callers write large pieces. No
+/// part is ever written over: the rule is here, so that no extraction can forget it. A named one that ends
+/// before it was closed, because an error came between, is told on standard error to be incomplete; a signal
+/// removes it.
 class OutputFile {
  public:
   OutputFile() = default;
@@ -35,8 +36,13 @@ class OutputFile {
   OutputFile& operator=(OutputFile&&) = delete;
   ~OutputFile();
 
-  /// Creates or empties the file; false (and errno) when that fails. Once only.
-  bool open(const std::string& name);
+  /// Creates or empties the file; false (and errno) when that fails. Once only. A file that is a part,
+  /// whatever it holds, and `part`, the file that is being read, under whatever name, is refused before it is
+  /// touched: false, and standard error tells why.
+  bool open(const std::string& name, const FileIdentity& part = {});
+
+  /// True when open() refused the file.
+  bool was_refused() const { return refused_; }
   bool is_open() const { return descriptor_ >= 0; }
 
   /// False when not all bytes could be written.
@@ -51,6 +57,7 @@ class OutputFile {
  private:
   std::string shown_name_;  ///< made at the start: at the end there may be no memory for it
   int descriptor_ = -1;
+  bool refused_ = false;
   UnfinishedOutput unfinished_;
 };
 

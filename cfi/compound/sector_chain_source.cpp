@@ -7,7 +7,8 @@ namespace VRX::System::CFI {
 SectorChainSource::SectorChainSource(SectorAllocationTable& table, std::uint32_t first, std::uint64_t size)
     : user_(table.channel().user()),
       chain_(table, first, table.header().sectors_for(size)),
-      size_(std::min(size, chain_.capacity())) {
+      size_(std::min(size, chain_.capacity())),
+      channel_(table.channel()) {
   chain_.require_no_circle("a stream");
 }
 

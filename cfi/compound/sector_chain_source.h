@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "cfi/compound/sector_chain.h"
@@ -19,11 +20,13 @@ class SectorChainSource final : public support::ByteSource {
 
   /// The recorded size, or what the chain has room for when that is less.
   std::uint64_t size() const override { return size_; }
+  std::uint64_t available() const override { return std::min(size_, channel_.size()); }
 
  private:
   FileChannel::User user_;
   SectorChain chain_;
   std::uint64_t size_;
+  const FileChannel& channel_;
   std::uint64_t position_ = 0;
 };
 

@@ -47,11 +47,10 @@ support::ErrorEscape failure(std::string message) {
 }
 
 void open_output(const std::string& name, const support::FileIdentity& part, support::OutputFile& output) {
-  if (support::is_same_file(name, part)) {
-    throw failure(support::format_text("can not open output file %s", support::printable(name).c_str()));
-  }
-  if (!output.open(name))
-    throw failure(support::format_text("can not open %s\n", support::printable(name).c_str()));
+  if (output.open(name, part)) return;
+  const std::string shown = support::printable(name);
+  if (output.was_refused()) throw failure(support::format_text("can not open output file %s", shown.c_str()));
+  throw failure(support::format_text("can not open %s\n", shown.c_str()));
 }
 
 support::ErrorEscape incomplete(const char* reason, const std::string& output_name) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -69,6 +70,14 @@ struct InspectFile {
   InspectFile(const InspectOptions& the_options, std::string file_name)
       : options(the_options), name(std::move(file_name)), shown_name(support::printable(name)) {}
 
+  /// Bytes that the part stream really has: limits are derived from it, not from a listed length.
+  std::uint64_t bytes_there() const {
+    return stream ? std::min(file_length, stream->available()) : file_length;
+  }
+
+  /// The same of the file on disk, which a framed part stream may exceed many times over.
+  std::uint64_t stored_bytes() const { return disk_length != 0 ? disk_length : bytes_there(); }
+
   const InspectOptions& options;
   std::string name;                ///< as given on the command line
   std::string shown_name;          ///< the same, fit for a terminal
@@ -81,7 +90,8 @@ struct InspectFile {
   support::FileIdentity identity;    ///< of the part file itself: no output may be it
 
   std::unique_ptr<support::ByteSource> stream;         ///< the part stream; null until opened
-  std::uint64_t file_length = 0;                       ///< of the part stream
+  std::uint64_t file_length = 0;                       ///< of the part stream, as listed
+  std::uint64_t disk_length = 0;                       ///< of the file on disk; 0 when unknown
   VRX::System::CFI::StorageFile* container = nullptr;  ///< null for a flat file
   bool swap_bytes = false;                             ///< the file's byte order is not the machine's
   bool has_markers = false;                            ///< 4-byte markers before partitions, and an index
@@ -103,13 +113,13 @@ struct InspectFile {
   std::optional<std::size_t> version_source;     ///< number of the partition that kernel_version is from
   std::size_t lender_search_start = 0;           ///< no partition before it can lend a Brepsolid header
   std::uint64_t checked_bytes = 0;               ///< partition bytes that checks and extractions have read
+  std::uint64_t inflated_bytes = 0;              ///< expanded in the pass over the partitions that goes on
   std::uint64_t object_bytes = 0;                ///< the same of object-manager partitions; see ObjectReading
   std::uint64_t field_bytes = 0;                 ///< bytes of all fields read so far
   std::uint64_t field_limit = UINT64_MAX;        ///< of field_bytes
   std::uint64_t traced_fields = 0;               ///< trace lines that name a field
   std::uint64_t object_fields = 0;               ///< the same of object-manager partitions
   std::uint64_t traced_limit = UINT64_MAX;       ///< of traced_fields
-  std::uint64_t stored_length = UINT64_MAX;      ///< of the file itself; below file_length when it is framed
   std::size_t partition_memory = 0;              ///< bytes that the partitions take once all are read
   std::map<std::int32_t, std::int32_t> sources;  ///< partition id to source partition id, for output names
   bool development_warnings = false;             ///< those of VRII_DISPLAY_DEBUG

@@ -9,10 +9,11 @@ namespace inspect {
 
 ObjectReading::ObjectReading(InspectFile& file)
     : file_(file), start_(file.field_bytes), trace_start_(file.traced_fields) {
-  const std::uint64_t all = limits::kReadsOfAllBytes * file.file_length;
+  const std::uint64_t all = limits::kReadsOfAllBytes * file.bytes_there();
   const std::uint64_t left = all - std::min(all, file.object_bytes);
-  file.field_limit = start_ + std::min(left, limits::kReadsInOnePartition * file.file_length);
-  const std::uint64_t fields = limits::kTracedFieldsPerByte * std::min(file.stored_length, file.file_length);
+  file.field_limit = start_ + std::min(left, limits::kReadsInOnePartition * file.bytes_there());
+  const std::uint64_t fields =
+      limits::kTracedFieldsPerByte * std::min(file.stored_bytes(), file.bytes_there());
   file.traced_limit = trace_start_ + (fields - std::min(fields, file.object_fields));
 }
 

@@ -9,6 +9,7 @@
 #include "inspect/records/traced_readers.h"
 #include "support/console.h"
 #include "support/limits.h"
+#include "support/part_signature.h"
 
 namespace inspect {
 
@@ -16,7 +17,6 @@ namespace {
 
 constexpr std::uint16_t kFullHeaderWords = 269;
 constexpr std::uint16_t kStampHeaderWords = 12;
-constexpr std::uint16_t kShortHeaderWords = 10;
 constexpr std::int16_t kEntityChainWords = 481;
 constexpr std::int32_t kUnknownCodeset = 28;
 
@@ -106,7 +106,7 @@ class HeaderWords {
 };
 
 bool is_header_count(std::uint16_t count) {
-  return count == kShortHeaderWords || count == kStampHeaderWords || count == kFullHeaderWords;
+  return std::ranges::find(support::kPartHeaderCounts, count) != support::kPartHeaderCounts.end();
 }
 
 /// The byte order follows from the count: one that is valid only when its bytes are exchanged tells that

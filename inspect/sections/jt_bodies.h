@@ -1,6 +1,7 @@
 #pragma once
 
 #include "inspect/records/inspect_file.h"
+#include "inspect/sections/written_bodies.h"
 #include "support/byte_source.h"
 
 namespace inspect {
@@ -15,7 +16,9 @@ namespace inspect {
 ///        the bodies, in the order of the table; the last one ends with the stream
 ///
 /// What is wrong with single bodies or their files is reported and marks the file failed; the other bodies
-/// are still written. Raises the stream's own errors.
-void list_jt_bodies(InspectFile& file, support::ByteSource& stream, const char* stream_name);
+/// are still written. `written` is that of the run; without it the table is listed only. Raises the stream's
+/// own errors.
+void list_jt_bodies(InspectFile& file, support::ByteSource& stream, const char* stream_name,
+                    WrittenBodies* written = nullptr);
 
 }  // namespace inspect

@@ -35,7 +35,7 @@ void skip_ints(InspectFile& file, bool trace, std::int32_t count, std::uint64_t 
   if (count <= 0) return;
   const std::uint64_t bytes = static_cast<std::uint64_t>(count) * 4 * arrays;
   const std::uint64_t position = current_position(file);
-  if (position > file.file_length || bytes > file.file_length - position) {
+  if (position > file.bytes_there() || bytes > file.bytes_there() - position) {
     inspect_error(file, "unexpected end of file");
   }
   move_to(trace, file, position + bytes);

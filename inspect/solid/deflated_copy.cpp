@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "inspect/records/inspect_errors.h"
+#include "support/limits.h"
 
 namespace inspect {
 
@@ -42,6 +43,7 @@ DeflatedResult DeflatedCopy::run(std::uint64_t stored_length) {
       const auto stored = bulk.first(std::min(bulk.size(), kInputPiece));
       bulk = bulk.subspan(stored.size());
       state = bulk.empty() && pieces.remaining() == 0 ? expand_last(stored) : expand(stored);
+      charge();
     }
   }
   result.error = state == Z_STREAM_END ? Z_OK : state;
@@ -86,6 +88,15 @@ int DeflatedCopy::expand_last(std::span<const unsigned char> stored) {
   }
 }
 
+void DeflatedCopy::charge() {
+  file_.inflated_bytes += inflate_.produced() - input_start_;
+  const std::uint64_t length = file_.stored_bytes();
+  if (file_.inflated_bytes / limits::kDeflateRatio > length) {
+    inspect_error(file_, "Brepsolid data expand to more than %d times the size of the file",
+                  static_cast<int>(limits::kDeflateRatio));
+  }
+}
+
 int DeflatedCopy::expand_into(std::size_t room) {
   return inflate_.expand({buffer_.get() + (inflate_.produced() - written_), room});
 }
@@ -93,7 +104,8 @@ int DeflatedCopy::expand_into(std::size_t room) {
 /// A fault right behind a full piece is met by the very call of inflate that fills the piece, unless that
 /// call used up its input first; the piece is lost with it.
 bool DeflatedCopy::is_piece_lost() const {
-  return inflate_.produced() % kOutputPiece == 0 && inflate_.produced() > input_start_;
+  return inflate_.produced() % kOutputPiece == 0 && inflate_.produced() > input_start_ &&
+         !inflate_.lacks_history();
 }
 
 void DeflatedCopy::write_pieces(std::uint64_t up_to) { write(up_to / kOutputPiece * kOutputPiece); }

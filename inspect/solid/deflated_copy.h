@@ -27,13 +27,15 @@ class DeflatedCopy {
   /// Raises inspect_error "failed to initialise decompressor".
   DeflatedCopy(InspectFile& file, TransmitFile* output);
 
-  /// Copies the stored bytes at the stream's position and leaves the stream behind them.
+  /// Copies the stored bytes at the stream's position and leaves the stream behind them. Raises inspect_error
+  /// when the deflated data of the part expand to more than one stage of expansion can do.
   DeflatedResult run(std::uint64_t stored_length);
 
  private:
   int expand(std::span<const unsigned char> stored);
   int expand_last(std::span<const unsigned char> stored);
   int expand_into(std::size_t room);
+  void charge();
   bool is_piece_lost() const;
   void write_pieces(std::uint64_t up_to);
   void write(std::uint64_t up_to);

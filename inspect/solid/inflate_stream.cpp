@@ -1,6 +1,7 @@
 #include "inspect/solid/inflate_stream.h"
 
 #include <new>
+#include <string_view>
 
 namespace inspect {
 
@@ -40,6 +41,10 @@ int InflateStream::expand(std::span<unsigned char> room) {
   if (result == Z_MEM_ERROR) throw std::bad_alloc();
   produced_ += room.size() - stream_.avail_out;
   return result;
+}
+
+bool InflateStream::lacks_history() const {
+  return stream_.msg != nullptr && std::string_view(stream_.msg) == "invalid distance too far back";
 }
 
 std::uint32_t InflateStream::checksum() const {

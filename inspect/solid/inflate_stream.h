@@ -28,6 +28,10 @@ class InflateStream {
   /// bad_alloc when it lacks memory, which is no fault of the bytes.
   int expand(std::span<unsigned char> room);
 
+  /// True when the fault is a reference to bytes before the stream, the one that inflate looks for only when
+  /// it has room to write.
+  bool lacks_history() const;
+
   std::uint64_t produced() const { return produced_; }
 
   /// Adler-32 of the bytes produced; inflate keeps it up to date.

@@ -15,7 +15,7 @@ constexpr std::size_t kBulkSize = std::size_t{256} * 1024;
 
 std::uint64_t bytes_left(const InspectFile& file) {
   const std::uint64_t position = current_position(file);
-  return position < file.file_length ? file.file_length - position : 0;
+  return file.bytes_there() - std::min(position, file.bytes_there());
 }
 
 std::string label_of(RunKind kind, std::size_t size, std::uint64_t remaining) {
@@ -43,7 +43,7 @@ PieceReader::PieceReader(InspectFile& file, RunKind kind, std::uint64_t length)
           std::min<std::uint64_t>(length, file.options.trace ? piece_size(kind) : kBulkSize))),
       buffer_(std::make_unique_for_overwrite<unsigned char[]>(capacity_)) {
   file.checked_bytes += std::min(length, bytes_left(file));
-  if (file.checked_bytes / limits::kReadsOfAllBytes > file.file_length) {
+  if (file.checked_bytes / limits::kReadsOfAllBytes > file.bytes_there()) {
     inspect_error(file, "partitions overlap: together they are more than %d times as large as the file",
                   static_cast<int>(limits::kReadsOfAllBytes));
   }

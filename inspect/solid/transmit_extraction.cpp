@@ -150,6 +150,7 @@ std::int32_t linked_id(const PartitionEntry& entry) {
 
 /// Bodies first, deltas in a pass of their own.
 bool run_all(InspectFile& file, CopyMode mode) {
+  file.inflated_bytes = 0;
   Extractor extractor(file, mode);
   bool sound = true;
   for (const PartitionSet set : {kExtractAllSet, kExtractAllLastSet}) {
@@ -172,6 +173,7 @@ bool run_all(InspectFile& file, CopyMode mode) {
 std::int32_t extract_partition(InspectFile& file, std::int32_t id) {
   Extractor extractor(file, extraction_mode(file.options));
   const PartitionsById partitions(file);
+  file.inflated_bytes = 0;
   std::set<std::int32_t> seen;
   std::int32_t settled = id;
   for (std::int32_t wanted = id; wanted != 0;) {

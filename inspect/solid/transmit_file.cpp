@@ -10,7 +10,7 @@
 namespace inspect {
 
 TransmitFile::TransmitFile(InspectFile& file, std::string name) : file_(file), name_(std::move(name)) {
-  if (support::is_same_file(name_, file_.identity) || !output_.open(name_)) {
+  if (!output_.open(name_, file_.identity)) {
     inspect_error(file_, "can not open output file %s", support::printable(name_).c_str());
   }
 }

@@ -13,7 +13,7 @@ namespace inspect {
 class TransmitFile {
  public:
   /// Creates or empties the file. Raises inspect_error "can not open output file %s" when that fails and when
-  /// the name leads to the part file itself.
+  /// the file is a part.
   TransmitFile(InspectFile& file, std::string name);
 
   const std::string& name() const { return name_; }

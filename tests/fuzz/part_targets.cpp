@@ -66,7 +66,8 @@ void run_jt_stream(std::string_view input) {
   Selector selector(input);
   PartReading part{std::string(input)};
   part.options.extract_jt = selector.next(8) == 1;
-  attempt(part.file, [&] { list_jt_bodies(part.file, *part.file.stream, "JT"); });
+  WrittenBodies written;
+  attempt(part.file, [&] { list_jt_bodies(part.file, *part.file.stream, "JT", &written); });
 }
 
 void run_part_index(std::string_view input) {

@@ -133,7 +133,7 @@ TEST_F(PartitionPrinters, ATraceIsBoundedByTheFileOnDisk) {
   part.add(object_partition(1, 7, ObjectPlan{}));
   for (const std::uint64_t length : {1, 100}) {
     OpenedPart opened(part.build());
-    opened.file.stored_length = length;  // a frame that expands far
+    opened.file.disk_length = length;  // a frame that expands far
     opened.options.trace = true;
     const std::string out = listings_of(opened);
     EXPECT_EQ(out.find("object-manager data overlap") != std::string::npos, length == 1);

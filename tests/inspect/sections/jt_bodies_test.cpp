@@ -46,7 +46,7 @@ class JtBodies : public testing::Test {
   std::string list(support::ByteSource& source, const char* name = "JT") {
     const auto output = test_support::captured([&] {
       try {
-        inspect::list_jt_bodies(file_, source, name);
+        inspect::list_jt_bodies(file_, source, name, &written_);
       } catch (const support::ErrorEscape& escape) {
         inspect::report_escape(file_, escape);
       }
@@ -72,6 +72,7 @@ class JtBodies : public testing::Test {
     return options;
   }();
   inspect::InspectFile file_{options_, "a.prt"};
+  inspect::WrittenBodies written_;
   std::string errors_;
 };
 
@@ -177,6 +178,7 @@ TEST_F(JtBodies, CountsExpandedBytesOfAFramedStream) {
   const std::string cut = frame.substr(0, frame.size() - 1);
   support::MemorySource cut_inner(std::as_bytes(std::span(cut)));
   VRX::System::CFI::ExpandedSource damaged(cut_inner, "JT");
+  file_.disk_length = cut.size();
   EXPECT_NE(list(damaged).find(" 2 "), std::string::npos);
   EXPECT_NE(errors_.find("compressed stream JT ends with status 1020023"), std::string::npos) << errors_;
   EXPECT_TRUE(file_.failed);

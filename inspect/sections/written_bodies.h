@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace inspect {
+
+/// The JT bodies that a run has written. The output of a body is named by half of its id, and all parts of
+/// the run write into one folder: a later body may take the name of an earlier one.
+class WrittenBodies {
+ public:
+  /// Notes that the output `name` now holds the body `id` of that part; tells on standard error which body is
+  /// lost by that. Of very many outputs the last are not remembered.
+  void note(const std::string& name, std::uint64_t id, const std::string& part_name);
+
+ private:
+  struct Body {
+    std::uint64_t id = 0;
+    std::size_t part = 0;  ///< index into the part names
+  };
+
+  std::map<std::string, Body, std::less<>> bodies_;
+  std::vector<std::string> part_names_;
+};
+
+}  // namespace inspect
