@@ -3,7 +3,9 @@
 #include <sys/wait.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -114,6 +116,32 @@ TEST(Driver, WhatTheKindOfFileDecides) {
     EXPECT_TRUE(has(result.out, c.out)) << c.out << result.out << result.err;
   }
   EXPECT_FALSE(folder.has("out"));
+}
+
+TEST(Driver, ChecksAsOftenAsItIsAskedToAndThenWritesNothing) {
+  const TemporaryFolder folder;
+  const std::string name = "damaged_checksums.prt";
+  std::filesystem::copy_file(std::filesystem::path(VRII_SAMPLES) / name, folder.path() / name);
+  struct Case {
+    std::vector<std::string> switches;
+    int checks;
+  };
+  const Case cases[] = {
+      {{"-check_checksums"}, 1},          {{"-scan"}, 1},
+      {{"-scan", "-check_checksums"}, 1}, {{"-check_checksums", "-extract_all"}, 2},
+      {{"-scan", "-extract_all"}, 2},     {{"-scan", "-check_checksums", "-extract", "13"}, 2},
+  };
+  for (const Case& c : cases) {
+    std::vector<std::string> arguments = c.switches;
+    arguments.push_back(name);
+    const auto result = run_program(arguments, folder.path());
+    EXPECT_EQ(result.status, 1);
+    int checks = 0;
+    const std::string finding = "Saved checksum for compressed brepsolid partition id 13 is ";
+    for (std::size_t at = 0; (at = result.out.find(finding, at)) != std::string::npos; ++at) ++checks;
+    EXPECT_EQ(checks, c.checks) << c.switches.back() << result.out;
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1) << c.switches.back();
+  }
 }
 
 TEST(Driver, AContainerWithoutAPartStreamStillGivesUpItsStreams) {

@@ -53,6 +53,29 @@ TEST_F(StreamExtraction, RefusesWhatCannotBe) {
     EXPECT_NE(extract(path, output_path()), "") << path;
     EXPECT_FALSE(folder_.has("out")) << path;
   }
+  // What begins like a part is one by its container's signature, or by its name.
+  const std::string ole = "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1 and more";
+  const struct {
+    const char* name;
+    std::string bytes;
+    bool refused;
+  } outputs[] = {
+      {"part2", folder_.read("part"), true},
+      {"document", ole, true},
+      {"flat.prt", std::string("\x0A\0...", 5), true},
+      {"big.prt", std::string("\0\x0C...", 5), true},
+      {"cut.PRT", "\x0D\x01", true},
+      {"flat.bin", std::string("\x0A\0...", 5), false},
+      {"text.prt", "no part", false},
+      {"empty.prt", "", false},
+  };
+  for (const auto& output : outputs) {
+    const std::string path = folder_.write(output.name, output.bytes);
+    EXPECT_EQ(extract("top", path), output.refused ? "can not open output file " + path : "") << output.name;
+    EXPECT_EQ(folder_.read(output.name), output.refused ? output.bytes : "top") << output.name;
+  }
+  std::filesystem::create_symlink("flat.prt", folder_.path() / "alias");
+  EXPECT_NE(extract("top", folder_.path() / "alias"), "");
   const std::string link = folder_.path() / "link";
   std::filesystem::create_hard_link(part_, link);
   const std::string before = folder_.read("part");

@@ -138,6 +138,22 @@ TEST_F(JtBodies, BodiesThatGoBackAndForthAreNotCopiedWithoutEnd) {
   }
 }
 
+TEST_F(JtBodies, NamesWhatIsReplacedAndCountsWhatIsTooMuch) {
+  list(jt_stream(9, {{1, "one"}, {0x100000001, "other"}}));
+  EXPECT_EQ(errors_, "vr_inspect: file jt_1.jt of JT body 1 of a.prt is replaced by JT body 4294967297\n");
+  EXPECT_EQ(written("jt_1.jt"), "other");
+  file_.name = "b.prt";
+  list(jt_stream(9, {{1, "third"}}));
+  EXPECT_NE(errors_.find("of JT body 4294967297 of a.prt is replaced"), std::string::npos) << errors_;
+  EXPECT_FALSE(file_.failed);
+
+  list(jt_stream(9, std::vector<Body>(30, {2, "", UINT64_MAX})));
+  EXPECT_NE(errors_.find("20 more JT bodies in the JT stream have an impossible extent"), std::string::npos);
+  EXPECT_EQ(std::ranges::count(errors_, '\n'), 22);
+  list(jt_stream(7, std::vector<Body>(1200, {3, ""})));
+  EXPECT_NE(errors_.find("JT bodies in the JT stream are too many"), std::string::npos);
+}
+
 TEST_F(JtBodies, ReportsWhatCannotBeReadOrWritten) {
   std::filesystem::create_directory("jt_1.jt");
   std::filesystem::create_symlink("/dev/full", "jt_2.jt");

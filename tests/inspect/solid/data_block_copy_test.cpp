@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <functional>
 #include <random>
 
@@ -274,21 +275,46 @@ TEST(DataBlockCopy, WholePiecesBeforeTheEndOfTheFileAreWritten) {
   EXPECT_EQ(read_file("block_10.x_b"), kHeader + std::string(2048, 'p'));
 }
 
+/// Exchanges the first two of the index entries that start there.
+void exchange_entries(std::string& bytes, std::size_t at) {
+  constexpr auto kEntrySize = 20;
+  const auto entry = bytes.begin() + static_cast<std::ptrdiff_t>(at);
+  std::rotate(entry, entry + kEntrySize, entry + 2 * kEntrySize);
+}
+
 /// Latent bodies alone may lack their trailer. Counted from the entry's start, the end of the stored data
-/// must reach the next entry.
+/// must reach the next partition of the file, whatever its place in the index.
 TEST(DataBlockCopy, LatentBodyWithoutTrailer) {
+  enum class Place { last, listed_last, in_front };
   for (const std::int32_t kind : {12, 13}) {
-    for (const bool last : {false, true}) {
+    for (const Place place : {Place::last, Place::listed_last, Place::in_front}) {
       SolidPlan solid{.kind = kind, .header_text = "", .compressed = true};
       solid.block = {.data = sample_data(4000), .trailer = false};
       PartBuilder part = part_with(solid);
       part.tail = "";
-      if (!last) part.add({.id = 20, .type = 10, .bytes = test_support::solid_partition({})});
-      PartSession session(part.build());
+      if (place != Place::last) part.add({.id = 20, .type = 10, .bytes = test_support::solid_partition({})});
+      std::string bytes = part.build();
+      if (place == Place::listed_last) exchange_entries(bytes, 540 + 12);
+      PartSession session(bytes);
       bool sound = false;
       const bool finished = session.read().run([&](auto& file) { sound = check_all_partitions(file); });
       EXPECT_EQ(finished && sound, kind == 12) << session.output().out;
     }
+  }
+}
+
+/// One stage of expansion may come to its own ratio, a framed one besides not to more.
+TEST(DataBlockCopy, ExpandsNoFurtherThanOneStageCan) {
+  const SolidPlan solid{
+      .header_text = "", .block = {.data = std::string(5'000'000, '\0')}, .compressed = true};
+  for (const bool framed : {false, true}) {
+    PartSession session(part_with(solid).build());
+    if (framed) session.file().disk_length = 1000;
+    bool sound = false;
+    const bool finished = session.read().run(
+        [&](auto& file) { sound = check_all_partitions(file) && check_all_partitions(file); });
+    EXPECT_EQ(finished && sound, !framed);
+    EXPECT_EQ(session.output().err.find("expand to more than 1032 times") != std::string::npos, framed);
   }
 }
 
