@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "cfi/tools/wide_byte_counts.h"
+
 // One version of the hot loop for any processor and one for 32-byte vectors, chosen when the program starts.
 #if defined(__x86_64__)
 #define VRII_VECTOR_CLONES [[gnu::target_clones("default", "avx2")]]
@@ -65,6 +67,13 @@ ByteCounts& ByteCounts::operator+=(const ByteCounts& other) {
 }
 
 ByteCounts count_bytes(const unsigned char* bytes, std::size_t count) {
+  if (!has_wide_rows()) return count_bytes_in_lanes(bytes, count);
+  const std::size_t wide = count / kWideRow * kWideRow;
+  ByteCounts total = count_wide_rows(bytes, wide / kWideRow);
+  return total += count_bytes_in_lanes(bytes + wide, count - wide);
+}
+
+ByteCounts count_bytes_in_lanes(const unsigned char* bytes, std::size_t count) {
   ByteCounts total;
   for (std::size_t rows = count / kLanes; rows > 0;) {
     const std::size_t taken = std::min(rows, kMostRows);

@@ -21,4 +21,7 @@ struct ByteCounts {
 /// before the first, or 0 when there is none.
 ByteCounts count_bytes(const unsigned char* bytes, std::size_t count);
 
+/// The same by the version that every processor runs.
+ByteCounts count_bytes_in_lanes(const unsigned char* bytes, std::size_t count);
+
 }  // namespace cfi_tools

@@ -79,21 +79,23 @@ TEST(CorruptionScan, GivesWhatTheByteByByteRulesGive) {
     for (char& byte : text) byte = letters[random() % letters.size()];
     return text;
   };
-  // Lengths around the blocks, the rows of the counting loop and the reads of 128 blocks.
+  // Lengths around the blocks, the rows of the counting loops and the reads of 32 blocks.
   const std::size_t lengths[] = {0,
                                  1,
                                  31,
                                  32,
                                  33,
+                                 64 * 3 + 1,
                                  255 * 32 - 1,
+                                 255 * 64 + 65,
                                  kBlock - 1,
                                  kBlock,
                                  kBlock + 1,
                                  3 * kBlock,
-                                 128 * kBlock - 1,
-                                 128 * kBlock,
-                                 128 * kBlock + 1,
-                                 130 * kBlock + 17};
+                                 32 * kBlock - 1,
+                                 32 * kBlock,
+                                 32 * kBlock + 1,
+                                 70 * kBlock + 17};
   for (const std::size_t length : lengths) {
     for (int round = 0; round < 3; ++round) {
       std::string content = fill(length);
@@ -102,6 +104,9 @@ TEST(CorruptionScan, GivesWhatTheByteByByteRulesGive) {
         const std::size_t at = random() % (length / kBlock) * kBlock + random() % 2;
         for (std::size_t j = at; j < std::min(length, at + run); ++j) content[j] = '\0';
       }
+      const std::string led = '\r' + content;
+      const auto* const bytes = reinterpret_cast<const unsigned char*>(led.data()) + 1;
+      EXPECT_EQ(cfi_tools::count_bytes(bytes, length), cfi_tools::count_bytes_in_lanes(bytes, length));
       const std::string expected = findings_byte_by_byte(content);
       const bool corrupt = expected.find("corruption") != std::string::npos;
       EXPECT_EQ(scan(content, -939, true, corrupt ? ScanVerdict::corrupt : ScanVerdict::clean), expected);
