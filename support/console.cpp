@@ -155,12 +155,10 @@ void print(const char* format, ...) {
   va_copy(again, arguments);
   const std::span<char> room = standard_output.room();
   std::size_t length = room.size();
-  if (!format_plain(room.data(), length, format, arguments)) {
-    append_fit(format_text_list(format, again));
-  } else if (const std::string_view text(room.data(), length); is_plain(text)) {
+  if (format_plain(room.data(), length, format, arguments)) {
     standard_output.use(length);
   } else {
-    append_fit(std::string(text));
+    append_fit(format_text_list(format, again));
   }
   va_end(again);
   va_end(arguments);

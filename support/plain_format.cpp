@@ -4,6 +4,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "support/printable.h"
+
 namespace support {
 
 namespace {
@@ -43,7 +45,9 @@ bool format_plain(char* text, std::size_t& length, const char* format, std::va_l
     if (*format == 's') {
       const char* piece = va_arg(arguments, const char*);
       if (piece == nullptr) return false;
-      out.put(piece);
+      const std::string_view inserted(piece);
+      if (!is_plain(inserted)) return false;
+      out.put(inserted);
     } else if (*format == 'd') {
       out.put_number(va_arg(arguments, int));
     } else if (*format == 'u') {

@@ -35,6 +35,7 @@ TEST(PlainFormat, LeavesTheRestToPrintf) {
   EXPECT_EQ(plain(64, "%lu", 1UL), std::nullopt);
   EXPECT_EQ(plain(64, "%c", 'x'), std::nullopt);
   EXPECT_EQ(plain(4, "%s", "12345"), std::nullopt);
+  EXPECT_EQ(plain(64, "%s", "\033[2J"), std::nullopt);
   EXPECT_EQ(plain(4, "%d", 12345), std::nullopt);
   EXPECT_EQ(plain(4, "12345"), std::nullopt);
   EXPECT_EQ(plain(4, "%s", "1234"), "1234");
