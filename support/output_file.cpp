@@ -79,6 +79,19 @@ bool OutputFile::write(const void* bytes, std::size_t count) {
   return true;
 }
 
+std::optional<std::uint64_t> OutputFile::length() const {
+  struct stat found = {};
+  if (::fstat(descriptor_, &found) != 0 || !S_ISREG(found.st_mode)) return std::nullopt;
+  const off_t position = ::lseek(descriptor_, 0, SEEK_CUR);
+  if (position < 0) return std::nullopt;
+  return static_cast<std::uint64_t>(position);
+}
+
+bool OutputFile::cut(std::uint64_t length) {
+  const auto position = static_cast<off_t>(length);
+  return ::ftruncate(descriptor_, position) == 0 && ::lseek(descriptor_, position, SEEK_SET) == position;
+}
+
 int OutputFile::release() { return std::exchange(descriptor_, -1); }
 
 bool OutputFile::close() {

@@ -3,8 +3,10 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "support/unfinished_output.h"
@@ -47,6 +49,12 @@ class OutputFile {
 
   /// False when not all bytes could be written.
   bool write(const void* bytes, std::size_t count);
+
+  /// Bytes written so far; no value when it is no regular file, which can not be cut.
+  std::optional<std::uint64_t> length() const;
+
+  /// Takes back what was written behind the first `length` bytes; false (and errno) when that fails.
+  bool cut(std::uint64_t length);
 
   /// Gives the descriptor away.
   int release();

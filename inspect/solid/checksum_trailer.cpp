@@ -14,10 +14,9 @@ namespace {
 
 using ull = unsigned long long;
 
-constexpr std::int32_t kNarrowTrailer = 12;
-constexpr std::int32_t kWideTrailer = 24;
-
-std::int32_t trailer_size(const DataBlock& block) { return block.wide ? kWideTrailer : kNarrowTrailer; }
+std::int32_t trailer_size(const DataBlock& block) {
+  return static_cast<std::int32_t>(block.wide ? kWideTrailerSize : kNarrowTrailerSize);
+}
 
 bool is_padded(const DataBlock& block) { return block.stored_length % 2 != 0; }
 
@@ -82,21 +81,24 @@ bool report_differences(InspectFile& file, const ChecksumTrailer& saved, const D
 
 }  // namespace
 
+ChecksumTrailer decode_checksum_trailer(const unsigned char* bytes, bool wide) {
+  if (wide) {
+    return {support::load_big<std::uint64_t>(bytes), support::load_big<std::uint64_t>(bytes + 8),
+            support::load_big<std::uint64_t>(bytes + 16)};
+  }
+  return {support::load_big<std::uint32_t>(bytes), support::load_big<std::uint32_t>(bytes + 4),
+          support::load_big<std::uint32_t>(bytes + 8)};
+}
+
 ChecksumTrailer read_checksum_trailer(InspectFile& file, const DataBlock& block) {
   const bool trace = file.options.trace;
-  std::array<unsigned char, kWideTrailer> bytes = {};
+  std::array<unsigned char, kWideTrailerSize> bytes = {};
   read_bytes(trace, file, trailer_size(block), bytes.data(), "Compressed Brepsolid partition trailer");
   if (is_padded(block)) {
     unsigned char padding = 0;
     read_bytes(trace, file, 1, &padding, "Padding byte");
   }
-  const unsigned char* at = bytes.data();
-  if (block.wide) {
-    return {support::load_big<std::uint64_t>(at), support::load_big<std::uint64_t>(at + 8),
-            support::load_big<std::uint64_t>(at + 16)};
-  }
-  return {support::load_big<std::uint32_t>(at), support::load_big<std::uint32_t>(at + 4),
-          support::load_big<std::uint32_t>(at + 8)};
+  return decode_checksum_trailer(bytes.data(), block.wide);
 }
 
 bool is_trailer_missing(InspectFile& file, const PartitionEntry& entry, const DataBlock& block) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "inspect/records/inspect_file.h"
@@ -15,6 +16,12 @@ struct ChecksumTrailer {
   std::uint64_t expanded_size = 0;    ///< in bytes
   std::uint64_t stored_checksum = 0;  ///< Adler-32 of the stored data
 };
+
+inline constexpr std::size_t kNarrowTrailerSize = 12;
+inline constexpr std::size_t kWideTrailerSize = 24;
+
+/// The values of a trailer of 12 bytes, or of 24 when it is wide.
+ChecksumTrailer decode_checksum_trailer(const unsigned char* bytes, bool wide);
 
 /// Reads the trailer, and the padding byte behind it, at the stream's position.
 ChecksumTrailer read_checksum_trailer(InspectFile& file, const DataBlock& block);

@@ -5,6 +5,7 @@
 #include "inspect/solid/checksum_trailer.h"
 #include "inspect/solid/deflated_copy.h"
 #include "inspect/solid/piece_reader.h"
+#include "inspect/solid/sound_block_copy.h"
 #include "support/console.h"
 #include "support/printable.h"
 
@@ -44,7 +45,12 @@ void tell_missing_trailer(InspectFile& file, const PartitionEntry& entry, CopyMo
 bool copy_deflated(InspectFile& file, const PartitionEntry& entry, const DataBlock& block, CopyMode mode,
                    TransmitFile* output) {
   const std::uint64_t start = current_position(file);
-  DeflatedResult result = DeflatedCopy(file, output).run(block.stored_length);
+  DeflatedResult result;
+  if (const auto copied = copy_sound_block(file, entry, block, output)) {
+    result = *copied;
+  } else {
+    result = DeflatedCopy(file, output).run(block.stored_length);
+  }
   if (result.error != 0) check_stored_after_error(file, entry, start, block.stored_length, result);
   bool sound = result.error == 0;
   if (is_trailer_missing(file, entry, block)) {

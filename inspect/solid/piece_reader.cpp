@@ -35,6 +35,11 @@ std::string label_of(RunKind kind, std::size_t size, std::uint64_t remaining) {
 
 }  // namespace
 
+bool may_read_run(const InspectFile& file, std::uint64_t length) {
+  const std::uint64_t checked = file.checked_bytes + std::min(length, bytes_left(file));
+  return checked / limits::kReadsOfAllBytes <= file.bytes_there();
+}
+
 PieceReader::PieceReader(InspectFile& file, RunKind kind, std::uint64_t length)
     : file_(file),
       kind_(kind),
@@ -42,8 +47,9 @@ PieceReader::PieceReader(InspectFile& file, RunKind kind, std::uint64_t length)
       capacity_(static_cast<std::size_t>(
           std::min<std::uint64_t>(length, file.options.trace ? piece_size(kind) : kBulkSize))),
       buffer_(std::make_unique_for_overwrite<unsigned char[]>(capacity_)) {
+  const bool may_read = may_read_run(file, length);
   file.checked_bytes += std::min(length, bytes_left(file));
-  if (file.checked_bytes / limits::kReadsOfAllBytes > file.bytes_there()) {
+  if (!may_read) {
     inspect_error(file, "partitions overlap: together they are more than %d times as large as the file",
                   static_cast<int>(limits::kReadsOfAllBytes));
   }

@@ -17,13 +17,16 @@ enum class RunKind : std::uint8_t {
 
 constexpr std::size_t piece_size(RunKind kind) { return kind == RunKind::plain ? 1024 : 8192; }
 
+/// False when the file's partitions must overlap many times over to hold another run of this length: each of
+/// very many index entries could else name the same bytes.
+bool may_read_run(const InspectFile& file, std::uint64_t length);
+
 /// Reads a run of partition bytes from the stream's position in pieces. Under trace each piece is a read of
 /// its own; else many are read at once, which nobody can tell: a run that reaches beyond the end of the
 /// stream still yields its whole pieces before it ends in inspect_error "unexpected end of file".
 class PieceReader {
  public:
-  /// Raises inspect_error when the file's partitions must overlap many times over to hold such a run: each of
-  /// very many index entries could else name the same bytes.
+  /// Raises inspect_error when the run may not be read.
   PieceReader(InspectFile& file, RunKind kind, std::uint64_t length);
 
   std::uint64_t remaining() const { return remaining_; }

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <utility>
 
 #include "inspect/records/inspect_errors.h"
@@ -17,6 +18,16 @@ TransmitFile::TransmitFile(InspectFile& file, std::string name) : file_(file), n
 
 void TransmitFile::write(const void* bytes, std::size_t count) {
   if (!output_.write(bytes, count)) fail();
+}
+
+bool TransmitFile::set_mark() {
+  const std::optional<std::uint64_t> length = output_.length();
+  mark_ = length.value_or(0);
+  return length.has_value();
+}
+
+void TransmitFile::return_to_mark() {
+  if (!output_.cut(mark_)) fail();
 }
 
 void TransmitFile::close() {

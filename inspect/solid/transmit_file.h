@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "inspect/records/inspect_file.h"
@@ -20,12 +21,22 @@ class TransmitFile {
   void write(const void* bytes, std::size_t count);
   void close();
 
+  /// False when not all bytes could be written; nothing is told of it.
+  bool try_write(const void* bytes, std::size_t count) { return output_.write(bytes, count); }
+
+  /// Remembers what has been written so far, to come back to; false when the file does not allow that.
+  bool set_mark();
+
+  /// Takes back what was written behind the mark.
+  void return_to_mark();
+
  private:
   [[noreturn]] void fail();
 
   InspectFile& file_;
   std::string name_;
   support::OutputFile output_;
+  std::uint64_t mark_ = 0;
 };
 
 }  // namespace inspect

@@ -15,6 +15,7 @@ constexpr Target kTargets[] = {
     {"part_index", run_part_index, nullptr},
     {"object_manager", run_object_manager, nullptr},
     {"brepsolid", run_brepsolid, nullptr},
+    {"inflate", run_inflate, nullptr},
     {"driver", run_driver, repair_driver},
 };
 

@@ -31,6 +31,10 @@ void run_jt_stream(std::string_view input);
 void run_part_index(std::string_view input);
 void run_object_manager(std::string_view input);
 void run_brepsolid(std::string_view input);
+
+/// Holds the fast decoder against zlib: whatever the first takes for sound has to be so for the other, with
+/// the same bytes.
+void run_inflate(std::string_view input);
 void run_driver(std::string_view input);
 
 /// Signatures, counts that fit what follows, and checksums of both indexes of the maker's format.

@@ -144,6 +144,17 @@ void write_streams(const fs::path& folder) {
   jt.add(selectors, jt_stream(9, true, true));
 }
 
+/// Streams with each kind of block: as they are, with the fixed codes, with codes of their own, and several.
+void write_deflated(const fs::path& folder) {
+  SeedFolder seeds(folder, "inflate");
+  const unsigned selectors[] = {13, 0, 150, 97};
+  seeds.add(selectors, test_support::deflated(""));
+  seeds.add(selectors, test_support::deflated("abc"));
+  seeds.add(selectors, test_support::deflated(std::string(5000, 'x')));
+  seeds.add(selectors, test_support::deflated(solid_text(300)));
+  seeds.add(selectors, std::string("x\x01\x01\x05\0\xfa\xff", 7) + "hello\x06\x2c\x02\x15");
+}
+
 void write_partitions(const fs::path& folder) {
   SeedFolder objects(folder, "object_manager");
   SeedFolder solids(folder, "brepsolid");
@@ -194,6 +205,7 @@ int main(int argument_count, char** arguments) {
     return 1;
   }
   write_streams(arguments[1]);
+  write_deflated(arguments[1]);
   write_partitions(arguments[1]);
   write_files(arguments[1]);
   return 0;

@@ -8,6 +8,8 @@
 #include <random>
 
 #include "inspect/solid/deflated_copy.h"
+#include "inspect/solid/fast_inflate.h"
+#include "inspect/solid/sound_block_copy.h"
 #include "inspect/solid/transmit_extraction.h"
 #include "tests/support/files.h"
 #include "tests/support/part_builder.h"
@@ -133,6 +135,61 @@ TEST(DataBlockCopy, TellsEachFaultInBothModes) {
         EXPECT_NE(session.output().err.find(text), std::string::npos);
       EXPECT_EQ(read_file("block_10.x_d"), solid.block.data.substr(0, fault.written));
     }
+  }
+}
+
+/// Large blocks go through a faster decoder until something in them is not sound; with tracing zlib does it
+/// all.
+TEST(DataBlockCopy, LargeBlocksGiveWhatZlibAloneGives) {
+  const ScratchFolder scratch;
+  std::vector<Fault> all = faults();
+  const auto add = [&](const char* name, std::function<void(SolidBlock&)> make) {
+    all.push_back({name, std::move(make), {}, {}, 0});
+  };
+  add("a byte in the middle",
+      [](SolidBlock& block) { block.stored = with_flipped_byte(deflated(block.data), 300'000); });
+  add("window size", [](SolidBlock& block) { block.stored = "\x88\x1c" + deflated(block.data).substr(2); });
+  add("no trailer", [](SolidBlock& block) { block.trailer = false; });
+  const std::string data = sample_data(600'000);
+  for (const Fault& fault : all) {
+    SCOPED_TRACE(fault.name);
+    SolidPlan solid{.kind = 12, .block = {.data = data}, .compressed = true};
+    fault.make(solid.block);
+    std::string written[2];
+    std::string messages[2];
+    std::size_t found[2] = {};
+    for (const bool trace : {false, true}) {
+      inspect::InspectOptions options;
+      options.trace = trace;
+      PartSession session(part_with(solid).build(), options);
+      session.read().run([](auto& file) { check_all_partitions(file); });
+      found[trace] = findings(session.output().out);
+      session.run([](auto& file) { extract_all_partitions(file); });
+      messages[trace] = session.output().err;
+      written[trace] = read_file("block_10.x_b");
+    }
+    EXPECT_EQ(found[0], found[1]);
+    EXPECT_EQ(messages[0], messages[1]);
+    EXPECT_EQ(written[0], written[1]);
+  }
+}
+
+TEST(DataBlockCopy, TheFastDecoderTakesSoundBlocksOnly) {
+  if (inspect::FastInflate::create() == nullptr) GTEST_SKIP() << "no fast decoder here";
+  const std::string data = sample_data(100'000);
+  for (const Fault& fault : faults()) {
+    SCOPED_TRACE(fault.name);
+    SolidPlan solid{.block = {.data = data}, .compressed = true};
+    fault.make(solid.block);
+    PartSession session(part_with(solid).build());
+    session.read().run([&](inspect::InspectFile& file) {
+      const inspect::PartitionEntry& entry = file.partitions.at(0);
+      const inspect::DataBlock block = {.stored_length = entry.solid->bits.rest_size, .compressed = true};
+      file.stream->set_position(entry.solid->data_position);
+      const auto copied = copy_sound_block(file, entry, block, nullptr);
+      EXPECT_EQ(copied.has_value(), std::string_view(fault.name) == "sound");
+      EXPECT_EQ(copied.value_or(inspect::DeflatedResult{}).produced, copied ? solid.block.data.size() : 0);
+    });
   }
 }
 
