@@ -35,13 +35,17 @@ def entity_type_chains():
     return compact_short(1) + compact_short(2) + b"\x01\x01" + b"\x01\x01" + b"\xFF\xFF\xFF" + b"\x01\x01"
 
 
-def record_manager(saves):
+def record_manager(saves, schemas=1, classes=0, strings=0):
+    """`classes` and `strings` are those beside the two of the audit trail and the users."""
+    class_count = classes + 2
     head = (b"OM\x01\x02\x03\x04\x05" + struct.pack("<4i", 10, 4, 1700000000, 6) + b"x86_64" +
-            struct.pack("<i", 4) + b"a.pr" + struct.pack("<9i", 2, 2, 1, 2, 0, 0, 0, 0, 0))
-    classes = (compact_int(1) + compact_short(2) + b"AB" + compact_int(7) + class_entry(b"AuditObject") +
-               class_entry(b"AuditEntry") + struct.pack("<2h", -1, -1))
+            struct.pack("<i", 4) + b"a.pr" + struct.pack("<9i", 2, 2, 1, class_count, 0, 0, 0, 0, 0))
+    classes = (compact_int(schemas) + (compact_short(2) + b"AB" + compact_int(7)) * schemas +
+               class_entry(b"AuditObject") + class_entry(b"AuditEntry") +
+               b"".join(class_entry(b"Class%d" % i) for i in range(classes)) + b"\xFF\xFF" * class_count)
     strings_at = len(head) + len(classes) + 14
-    strings = compact_int(len(USERS)) + compact_int(0) + b"".join(compact_int(len(u)) + u for u in USERS)
+    strings = (compact_int(len(USERS) + strings) + compact_int(0) +
+               b"".join(compact_int(len(u)) + u for u in USERS + [b"string %d" % i for i in range(strings)]))
     table_at = strings_at + len(strings)
     places = struct.pack("<IIi", table_at, strings_at, 1) + compact_short(0) + compact_short(1)
     root = b"\x05\x00"
