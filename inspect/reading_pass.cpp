@@ -23,7 +23,7 @@ class ReadingPass {
 
   void run() {
     // By number: a directory header may append the next directory.
-    for (std::size_t i = 0; i < file_.partitions.size(); ++i) visit(file_.partitions[i]);
+    for (std::size_t next = 0; next < file_.partitions.size();) visit(file_.partitions[next++]);
     for (PartitionEntry* partition : waiting_) finish_borrower(*partition);
   }
 

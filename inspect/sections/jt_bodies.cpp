@@ -44,13 +44,14 @@ void list_jt_bodies(InspectFile& file, support::ByteSource& stream, const char* 
 
   // A compressed stream that is damaged has no size; what comes before the damage is still shown.
   std::uint64_t size = kUnknownSize;
-  std::uint64_t available = kFramingRatio * file.stored_bytes();
+  std::uint64_t available = 0;
   std::optional<support::ErrorEscape> failure;
   try {
     size = stream.size();
     available = stream.available();
   } catch (const support::ErrorEscape& escape) {
     failure = escape;
+    available = kFramingRatio * file.stored_bytes();
   }
   if (table.data_start() > size) {
     report_problem(file, "the table of %u JT bodies does not fit into the %s stream", table.body_count(),

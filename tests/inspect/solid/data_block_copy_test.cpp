@@ -267,7 +267,7 @@ std::string random_stream(std::minstd_rand& random) {
 TEST(DataBlockCopy, LooksAsIfItWentThroughSmallBuffers) {
   const ScratchFolder scratch;
   std::minstd_rand random(11);
-  for (int i = 0; i < 400; ++i) {
+  for (int i = 0; i < 200; ++i) {
     SCOPED_TRACE(i);
     const std::string stored = random_stream(random);
     inspect::InspectOptions options;
@@ -334,7 +334,7 @@ TEST(DataBlockCopy, WholePiecesBeforeTheEndOfTheFileAreWritten) {
 
 /// Exchanges the first two of the index entries that start there.
 void exchange_entries(std::string& bytes, std::size_t at) {
-  constexpr auto kEntrySize = 20;
+  constexpr std::ptrdiff_t kEntrySize = 20;
   const auto entry = bytes.begin() + static_cast<std::ptrdiff_t>(at);
   std::rotate(entry, entry + kEntrySize, entry + 2 * kEntrySize);
 }
