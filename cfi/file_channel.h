@@ -43,9 +43,17 @@ class FileChannel {
 
   /// What reads through the channel, a source over a part of the file, keeps one of these as long as it
   /// lives; the channel must outlive them all.
-  using User = std::shared_ptr<const void>;
-  User user() const { return users_; }
-  std::size_t user_count() const { return static_cast<std::size_t>(users_.use_count()) - 1; }
+  class User {
+   public:
+    explicit User(FileChannel& channel) : channel_(channel) { ++channel_.user_count_; }
+    ~User() { --channel_.user_count_; }
+    User(const User&) = delete;
+    User& operator=(const User&) = delete;
+
+   private:
+    FileChannel& channel_;
+  };
+  std::size_t user_count() const { return user_count_; }
 
   /// Reads `count` bytes from `offset`; fewer only at the end of the file. Raises 1020059.
   std::size_t read_at(std::uint64_t offset, void* destination, std::size_t count);
@@ -96,7 +104,7 @@ class FileChannel {
   support::FileIdentity identity_;
   std::array<Window, 4> windows_;
   std::uint64_t use_count_ = 0;
-  std::shared_ptr<const int> users_ = std::make_shared<const int>(0);
+  std::size_t user_count_ = 0;
 };
 
 /// A part of a file as a source: `size` bytes from `offset`. Bytes that the file no longer has, or never
@@ -104,7 +112,7 @@ class FileChannel {
 class ChannelSource final : public support::ByteSource {
  public:
   ChannelSource(FileChannel& channel, std::uint64_t offset, std::uint64_t size)
-      : channel_(channel), user_(channel.user()), offset_(offset), size_(size) {}
+      : channel_(channel), user_(channel), offset_(offset), size_(size) {}
 
   std::size_t read(void* destination, std::size_t count) override;
   std::uint64_t position() const override {

@@ -2,6 +2,7 @@
 
 #include "cfi/compound/microsoft_storage_file.h"
 #include "cfi/kvpm/kvpm_storage_file.h"
+#include "cfi/stream_names.h"
 #include "support/byte_order.h"
 
 namespace VRX::System::CFI {
@@ -66,7 +67,7 @@ std::optional<ElementId> find_stream(StorageFile& file, std::optional<ElementId>
 
 std::optional<ElementId> find_stream_by_name(StorageFile& file, std::string_view name) {
   std::optional<support::ErrorEscape> failure;
-  for (const std::string_view storage : {"", "VR_PART", "FastLoad"}) {
+  for (const std::string_view storage : {"", stream_names::kPartStorage, stream_names::kFastLoadStorage}) {
     try {
       const auto place = storage.empty() ? kRootElement : file.find_child(kRootElement, storage);
       if (const auto found = find_stream(file, place, name)) return found;

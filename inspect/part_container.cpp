@@ -2,7 +2,7 @@
 
 #include "cfi/cfi_error_codes.h"
 #include "cfi/expanded_source.h"
-#include "inspect/records/named_streams.h"
+#include "cfi/stream_names.h"
 
 namespace inspect {
 
@@ -10,14 +10,12 @@ using namespace VRX::System::CFI;
 
 namespace {
 
-constexpr const char* kPartStreamPath = "/Root/VR_PART/VR_PART";
-
 /// The part stream of a container, which must have one.
 std::unique_ptr<support::ByteSource> open_stored_part(StorageFile& file) {
-  const auto storage = file.find_child(kRootElement, kPartStorageName);
-  const auto stream = storage ? file.find_child(*storage, kPartStreamName) : std::nullopt;
+  const auto storage = file.find_child(kRootElement, stream_names::kPartStorage);
+  const auto stream = storage ? file.find_child(*storage, stream_names::kPart) : std::nullopt;
   if (!stream || file.record(*stream).type != ElementType::stream) {
-    throw make_error(kElementNotFound, kPartStreamPath);
+    throw make_error(kElementNotFound, stream_names::kPartPath);
   }
   return file.open_stream(*stream);
 }
@@ -35,7 +33,7 @@ std::unique_ptr<support::ByteSource> PartContainer::open_part_stream() {
   if (!file_) return std::make_unique<ChannelSource>(*channel_, 0, channel_->size());
   auto stored = open_stored_part(*file_);
   if (!is_lz4_framed(*stored)) return stored;
-  ExpandedFile expanded = expand_to_temporary_file(*stored, kPartStreamPath, channel_->size());
+  ExpandedFile expanded = expand_to_temporary_file(*stored, stream_names::kPartPath, channel_->size());
   if (expanded.failure) throw *expanded.failure;
   return std::move(expanded.source);
 }

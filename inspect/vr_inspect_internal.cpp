@@ -4,6 +4,7 @@
 #include <string>
 
 #include "cfi/cfi_error_codes.h"
+#include "cfi/stream_names.h"
 #include "cfi/tools/corruption_scan.h"
 #include "cfi/tools/feature_toggles.h"
 #include "cfi/tools/storage_listing.h"
@@ -215,10 +216,10 @@ void PartFileDriver::read_content() {
 void PartFileDriver::report_content() {
   if (options_.print_summary) print_part_summary(file_);
   if (options_.release_only && options_.print_banner) print_release_report(file_);
-  if (options_.compatibility) visit_named_stream(file_, "COMPATIBILITY", print_compatibility);
+  if (options_.compatibility) visit_named_stream(file_, stream_names::kCompatibility, print_compatibility);
   if (options_.feature_toggle_info) attempt([this] { print_feature_toggles(); });
   if (options_.extract_jt) {
-    for (const char* name : {"JT", "DisplayJT"}) {
+    for (const char* name : {stream_names::kJt, stream_names::kDisplayJt}) {
       visit_named_stream(file_, name,
                          [&](auto& source) { list_jt_bodies(file_, source, name, &written_bodies()); });
     }
@@ -258,8 +259,9 @@ void PartFileDriver::work_on_partitions() {
 }
 
 void PartFileDriver::list_references() {
-  const auto part = open_child_stream(file_, kPartStorageName, kExternalReferencesName);
-  const auto fast_load = open_child_stream(file_, kFastLoadStorageName, kExternalReferencesName);
+  const auto part = open_child_stream(file_, stream_names::kPartStorage, stream_names::kExternalReferences);
+  const auto fast_load =
+      open_child_stream(file_, stream_names::kFastLoadStorage, stream_names::kExternalReferences);
   if (options_.print_extref) print_external_references(part.get(), fast_load.get());
   if (options_.refs_level == 0) return;
   const auto listing = options_.refs_level == 1 ? ReferenceListing::most_recent : ReferenceListing::all;
@@ -267,7 +269,7 @@ void PartFileDriver::list_references() {
 }
 
 void PartFileDriver::print_feature_toggles() {
-  const auto source = open_child_stream(file_, kPartStorageName, cfi_tools::kToggleStreamName);
+  const auto source = open_child_stream(file_, stream_names::kPartStorage, stream_names::kFeatureToggles);
   if (!source) {
     support::print_text("Feature toggle information not present.\n");
     return;

@@ -86,7 +86,7 @@ std::size_t MiniStream::read_at(std::uint64_t position, void* destination, std::
 
 MiniStreamSource::MiniStreamSource(MiniStream& mini_stream, std::uint32_t first, std::uint64_t size)
     : mini_stream_(mini_stream),
-      user_(mini_stream.channel().user()),
+      user_(mini_stream.channel()),
       mini_sectors_(mini_stream.follow(first, size)),
       size_(std::min<std::uint64_t>(size, mini_sectors_.size() << kMiniSectorShift)) {}
 

@@ -5,7 +5,7 @@
 namespace VRX::System::CFI {
 
 SectorChainSource::SectorChainSource(SectorAllocationTable& table, std::uint32_t first, std::uint64_t size)
-    : user_(table.channel().user()),
+    : user_(table.channel()),
       chain_(table, first, table.header().sectors_for(size)),
       size_(std::min(size, chain_.capacity())),
       channel_(table.channel()) {

@@ -8,6 +8,7 @@
 #include <xxhash.h>
 
 #include "cfi/cfi_error_codes.h"
+#include "cfi/stream_names.h"
 #include "support/byte_order.h"
 #include "support/error_escape.h"
 #include "support/limits.h"
@@ -43,7 +44,7 @@ class ToggleReader {
     if (length > limits::kToggleTextBytes) {
       throw support::ErrorEscape("cfi", VRX::System::CFI::kEndOfStream,
                                  support::format_text("feature toggle text of %u bytes in %s is too long",
-                                                      length, std::string(kToggleStreamName).c_str()));
+                                                      length, stream_names::kFeatureToggles));
     }
     std::string text;
     while (text.size() < length) {  // piece by piece: the length is a claim until the bytes are there
@@ -65,7 +66,7 @@ class ToggleReader {
     if (stream_.read(destination, count) == count) return;
     throw support::ErrorEscape(
         "cfi", VRX::System::CFI::kEndOfStream,
-        support::format_text("unexpected end of stream %s", std::string(kToggleStreamName).c_str()));
+        support::format_text("unexpected end of stream %s", stream_names::kFeatureToggles));
   }
 
   support::ByteSource& stream_;

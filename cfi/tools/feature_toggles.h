@@ -7,9 +7,6 @@
 
 namespace cfi_tools {
 
-/// The stream of the part storage that keeps the feature toggles of the last save.
-inline constexpr std::string_view kToggleStreamName = "LastSavedToggleInfoStream";
-
 /// XXH32 with seed 0 over the toggle stream, up to the checksum stored at its end.
 struct ToggleChecksums {
   std::uint32_t computed = 0;

@@ -3,16 +3,11 @@
 #include <memory>
 #include <string_view>
 
+#include "cfi/stream_names.h"
 #include "inspect/records/inspect_errors.h"
 #include "inspect/records/inspect_file.h"
 
 namespace inspect {
-
-/// Storages directly under the root, and what the part storage and the fast-load storage hold.
-inline constexpr std::string_view kPartStorageName = "VR_PART";
-inline constexpr std::string_view kPartStreamName = "VR_PART";
-inline constexpr std::string_view kFastLoadStorageName = "FastLoad";
-inline constexpr std::string_view kExternalReferencesName = "ExternalReferences";
 
 /// Opens a stream of the container that is wanted by name alone (COMPATIBILITY, JT, DisplayJT): looked up in
 /// /Root, /Root/VR_PART, /Root/FastLoad, then in the rest of the tree. An LZ4-framed stream is expanded as it

@@ -5,6 +5,7 @@
 #include <ctime>
 #include <string>
 
+#include "cfi/stream_names.h"
 #include "inspect/records/named_streams.h"
 #include "inspect/report/compatibility.h"
 #include "inspect/report/directory_table.h"
@@ -151,7 +152,8 @@ void print_properties(const PartHeader& header) {
 void print_part_modules(InspectFile& file) {
   PartModuleReferences modules;
   try {
-    if (const auto source = open_child_stream(file, kPartStorageName, kExternalReferencesName)) {
+    if (const auto source =
+            open_child_stream(file, stream_names::kPartStorage, stream_names::kExternalReferences)) {
       modules = find_part_modules(*source);
     }
   } catch (const support::ErrorEscape& escape) {
@@ -214,10 +216,12 @@ void print_file_header(const PartHeader& header) {
 }
 
 void print_streams(InspectFile& file) {
-  visit_named_stream(file, "COMPATIBILITY", print_compatibility);
-  visit_named_stream(file, "JT", [&](auto& source) { list_jt_bodies(file, source, "JT"); });
+  visit_named_stream(file, stream_names::kCompatibility, print_compatibility);
+  visit_named_stream(file, stream_names::kJt,
+                     [&](auto& source) { list_jt_bodies(file, source, stream_names::kJt); });
   if (file.options.print_full_extra) {
-    visit_named_stream(file, "DisplayJT", [&](auto& source) { list_jt_bodies(file, source, "DisplayJT"); });
+    visit_named_stream(file, stream_names::kDisplayJt,
+                       [&](auto& source) { list_jt_bodies(file, source, stream_names::kDisplayJt); });
   }
 }
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "cfi/stream_names.h"
 #include "inspect/records/inspect_errors.h"
 #include "support/limits.h"
 #include "support/output_file.h"
@@ -120,7 +121,7 @@ bool BodyExtraction::takes_too_long(const Extent& extent, std::uint64_t position
 }
 
 std::string BodyExtraction::output_name(std::uint64_t id) const {
-  const bool is_display = std::strcmp(stream_.name, "DisplayJT") == 0;
+  const bool is_display = std::strcmp(stream_.name, stream_names::kDisplayJt) == 0;
   return support::format_text(is_display ? "d_jt_%d.jt" : "jt_%d.jt", static_cast<std::int32_t>(id));
 }
 
