@@ -36,7 +36,7 @@ enum class ScanFindingKind {
 };
 
 struct ScanFinding {
-  ScanFindingKind kind;
+  ScanFindingKind kind = ScanFindingKind::read_failed;
   std::uint64_t offset = 0;  ///< of zero_blocks in the file
   std::uint64_t size = 0;    ///< of zero_blocks in bytes
 };

@@ -34,7 +34,10 @@ class StorageStack {
   StorageStack(const StorageStack&) = delete;
   StorageStack& operator=(const StorageStack&) = delete;
 
-  const StorageElement& innermost() const { return storages_.empty() ? root_ : storages_.back(); }
+  const StorageElement& innermost() const {
+    if (storages_.empty()) return root_;
+    return storages_.back();
+  }
   void enter(std::string_view name) { storages_.emplace_back(innermost(), name); }
 
  private:
