@@ -1,7 +1,6 @@
 #include "cfi/element_path.h"
 
 #include "cfi/cfi_error_codes.h"
-#include "cfi/kvpm/kvpm_format.h"
 #include "support/limits.h"
 #include "support/printable.h"
 #include "support/text_format.h"

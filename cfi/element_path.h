@@ -7,6 +7,8 @@
 namespace VRX::System::CFI {
 
 /// Elements are known by their full path from "/Root", with "/" as delimiter.
+inline constexpr char kRootPath[] = "/Root";
+inline constexpr std::size_t kRootPathLength = sizeof kRootPath - 1;
 
 /// What one look at a full path shows.
 struct PathShape {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cinttypes>
 #include <cstring>
 #include <limits>
@@ -40,11 +39,10 @@ support::ErrorEscape budget_failure(const std::string& name, std::uint64_t budge
   return {"cfi", kBadCompressedStream,
           support::format_text("compressed stream %s expands to more than %" PRIu64
                                " bytes, far more than is stored",
-                               name.c_str(), budget)};
+                               support::printable(name).c_str(), budget)};
 }
 
-support::ErrorEscape temporary_file_failure() {
-  const int error = errno;
+support::ErrorEscape temporary_file_failure(int error) {
   return {
       "cfi", kSystemCallFailed,
       support::format_text("could not write a temporary file in %s: %s",
@@ -155,11 +153,11 @@ ExpandedFile expand_to_temporary_file(support::ByteSource& framed, const std::st
   const std::uint64_t budget = expansion_budget(std::min(framed.size(), file_length));
   framed.set_position(0);
   LZ4DecompressStream decoder(framed);
-  support::OutputFile file(open_temporary_file());
-  if (!file.is_open()) throw temporary_file_failure();
+  support::OutputFile file = open_temporary_file();
+  if (!file.is_open()) throw temporary_file_failure(file.error());
   ExpandedFile expanded;
   const auto failure = expand_all(decoder, budget, name, [&](std::span<const std::byte> bytes) {
-    if (!file.write(bytes.data(), bytes.size())) throw temporary_file_failure();
+    if (!file.write(bytes.data(), bytes.size())) throw temporary_file_failure(file.error());
   });
   expanded.source = std::make_unique<TemporaryFileSource>(std::move(file));
   if (failure) expanded.failure.emplace(*failure);

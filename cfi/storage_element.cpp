@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "cfi/element_path.h"
-#include "cfi/kvpm/kvpm_format.h"
 
 namespace VRX::System::CFI {
 

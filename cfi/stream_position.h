@@ -15,5 +15,5 @@ inline constexpr std::uint64_t kFarthestPosition = std::numeric_limits<std::int6
 /// The position as the readers of part records ask for it, in bytes from the start of the source.
 std::uint64_t CFI_get_position(const support::ByteSource& source);
 
-/// Sets it; raises 1021001, with errno EINVAL, beyond kFarthestPosition.
+/// Sets it; raises 1021001 beyond kFarthestPosition.
 void CFI_set_position(support::ByteSource& source, std::uint64_t position);

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <string>
 
@@ -10,14 +11,15 @@
 
 namespace VRX::System::CFI {
 
-int open_temporary_file() {
+support::OutputFile open_temporary_file() {
   const std::string folder = support::temporary_folder();
   const int unnamed = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
-  if (unnamed >= 0) return unnamed;
+  if (unnamed >= 0) return support::OutputFile(unnamed);
   std::string name = folder + "/vr_inspect_XXXXXX";  // not every file system has files without a name
   const int named = ::mkostemp(name.data(), O_CLOEXEC);
-  if (named >= 0) ::unlink(name.c_str());
-  return named;
+  if (named < 0) return support::OutputFile(named, errno);
+  ::unlink(name.c_str());
+  return support::OutputFile(named);
 }
 
 }  // namespace VRX::System::CFI

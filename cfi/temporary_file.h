@@ -1,9 +1,11 @@
 #pragma once
 
+#include "support/output_file.h"
+
 namespace VRX::System::CFI {
 
 /// A new file in the temporary folder, open for reading and writing, that has no name and disappears with its
-/// descriptor; -1 (and errno) when there can be none.
-int open_temporary_file();
+/// descriptor; one that is not open, and tells why, when there can be none.
+support::OutputFile open_temporary_file();
 
 }  // namespace VRX::System::CFI

@@ -2,7 +2,7 @@
 
 #include <span>
 
-#include "inspect/records/inspect_options.h"
+#include "inspect/inspect_options.h"
 
 namespace inspect {
 

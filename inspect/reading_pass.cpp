@@ -8,7 +8,7 @@
 #include "inspect/records/partition_index.h"
 #include "inspect/solid/brepsolid_header.h"
 #include "inspect/solid/header_lender.h"
-#include "inspect/solid/object_manager_checksum.h"
+#include "inspect/records/object_manager_checksum.h"
 #include "inspect/solid/transmit_extraction.h"
 
 namespace inspect {
@@ -19,28 +19,30 @@ namespace {
 /// finished when it is.
 class ReadingPass {
  public:
-  explicit ReadingPass(InspectFile& file) : file_(file), trace_(file.options.trace) {}
+  ReadingPass(InspectFile& file, PassChecks checks, SolidSink& sink)
+      : file_(file), checks_(checks == PassChecks::all), sink_(sink) {}
 
   void run() {
+    auto& partitions = file_.records.partitions;
     // By number: a directory header may append the next directory.
-    for (std::size_t next = 0; next < file_.partitions.size();) visit(file_.partitions[next++]);
+    for (std::size_t next = 0; next < partitions.size();) visit(partitions[next++]);
     for (PartitionEntry* partition : waiting_) finish_borrower(*partition);
   }
 
  private:
   void visit(PartitionEntry& partition) {
-    if (check_partition_start(file_, partition, trace_)) return;
+    if (check_partition_start(file_, partition)) return;
     if (holds_modeller_data(partition)) {
       visit_modeller_partition(partition);
-    } else if (file_.options.scan && begins_with_om_intro(file_, partition)) {
-      check_object_manager_checksum(file_, partition, trace_);
+    } else if (checks_ && begins_with_om_intro(file_, partition)) {
+      check_object_manager_checksum(file_, partition);
     }
   }
 
   void visit_modeller_partition(PartitionEntry& partition) {
-    read_brepsolid_partition(file_, partition, trace_);
+    read_brepsolid_partition(file_, partition);
     if (partition.solid->header_saved_here) {
-      if (file_.options.scan) check_scanned_partition(file_, partition);
+      check(partition);
     } else if (find_header_lender(file_).settled) {
       finish_borrower(partition);
     } else {
@@ -49,36 +51,42 @@ class ReadingPass {
   }
 
   void finish_borrower(PartitionEntry& partition) {
-    borrow_brepsolid_header(file_, partition, trace_);
-    if (file_.options.scan) check_scanned_partition(file_, partition);
+    borrow_brepsolid_header(file_, partition, sink_);
+    check(partition);
+  }
+
+  void check(const PartitionEntry& partition) {
+    if (checks_) check_partition(file_, partition, CopyMode::scan, sink_);
   }
 
   InspectFile& file_;
-  bool trace_;
+  bool checks_;
+  SolidSink& sink_;
   std::vector<PartitionEntry*> waiting_;
 };
 
-std::size_t memory_of_partitions(const InspectFile& file) {
+std::size_t memory_of_partitions(const PartRecords& part) {
   constexpr std::size_t kAllocation = 16;
   const auto solids = static_cast<std::size_t>(std::ranges::count_if(
-      file.partitions, [](const PartitionEntry& entry) { return entry.solid != nullptr; }));
+      part.partitions, [](const PartitionEntry& entry) { return entry.solid != nullptr; }));
   // In files without markers the offset of each directory is kept too, in a table that is a quarter full or
   // more.
-  const std::size_t entry = sizeof(PartitionEntry) + (file.has_markers ? 0 : 4 * sizeof(std::uint32_t));
-  return file.partitions.size() * entry + solids * (sizeof(BrepsolidPartition) + kAllocation);
+  const std::size_t entry = sizeof(PartitionEntry) + (part.has_markers ? 0 : 4 * sizeof(std::uint32_t));
+  return part.partitions.size() * entry + solids * (sizeof(BrepsolidPartition) + kAllocation);
 }
 
 }  // namespace
 
-void read_part(InspectFile& file, std::span<const std::byte> header_copy) {
-  read_part_header(file, file.options.trace, header_copy);
-  if (file.has_markers) {
-    read_partition_index(file, file.options.trace);
+void read_part(InspectFile& file, std::span<const std::byte> header_copy, PassChecks checks,
+               SolidSink& sink) {
+  read_part_header(file, header_copy);
+  if (file.records.has_markers) {
+    read_partition_index(file);
   } else {
     start_directory_chain(file);
   }
-  ReadingPass(file).run();
-  file.partition_memory = memory_of_partitions(file);
+  ReadingPass(file, checks, sink).run();
+  file.partition_memory = memory_of_partitions(file.records);
 }
 
 }  // namespace inspect

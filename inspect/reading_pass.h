@@ -1,16 +1,20 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 
 #include "inspect/records/inspect_file.h"
+#include "inspect/solid/solid_sink.h"
 
 namespace inspect {
 
+enum class PassChecks : std::uint8_t { none, all };
+
 /// Reads the part header and the partition index (or the first directory), then visits every partition once,
 /// in order: start check, and the headers of modeller partitions, which are kept in the entries; a header
-/// text is borrowed once it is known from where. Under -scan the checksums of modeller data and
+/// text is borrowed once it is known from where. With PassChecks::all the checksums of modeller data and
 /// object-manager partitions are checked there and then. Raises through inspect_error.
-void read_part(InspectFile& file, std::span<const std::byte> header_copy);
+void read_part(InspectFile& file, std::span<const std::byte> header_copy, PassChecks checks, SolidSink& sink);
 
 }  // namespace inspect

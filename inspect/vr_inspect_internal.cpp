@@ -1,57 +1,49 @@
 #include "inspect/vr_inspect_internal.h"
 
-#include <optional>
 #include <string>
 
 #include "cfi/cfi_error_codes.h"
+#include "cfi/storage_reader.h"
 #include "cfi/stream_names.h"
-#include "cfi/tools/corruption_scan.h"
-#include "cfi/tools/feature_toggles.h"
-#include "cfi/tools/storage_listing.h"
 #include "cfi/tools/stream_extraction.h"
+#include "inspect/file_findings.h"
 #include "inspect/part_container.h"
+#include "inspect/partition_selection.h"
 #include "inspect/reading_pass.h"
 #include "inspect/records/inspect_errors.h"
 #include "inspect/records/named_streams.h"
-#include "inspect/report/compatibility.h"
-#include "inspect/report/corruption_scan_text.h"
-#include "inspect/report/external_references.h"
-#include "inspect/report/feature_toggles_text.h"
-#include "inspect/report/part_summary.h"
-#include "inspect/report/partition_printers.h"
-#include "inspect/report/release_report.h"
-#include "inspect/report/storage_listing_text.h"
-#include "inspect/sections/jt_bodies.h"
+#include "inspect/report/text_report.h"
+#include "inspect/report/text_trace.h"
 #include "inspect/solid/transmit_extraction.h"
 #include "support/assertion.h"
-#include "support/console.h"
 #include "support/diagnostics.h"
 #include "support/environment.h"
-#include "support/program.h"
 
 namespace inspect {
 
 namespace {
 
 using support::ErrorEscape;
-using support::print;
-using support::print_message;
 
 /// Named by VRII_DISPLAY_DEBUG, what only a developer wants to hear of a part is reported too.
 constexpr const char* kDevelopmentWarnings = "development_warnings";
 
-/// Those of all files of the run.
-WrittenBodies& written_bodies() {
-  static WrittenBodies bodies;
-  return bodies;
-}
+/// Toggles that nobody wants to see.
+class UnseenToggles final : public cfi_tools::FeatureToggleSink {
+ public:
+  void begin(int) override {}
+  void toggle(std::string_view) override {}
+};
 
 /// The steps of one file, in their order.
 class PartFileDriver {
  public:
-  PartFileDriver(const char* name, InspectOptions& options, FatalErrors fatal_errors)
-      : options_(options), file_(options, name) {
-    file_.escape_on_failure = fatal_errors == FatalErrors::escape;
+  PartFileDriver(const std::string& name, InspectOptions& options, Report& report, RunState& run)
+      : options_(options),
+        report_(report),
+        run_(run),
+        findings_(report),
+        file_(name, findings_, options.trace ? &trace_ : nullptr) {
     file_.development_warnings = support::DiagnosticsChannel(kDevelopmentWarnings).enabled();
   }
 
@@ -64,28 +56,32 @@ class PartFileDriver {
   void report_damage();
   void check_truncation();
   void check_footer();
+  void check_toggles(cfi_tools::FeatureToggleSink& sink);
   void inspect_content();
   void read_content();
+  bool is_clean() const;
   void report_content();
   void report_corruption();
-  void report_corruption_kind(const char* line);
   void work_on_partitions();
+  void extract_partitions();
   void list_references();
-  void print_feature_toggles();
   void use_container();
   bool scan_finds_corruption();
+  CopyMode copy_mode() const;
+  const support::Verdict& verdict() const { return findings_.verdict(); }
+  std::string shown_name() const { return support::printable(file_.name); }
+  void report_result(Rule rule);
 
-  /// Runs one step; its escape is reported, and the next step runs.
   template <typename Step>
   void attempt(Step step) {
-    try {
-      step();
-    } catch (const ErrorEscape& escape) {
-      report_escape(file_, escape);
-    }
+    inspect::attempt(file_, step);
   }
 
   InspectOptions& options_;
+  Report& report_;
+  RunState& run_;
+  FileFindings findings_;
+  TextTrace trace_;
   PartContainer container_;  // outlives the sources that the file's readers hold
   InspectFile file_;
   bool opened_ = false;
@@ -94,14 +90,11 @@ class PartFileDriver {
 
 int PartFileDriver::run() {
   if (open()) {
-    if (options_.print_banner) {
-      print("...Running %s version of %s on %s\n", support::kVersionText, support::program_name(),
-            file_.shown_name.c_str());
-    }
+    report_.begin_file();
     if (options_.scan || options_.check_checksums) check_footer();
-    if (file_.file_length == 0) {
-      support::print_text("**** File is empty, not a valid part file\n");
-      file_.failed = true;
+    if (file_.records.length == 0) {
+      report_result(Rule::file_empty);
+      report_.take_empty_file();
     } else {
       check_truncation();
       inspect_content();
@@ -112,10 +105,19 @@ int PartFileDriver::run() {
   check_truncation();
   static const bool debug_checks = support::debug_checks_wanted();
   if (debug_checks) static_cast<void>(VRII_NEVER(container_.open_source_count() != 0));
-  if (file_.failed && options_.reader_check) {
+  if (verdict().failed() && options_.reader_check) {
     throw ErrorEscape("vr_inspect_internal", kInspectorError, "problem in vr_inspect");
   }
-  return file_.failed ? 1 : 0;
+  return verdict().failed() ? 1 : 0;
+}
+
+/// A finding that the report tells in its own words.
+void PartFileDriver::report_result(Rule rule) {
+  support::Finding finding;
+  finding.rule = rule;
+  finding.manner = support::Manner::result;
+  finding.message = row_of(rule).meaning;
+  findings_.report(finding);
 }
 
 bool PartFileDriver::open() {
@@ -127,8 +129,7 @@ bool PartFileDriver::open() {
     file_.identity = container_.identity();
     file_.container = container_.storage_file();
     report_damage();
-    file_.stream = container_.open_part_stream();
-    file_.file_length = file_.stream->size();
+    file_.attach(container_.open_part_stream(), file_.container != nullptr ? "VR_PART/VR_PART" : "");
     file_.disk_length = container_.file_size();
     opened_ = true;
     return true;
@@ -141,26 +142,32 @@ bool PartFileDriver::open() {
 
 void PartFileDriver::report_open_failure(const ErrorEscape& escape) {
   namespace CFI = VRX::System::CFI;
-  const char* name = file_.shown_name.c_str();
+  const std::string name = shown_name();
   switch (escape.code()) {
     case CFI::kEncryptedFile:
-      report_problem(file_, "could not open encrypted part %s", name);
+      report_problem(file_, Rule::file_encrypted, "could not open encrypted part %s", name.c_str());
       break;
     case CFI::kDamagedIndex:
     case CFI::kIndexChecksumMismatch:
       attempt([this] { scan_finds_corruption(); });
-      report_problem(file_, "could not open corrupted file %s", name);
+      report_problem(file_, rule_of(escape.code()), "could not open corrupted file %s", name.c_str());
       break;
     default:
-      report_problem(file_, "could not open %s: status %d", name, escape.code());
+      report_problem(file_, rule_of(escape.code()), "could not open %s: status %d", name.c_str(),
+                     escape.code());
   }
-  print_message("%s: In file %s\n %s\n", support::program_name(), name, escape.what());
+  support::Finding cause;
+  cause.rule = rule_of(escape.code());
+  cause.manner = support::Manner::cause;
+  report_finding(file_, std::move(cause), "%s", escape.what());
 }
 
 /// What the container has left out, before what follows from that.
 void PartFileDriver::report_damage() {
   if (file_.container == nullptr) return;
-  for (const std::string& text : file_.container->damage()) report_problem(file_, "%s", text.c_str());
+  for (const std::string& text : file_.container->damage()) {
+    report_problem(file_, Rule::container_compound_entry, "%s", text.c_str());
+  }
 }
 
 void PartFileDriver::check_truncation() {
@@ -168,9 +175,8 @@ void PartFileDriver::check_truncation() {
     const bool lacks_listed_bytes = file_.container != nullptr && file_.container->is_truncated();
     if (truncated_ || !(lacks_listed_bytes || container_.has_shrunk())) return;
     truncated_ = true;
-    support::print_text("The file appears to have been truncated.\n");
-    file_.failed = true;
-    file_.problems_found = true;
+    report_.take_truncation();
+    report_result(Rule::file_truncated);
   });
 }
 
@@ -194,111 +200,132 @@ void PartFileDriver::inspect_content() {
     report_content();
     complete = true;
   });
-  if (file_.certain_corruption || file_.probable_corruption) {
+  if (verdict().is_certainly_corrupt() || verdict().is_probably_corrupt()) {
     attempt([this] { report_corruption(); });
   } else if (complete) {
     attempt([this] { work_on_partitions(); });
   }
 }
 
+bool PartFileDriver::is_clean() const {
+  return !verdict().is_certainly_corrupt() && !verdict().is_probably_corrupt() && !verdict().has_problems() &&
+         !container_.has_shrunk();
+}
+
 void PartFileDriver::read_content() {
   if (!options_.scan) {
-    read_part(file_, container_.header_copy());
+    read_part(file_, container_.header_copy(), PassChecks::none, report_);
     return;
   }
   if (scan_finds_corruption()) return;
-  read_part(file_, container_.header_copy());
-  if (file_.certain_corruption || file_.probable_corruption || file_.problems_found) return;
-  support::print_text("No corruptions identified in this scan\n");
-  if (!file_.has_om_checksums) support::print_text("Part too old to contain OM checksums\n");
+  read_part(file_, container_.header_copy(), PassChecks::all, report_);
+  if (!is_clean()) return;
+  UnseenToggles unseen;
+  attempt([&] { check_toggles(unseen); });
+  if (is_clean()) report_.take_clean_scan(file_.records);
 }
 
 void PartFileDriver::report_content() {
-  if (options_.print_summary) print_part_summary(file_);
-  if (options_.release_only && options_.print_banner) print_release_report(file_);
-  if (options_.compatibility) visit_named_stream(file_, stream_names::kCompatibility, print_compatibility);
-  if (options_.feature_toggle_info) attempt([this] { print_feature_toggles(); });
+  if (options_.print_summary) {
+    read_part_summary(
+        file_, {.filing_history = !options_.print_cookies, .display_jt = options_.print_full_extra}, report_);
+  }
+  if (options_.release_only && options_.print_banner) {
+    report_.begin_release_report();
+    read_release(file_, report_);
+  }
+  if (options_.compatibility) {
+    visit_named_stream(file_, stream_names::kCompatibility,
+                       [this](auto& source) { read_compatibility(source, report_); });
+  }
+  if (options_.feature_toggle_info) attempt([this] { check_toggles(report_.toggles()); });
   if (options_.extract_jt) {
     for (const char* name : {stream_names::kJt, stream_names::kDisplayJt}) {
-      visit_named_stream(file_, name,
-                         [&](auto& source) { list_jt_bodies(file_, source, name, &written_bodies()); });
+      visit_named_stream(file_, name, [&](auto& source) {
+        read_jt_bodies(file_, source, name, report_, &run_.written_bodies);
+      });
     }
   }
 }
 
-void PartFileDriver::report_corruption_kind(const char* kind) {
-  const char* name = file_.shown_name.c_str();
-  if (options_.print_banner) print("**** %s - %s\n", kind, name);
-  print_message("**** %s - %s\n", kind, name);
-  file_.failed = true;
-}
-
 void PartFileDriver::report_corruption() {
-  if (file_.certain_corruption) {
-    report_corruption_kind("Part corruption");
-    if (file_.wants_scan) scan_finds_corruption();
+  if (verdict().is_certainly_corrupt()) {
+    report_.take_corruption(Corruption::certain);
+    if (verdict().wants_scan()) scan_finds_corruption();
   } else {
-    report_corruption_kind("Probable part corruption");
+    report_.take_corruption(Corruption::probable);
     scan_finds_corruption();
   }
 }
 
-void PartFileDriver::work_on_partitions() {
+/// Who asks for a check wants no files.
+CopyMode PartFileDriver::copy_mode() const {
+  if (options_.scan) return CopyMode::scan;
+  return options_.check_checksums ? CopyMode::check : CopyMode::extract;
+}
+
+void PartFileDriver::extract_partitions() {
+  const ExtractionRequest request = {copy_mode(), options_.extract_output_name.view()};
   if (options_.extract_partition > 0) {
-    options_.extract_partition = extract_partition(file_, options_.extract_partition);
+    options_.extract_partition = extract_partition(file_, request, options_.extract_partition, report_);
   }
-  if (options_.extract_all && !extract_all_partitions(file_)) {
-    report_problem(file_, "Failed to extract all Brepsolid partitions");
+  if (options_.extract_all && !extract_all_partitions(file_, request, report_)) {
+    report_problem(file_, Rule::extraction_incomplete, "Failed to extract all Brepsolid partitions");
   }
   // Under -scan the reading pass has checked them already.
-  if (options_.check_checksums && !options_.scan && !check_all_partitions(file_)) {
-    report_problem(file_, "Some brepsolid partitions had invalid checksums");
+  if (!options_.check_checksums || options_.scan) return;
+  if (!extract_all_partitions(file_, {CopyMode::check, {}}, report_)) {
+    report_problem(file_, Rule::solid_checksums, "Some brepsolid partitions had invalid checksums");
   }
+}
+
+void PartFileDriver::work_on_partitions() {
+  extract_partitions();
   if (options_.print_extref || options_.refs_level > 0) list_references();
-  print_partitions(file_);
+  list_selected_partitions(file_, options_, report_);
 }
 
 void PartFileDriver::list_references() {
-  const auto part = open_child_stream(file_, stream_names::kPartStorage, stream_names::kExternalReferences);
-  const auto fast_load =
-      open_child_stream(file_, stream_names::kFastLoadStorage, stream_names::kExternalReferences);
-  if (options_.print_extref) print_external_references(part.get(), fast_load.get());
+  const auto open = [this](const char* storage) {
+    return open_child_stream(file_, storage, stream_names::kExternalReferences);
+  };
+  const auto part = open(stream_names::kPartStorage);
+  const auto fast_load = open(stream_names::kFastLoadStorage);
+  if (options_.print_extref) read_external_references(part.get(), fast_load.get(), report_);
   if (options_.refs_level == 0) return;
-  const auto listing = options_.refs_level == 1 ? ReferenceListing::most_recent : ReferenceListing::all;
-  print_referenced_parts(part.get(), fast_load.get(), listing);
+  const auto list = options_.refs_level == 1 ? ReferenceList::most_recent : ReferenceList::all;
+  read_referenced_parts(part.get(), fast_load.get(), list, report_);
 }
 
-void PartFileDriver::print_feature_toggles() {
+void PartFileDriver::check_toggles(cfi_tools::FeatureToggleSink& sink) {
   const auto source = open_child_stream(file_, stream_names::kPartStorage, stream_names::kFeatureToggles);
   if (!source) {
-    support::print_text("Feature toggle information not present.\n");
+    if (&sink == &report_.toggles()) report_.take_absent_toggles();
     return;
   }
-  FeatureTogglesText text;
-  const auto checksums = cfi_tools::read_feature_toggles(*source, text);
+  const auto checksums = cfi_tools::read_feature_toggles(*source, sink);
   if (checksums.computed != checksums.stored) {
-    report_problem(file_, "Feature toggle information checksums mismatch: %d and %d",
+    report_problem(file_, Rule::toggles_checksum, "Feature toggle information checksums mismatch: %d and %d",
                    static_cast<int>(checksums.computed), static_cast<int>(checksums.stored));
   }
 }
 
 /// Steps 16 to 18: a damaged part must still give up its streams.
 void PartFileDriver::use_container() {
-  file_.stream.reset();
-  file_.partitions.clear();
+  file_.detach();
   if (file_.container == nullptr) {
     if (opened_ && options_.extract_stream) {
-      report_problem(file_, "File is not a structured-storage file: %s", file_.shown_name.c_str());
+      report_problem(file_, Rule::file_not_a_container, "File is not a structured-storage file: %s",
+                     shown_name().c_str());
     }
     return;
   }
   if (options_.print_storages) {
-    attempt([this] {
-      StorageListingText listing;
-      cfi_tools::list_storages(*file_.container, listing);
-    });
-    // The listing has said so.
-    if (file_.container->is_truncated()) truncated_ = file_.failed = true;
+    attempt([this] { cfi_tools::list_storages(*file_.container, report_.storages()); });
+    if (file_.container->is_truncated() && !truncated_) {
+      truncated_ = true;  // the listing has said so
+      report_result(Rule::file_truncated);
+    }
   }
   if (options_.extract_stream) {
     attempt([this] {
@@ -311,23 +338,24 @@ void PartFileDriver::use_container() {
 }
 
 bool PartFileDriver::scan_finds_corruption() {
-  CorruptionScanText text({.announces = options_.scan, .statistics = options_.print_full_extra});
+  ScanFindings sink(findings_, report_.scan());
   const auto verdict =
-      cfi_tools::scan_for_corruption({.file_name = file_.name, .version = file_.release}, text);
+      cfi_tools::scan_for_corruption({.file_name = file_.name, .version = file_.records.version}, sink);
   if (verdict == cfi_tools::ScanVerdict::not_opened) {
-    inspect_error(file_, "could not open %s for corruption scan", file_.shown_name.c_str());
+    inspect_error(file_.reader, Rule::file_not_opened, "could not open %s for corruption scan",
+                  shown_name().c_str());
   }
   if (verdict == cfi_tools::ScanVerdict::clean) return false;
-  file_.certain_corruption = true;
-  file_.failed = true;
-  file_.problems_found = true;
   return true;
 }
 
 }  // namespace
 
-int inspect_part_file(const char* name, InspectOptions& options, FatalErrors fatal_errors) {
-  return PartFileDriver(name, options, fatal_errors).run();
+int inspect_part_file(const std::string& name, InspectOptions& options, RunState& run) {
+  TextReport report(name, {.banner = options.print_banner,
+                           .announce_scan = options.scan,
+                           .scan_statistics = options.print_full_extra});
+  return PartFileDriver(name, options, report, run).run();
 }
 
 }  // namespace inspect

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "inspect/options.h"
+#include "inspect/records/inspect_errors.h"
 #include "inspect/signals.h"
 #include "inspect/vr_inspect_internal.h"
 #include "support/console.h"
@@ -14,9 +15,9 @@
 namespace {
 
 /// Memory that one file could not get may be there for the next.
-int inspect_file(const char* name, inspect::InspectOptions& options) {
+int inspect_file(const std::string& name, inspect::InspectOptions& options, inspect::RunState& run) {
   try {
-    return inspect::inspect_part_file(name, options);
+    return inspect::inspect_part_file(name, options, run);
   } catch (const std::bad_alloc&) {
     support::report_message(support::format_text("%s: In file %s\n out of memory\n", support::program_name(),
                                                  support::printable(name).c_str()),
@@ -29,10 +30,11 @@ int inspect_files(int argument_count, const char* const* arguments) {
   inspect::InspectOptions options;
   const int first_file = inspect::parse_options(argument_count, arguments, options);
   options.text_list.assign(arguments + first_file, arguments + argument_count);
+  inspect::RunState run;
   int exit_status = 0;
   for (const std::string& name : options.text_list) {
     if (support::console_failed()) break;
-    if (inspect_file(name.c_str(), options) != 0) exit_status = 1;
+    if (inspect_file(name, options, run) != 0) exit_status = 1;
   }
   return exit_status;
 }
@@ -53,6 +55,8 @@ int main(int argument_count, char** arguments) {
   try {
     if (argument_count > 0) support::set_program_name(arguments[0]);
     exit_status = inspect_files(argument_count, arguments);
+  } catch (const inspect::FatalEscape&) {
+    exit_status = 1;  // it has been reported
   } catch (const support::ErrorEscape& escape) {
     exit_status = report_uncaught(escape);
   } catch (const std::bad_alloc&) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <span>
 
 namespace support {
@@ -30,6 +31,13 @@ class ByteSource {
   /// Bytes that can really be there: the size, which an index may have listed as anything, cut to what lies
   /// below the source. Limits are derived from it.
   virtual std::uint64_t available() const { return size(); }
+
+  /// Where the byte at a position of this source lies in the file, in bytes from its start; nothing when it
+  /// lies nowhere as it is, being expanded or in memory.
+  virtual std::optional<std::uint64_t> file_offset(std::uint64_t position) const {
+    static_cast<void>(position);
+    return std::nullopt;
+  }
 
   /// As read(), but what lies ready is taken without a virtual call: for readers that take a field, or a
   /// byte, at a time.

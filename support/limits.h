@@ -92,6 +92,10 @@ inline constexpr std::size_t kSharedStrings = 2'000'000;
 inline constexpr std::size_t kAuditLinks = 1'100'000;  ///< audit objects and entries together
 inline constexpr std::size_t kChainHeads = 1'000'000;
 
+/// Headers of object-manager partitions kept for a second reader, each of up to 1.5 KiB: real parts have
+/// dozens.
+inline constexpr std::size_t kKeptHeaders = 256;
+
 /// How often the bytes of a file may be read in all, as objects, as modeller data, and as JT bodies of a
 /// stream: positions lead anywhere, and partitions or bodies may share a place or go back without end. Sound
 /// ones do not overlap; those of objects are read once for the filing history and once for their listing.

@@ -40,6 +40,7 @@ int create(const char* name) { return ::open(name, O_WRONLY | O_CREAT | O_TRUNC 
 OutputFile::OutputFile(OutputFile&& other) noexcept
     : shown_name_(std::move(other.shown_name_)),
       descriptor_(std::exchange(other.descriptor_, -1)),
+      error_(other.error_),
       refused_(other.refused_),
       unfinished_(std::move(other.unfinished_)) {}
 
@@ -59,10 +60,12 @@ bool OutputFile::open(const std::string& name, const FileIdentity& part) {
   }
   if (is_pipe_or_device(name.c_str())) {
     descriptor_ = create(name.c_str());
+    if (!is_open()) error_ = errno;
     return is_open();
   }
   const SignalsHeld held;
   descriptor_ = create(name.c_str());
+  if (!is_open()) error_ = errno;
   if (is_open()) unfinished_ = UnfinishedOutput(name.c_str(), descriptor_);
   return is_open();
 }
@@ -72,7 +75,10 @@ bool OutputFile::write(const void* bytes, std::size_t count) {
   while (count > 0) {
     const ssize_t written = ::write(descriptor_, next, count);
     if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return false;
+    if (written <= 0) {
+      error_ = errno;
+      return false;
+    }
     next += written;
     count -= static_cast<std::size_t>(written);
   }
@@ -89,7 +95,10 @@ std::optional<std::uint64_t> OutputFile::length() const {
 
 bool OutputFile::cut(std::uint64_t length) {
   const auto position = static_cast<off_t>(length);
-  return ::ftruncate(descriptor_, position) == 0 && ::lseek(descriptor_, position, SEEK_SET) == position;
+  const bool done =
+      ::ftruncate(descriptor_, position) == 0 && ::lseek(descriptor_, position, SEEK_SET) == position;
+  if (!done) error_ = errno;
+  return done;
 }
 
 int OutputFile::release() { return std::exchange(descriptor_, -1); }
@@ -97,6 +106,7 @@ int OutputFile::release() { return std::exchange(descriptor_, -1); }
 bool OutputFile::close() {
   if (!is_open()) return true;
   const bool closed = ::close(std::exchange(descriptor_, -1)) == 0;
+  if (!closed) error_ = errno;
   unfinished_ = {};
   return closed;
 }

@@ -31,21 +31,25 @@ class OutputFile {
  public:
   OutputFile() = default;
 
-  /// Takes over a descriptor that is open for writing; a negative one makes a file that is not open.
-  explicit OutputFile(int descriptor) : descriptor_(descriptor) {}
+  /// Takes over a descriptor that is open for writing; a negative one makes a file that is not open, for the
+  /// reason `error`.
+  explicit OutputFile(int descriptor, int error = 0) : descriptor_(descriptor), error_(error) {}
 
   OutputFile(OutputFile&&) noexcept;
   OutputFile& operator=(OutputFile&&) = delete;
   ~OutputFile();
 
-  /// Creates or empties the file; false (and errno) when that fails. Once only. A file that is a part,
-  /// whatever it holds, and `part`, the file that is being read, under whatever name, is refused before it is
-  /// touched: false, and standard error tells why.
+  /// Creates or empties the file; false when that fails, and error() tells why. Once only. A file that is a
+  /// part, whatever it holds, and `part`, the file that is being read, under whatever name, is refused before
+  /// it is touched: false, and standard error tells why.
   bool open(const std::string& name, const FileIdentity& part = {});
 
   /// True when open() refused the file.
   bool was_refused() const { return refused_; }
   bool is_open() const { return descriptor_ >= 0; }
+
+  /// The system's number for what failed last; 0 when nothing has.
+  int error() const { return error_; }
 
   /// False when not all bytes could be written.
   bool write(const void* bytes, std::size_t count);
@@ -53,7 +57,8 @@ class OutputFile {
   /// Bytes written so far; no value when it is no regular file, which can not be cut.
   std::optional<std::uint64_t> length() const;
 
-  /// Takes back what was written behind the first `length` bytes; false (and errno) when that fails.
+  /// Takes back what was written behind the first `length` bytes; false when that fails, and error() tells
+  /// why.
   bool cut(std::uint64_t length);
 
   /// Gives the descriptor away.
@@ -65,6 +70,7 @@ class OutputFile {
  private:
   std::string shown_name_;  ///< made at the start: at the end there may be no memory for it
   int descriptor_ = -1;
+  int error_ = 0;
   bool refused_ = false;
   UnfinishedOutput unfinished_;
 };

@@ -19,6 +19,25 @@ bool is_layout(std::string_view text) {
 
 bool is_continuation(unsigned char byte) { return (byte & 0xC0U) == 0x80U; }
 
+constexpr std::uint64_t kEach = 0x0101010101010101U;
+constexpr std::uint64_t kTopBits = kEach * 0x80;
+
+/// Bytes of 7 bits each: the top bit of those that differ from `byte`.
+constexpr std::uint64_t differ_from(std::uint64_t bytes, std::uint64_t byte) {
+  return (bytes ^ kEach * byte) + kEach * 0x7F;
+}
+
+/// True for eight bytes that are printable ASCII, line feeds or tabs. But for the first look, which is for
+/// most, no sum carries into the next byte.
+constexpr bool are_plain(std::uint64_t bytes) {
+  if (((bytes | (bytes - kEach * ' ') | (bytes + kEach)) & kTopBits) == 0) return true;
+  const std::uint64_t low = bytes & ~kTopBits;
+  const std::uint64_t is_control = ~(low + kEach * (0x80 - ' '));
+  const std::uint64_t is_layout = ~(differ_from(low, '\n') & differ_from(low, '\t'));
+  const std::uint64_t is_delete = ~differ_from(low, 0x7F);
+  return ((bytes | is_delete | (is_control & ~is_layout)) & kTopBits) == 0;
+}
+
 /// The printable ASCII characters that `text` begins with.
 std::size_t ascii_length(std::string_view text) {
   const auto is_plain = [](char c) { return c >= 0x20 && c < 0x7F; };
@@ -75,18 +94,14 @@ std::size_t printable_length(std::string_view text) {
 }
 
 bool is_plain(std::string_view text) {
-  const auto plain = [](char c) { return (c >= 0x20 && c < 0x7F) || c == '\n' || c == '\t'; };
-  // Eight bytes at a time. The top bit of one is set when it is beyond ASCII, DEL, or a control character.
-  while (text.size() >= sizeof(std::uint64_t)) {
-    std::uint64_t bytes;
-    std::memcpy(&bytes, text.data(), sizeof bytes);
-    const std::uint64_t marks = bytes | (bytes - 0x2020202020202020U) | (bytes + 0x0101010101010101U);
-    if ((marks & 0x8080808080808080U) != 0 && !std::ranges::all_of(text.substr(0, sizeof bytes), plain)) {
-      return false;
-    }
-    text.remove_prefix(sizeof bytes);
+  std::uint64_t eight;
+  for (; text.size() >= sizeof eight; text.remove_prefix(sizeof eight)) {
+    std::memcpy(&eight, text.data(), sizeof eight);
+    if (!are_plain(eight)) return false;
   }
-  return std::ranges::all_of(text, plain);
+  eight = kEach * ' ';
+  if (!text.empty()) std::memcpy(&eight, text.data(), text.size());
+  return are_plain(eight);
 }
 
 std::string printable(std::string_view text, KeepLayout layout) {

@@ -1,7 +1,7 @@
 #include "cfi/flat/cfi_storage.h"
 
 #include "cfi/cfi_error_codes.h"
-#include "cfi/flat/cfi_calls.h"
+#include "cfi/flat/handle_access.h"
 
 using namespace VRX::System::CFI;
 

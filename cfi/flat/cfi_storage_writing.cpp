@@ -5,8 +5,8 @@
 
 #include "cfi/cfi_error_codes.h"
 #include "cfi/element_path.h"
-#include "cfi/flat/cfi_calls.h"
 #include "cfi/flat/cfi_storage.h"
+#include "cfi/flat/handle_access.h"
 #include "support/byte_copy.h"
 
 using namespace VRX::System::CFI;

@@ -4,8 +4,8 @@
 #include <span>
 
 #include "cfi/cfi_error_codes.h"
-#include "cfi/flat/cfi_calls.h"
 #include "cfi/flat/cfi_storage.h"
+#include "cfi/flat/handle_access.h"
 #include "cfi/temporary_file.h"
 #include "support/byte_copy.h"
 #include "support/output_file.h"
@@ -50,13 +50,13 @@ void take_back(int channel, Container& container) {
 
 int CFI_convert_stream_to_fileid(CFI_stream_t stream) {
   show_call("CFI_convert_stream_to_fileid", *stream);
-  support::OutputFile file(open_temporary_file());
-  if (!file.is_open()) throw system_call_failed(errno);
+  support::OutputFile file = open_temporary_file();
+  if (!file.is_open()) throw system_call_failed(file.error());
   support::ByteSource& source = stream->source();
   const std::uint64_t position = source.position();
   source.set_position(0);
   support::copy_source(source, [&](std::span<const std::byte> bytes) {
-    if (!file.write(bytes.data(), bytes.size())) throw system_call_failed(errno);
+    if (!file.write(bytes.data(), bytes.size())) throw system_call_failed(file.error());
   });
   source.set_position(position);
   const int channel = file.release();

@@ -42,9 +42,6 @@ inline constexpr std::int64_t kNoFooter = -1;
 /// The fewest bytes that an index entry takes: a length, one byte of path and the two fields of a stream.
 inline constexpr std::uint64_t kSmallestEntrySize = 21;
 
-inline constexpr char kRootPath[] = "/Root";
-inline constexpr std::size_t kRootPathLength = sizeof kRootPath - 1;
-
 constexpr std::uint64_t header_index_offset(int version) {
   return version >= kFirstVersionWithFastLoadEnd ? 25 : 17;
 }

@@ -5,6 +5,7 @@
 
 #include "cfi/cfi_error_codes.h"
 #include "cfi/diagnostics_channels.h"
+#include "cfi/element_path.h"
 #include "cfi/file_container.h"
 #include "cfi/kvpm/header_paths.h"
 #include "cfi/kvpm/index_reader.h"

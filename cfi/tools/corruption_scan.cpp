@@ -19,7 +19,7 @@ using Kind = ScanFindingKind;
 
 constexpr std::size_t kBlockSize = 8192;
 constexpr std::size_t kReadSize = 32 * kBlockSize;  // stays in the cache of a core from the copy to the count
-constexpr std::size_t kLeadSize = 64;                // keeps the data aligned behind the byte carried over
+constexpr std::size_t kLeadSize = 64;               // keeps the data aligned behind the byte carried over
 constexpr std::int32_t kFirstTerminatedVersion = 15;
 constexpr unsigned char kTerminator = 0xff;
 constexpr std::uint64_t kDiskBlockSize = 256;

@@ -1,100 +1,112 @@
 #include "inspect/records/inspect_errors.h"
 
 #include <cstdarg>
-#include <cstdio>
-#include <cstdlib>
 
-#include "support/console.h"
+#include "cfi/cfi_error_codes.h"
 #include "support/diagnostics.h"
-#include "support/error_escape.h"
-#include "support/program.h"
 #include "support/text_format.h"
 
 namespace inspect {
 
 namespace {
 
-support::Echo echo_of(const InspectOptions& options) {
-  return options.print_banner ? support::Echo::on : support::Echo::off;
-}
+using support::Finding;
+using support::Manner;
 
-void report(const InspectFile& file, const std::string& message) {
-  support::report_message(support::format_text("%s: In file %s\n %s\n", support::program_name(),
-                                               file.shown_name.c_str(), message.c_str()),
-                          echo_of(file.options));
+Finding finding_at_field(const RecordReader& reader, Rule rule, Manner manner, std::string message) {
+  Finding finding;
+  finding.rule = rule;
+  finding.manner = manner;
+  finding.place = reader.last_field();
+  finding.message = std::move(message);
+  return finding;
 }
 
 }  // namespace
 
-void inspect_error(InspectFile& file, const char* format, ...) {
-  std::va_list arguments;
-  va_start(arguments, format);
-  std::string message = support::format_text_list(format, arguments);
-  va_end(arguments);
-  if (!file.quiet) {
-    report(file, message);
-    file.failed = true;
-  }
+// The message that the arguments behind `format` make.
+#define VRII_FORMATTED(message)                                       \
+  std::va_list arguments;                                             \
+  va_start(arguments, format);                                        \
+  std::string message = support::format_text_list(format, arguments); \
+  va_end(arguments)
+
+void inspect_error(const RecordReader& reader, Rule rule, const char* format, ...) {
+  VRII_FORMATTED(message);
+  reader.findings().report(finding_at_field(reader, rule, Manner::error, message));
   throw support::ErrorEscape("vr_inspect_internal", kContentError, std::move(message));
 }
 
-void inspect_read_error(InspectFile& file, int status) {
-  const std::string message = support::format_text("unexpected read error %d", status);
-  report(file, message);
-  file.failed = true;
-  throw support::ErrorEscape("vr_inspect_internal", kContentError, message);
+void inspect_read_error(const RecordReader& reader, int status) {
+  inspect_error(reader, Rule::file_read_error, "unexpected read error %d", status);
 }
 
-void inspect_fatal(InspectFile& file, const char* format, ...) {
-  std::va_list arguments;
-  va_start(arguments, format);
-  const std::string message = support::format_text_list(format, arguments);
-  va_end(arguments);
-  if (file.quiet) throw support::ErrorEscape("vr_inspect_internal", kInspectorError, message);
-  support::report_message(support::format_text("%s: %s\n", support::program_name(), message.c_str()),
-                          echo_of(file.options));
-  file.failed = true;
-  if (file.escape_on_failure) {
-    throw support::ErrorEscape("vr_inspect_internal", kInspectorError,
-                               support::format_text("vr_inspect failure: %s", format));
-  }
-  support::flush_console();
-  std::fflush(stderr);
-  std::exit(1);
+void inspect_fatal(const RecordReader& reader, Rule rule, const char* format, ...) {
+  VRII_FORMATTED(message);
+  reader.findings().report(finding_at_field(reader, rule, Manner::fatal, message));
+  throw FatalEscape(std::move(message));
 }
 
-void inspect_warning(InspectFile& file, const char* format, ...) {
-  std::va_list arguments;
-  va_start(arguments, format);
-  const std::string message = support::format_text_list(format, arguments);
-  va_end(arguments);
-  support::report_message(support::format_text("%s: In file %s \n %s\n", support::program_name(),
-                                               file.shown_name.c_str(), message.c_str()),
-                          echo_of(file.options));
+void inspect_warning(const RecordReader& reader, Rule rule, const char* format, ...) {
+  VRII_FORMATTED(message);
+  reader.findings().report(finding_at_field(reader, rule, Manner::warning, std::move(message)));
 }
 
-void report_warning(const InspectOptions& options, const char* message) {
-  support::report_message(support::format_text("%s: %s\n", support::program_name(), message),
-                          echo_of(options));
+void report_problem(const InspectFile& file, Rule rule, const char* format, ...) {
+  VRII_FORMATTED(message);
+  Finding finding;
+  finding.rule = rule;
+  finding.message = std::move(message);
+  file.reader.findings().report(finding);
 }
 
-void report_problem(InspectFile& file, const char* format, ...) {
-  std::va_list arguments;
-  va_start(arguments, format);
-  const std::string message = support::format_text_list(format, arguments);
-  va_end(arguments);
-  report(file, message);
-  file.failed = true;
-  file.problems_found = true;
+void report_finding(const InspectFile& file, Finding finding, const char* format, ...) {
+  VRII_FORMATTED(message);
+  finding.message = std::move(message);
+  file.reader.findings().report(finding);
 }
 
-void report_escape(InspectFile& file, const support::ErrorEscape& escape) {
+#undef VRII_FORMATTED
+
+void report_escape(const InspectFile& file, const support::ErrorEscape& escape) {
   static const support::DiagnosticsChannel channel("error_escapes");
   channel.print("error escape %d from %s, line %d: %s\n", escape.code(), escape.module(), escape.line(),
                 escape.what());
-  file.failed = true;
-  file.problems_found = true;
-  if (escape.code() != kContentError) report(file, escape.message());
+  if (escape.code() == kContentError) return;
+  Finding finding;
+  finding.rule = rule_of(escape.code());
+  finding.message = escape.message();
+  file.reader.findings().report(finding);
+}
+
+Rule rule_of(int code) {
+  namespace CFI = VRX::System::CFI;
+  switch (code) {
+    case kInspectorError:
+      return Rule::output_failed;
+    case CFI::kSystemCallFailed:
+      return Rule::file_not_opened;
+    case CFI::kEncryptedFile:
+      return Rule::file_encrypted;
+    case CFI::kEndOfStream:
+      return Rule::container_end_of_stream;
+    case CFI::kBadCompressedStream:
+    case CFI::kCompressedBlockTooLong:
+      return Rule::container_framing;
+    case CFI::kElementNotFound:
+      return Rule::container_element_missing;
+    case CFI::kVersionTooNew:
+      return Rule::container_version;
+    case CFI::kDamagedIndex:
+    case CFI::kNameTooLong:
+      return Rule::container_index;
+    case CFI::kIndexChecksumMismatch:
+      return Rule::container_index_checksum;
+    case CFI::kDamagedCompoundFile:
+      return Rule::container_compound;
+    default:
+      return Rule::container_other;
+  }
 }
 
 }  // namespace inspect

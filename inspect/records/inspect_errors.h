@@ -1,50 +1,65 @@
 #pragma once
 
 #include "inspect/records/inspect_file.h"
+#include "inspect/records/record_reader.h"
 #include "support/error_escape.h"
+#include "support/findings.h"
 
 namespace inspect {
+
+using support::Rule;
 
 inline constexpr int kContentError = 99;  ///< code of the escape of inspect_error
 inline constexpr int kInspectorError = 641001;
 
-/// A fatal error in the file's content: written to both streams, the file failed; raises code 99.
-[[noreturn, gnu::format(printf, 2, 3)]] void inspect_error(InspectFile& file, const char* format, ...);
+/// What ends the run, not only the reading of a file. Its message is that of the finding.
+class FatalEscape final : public support::ErrorEscape {
+ public:
+  explicit FatalEscape(std::string message)
+      : ErrorEscape("vr_inspect_internal", kInspectorError, std::move(message)) {}
+};
 
-/// "unexpected read error %d": what inspect_error does, even while errors are quiet, for the file is not to
-/// blame.
-[[noreturn]] void inspect_read_error(InspectFile& file, int status);
+/// A fatal error in the file's content, at the field that was read last: a finding, and an escape of code 99.
+[[noreturn, gnu::format(printf, 3, 4)]] void inspect_error(const RecordReader& reader, Rule rule,
+                                                           const char* format, ...);
 
-/// A fatal error of the run: written, both streams flushed, exit status 1; with escape_on_failure raises
-/// 641001 instead.
-[[noreturn, gnu::format(printf, 2, 3)]] void inspect_fatal(InspectFile& file, const char* format, ...);
+/// "unexpected read error %d": the system could not read. What inspect_error does.
+[[noreturn]] void inspect_read_error(const RecordReader& reader, int status);
 
-/// A warning about the content: written to both streams. Marks nothing by itself.
-[[gnu::format(printf, 2, 3)]] void inspect_warning(InspectFile& file, const char* format, ...);
+/// A fatal error of the run: a finding, and a FatalEscape.
+[[noreturn, gnu::format(printf, 3, 4)]] void inspect_fatal(const RecordReader& reader, Rule rule,
+                                                           const char* format, ...);
 
-/// The driver's warning reporter, for trouble that is not the file's: "%s: %s\n" to both streams.
-void report_warning(const InspectOptions& options, const char* message);
+/// A warning about the content, at the field that was read last: a finding. The reading goes on.
+[[gnu::format(printf, 3, 4)]] void inspect_warning(const RecordReader& reader, Rule rule, const char* format,
+                                                   ...);
 
-/// The driver's failure reporter: "%s: In file %s\n %s\n" to both streams; the file has failed and has
-/// problems, and work goes on.
-[[gnu::format(printf, 2, 3)]] void report_problem(InspectFile& file, const char* format, ...);
+/// Trouble with the file that ends no reading: a finding.
+[[gnu::format(printf, 3, 4)]] void report_problem(const InspectFile& file, Rule rule, const char* format,
+                                                  ...);
+
+/// The same with what else is known of it; the message is made from the format.
+[[gnu::format(printf, 3, 4)]] void report_finding(const InspectFile& file, support::Finding finding,
+                                                  const char* format, ...);
 
 /// Reports an escape that reached a place where work can go on: nothing more for code 99, which has been
-/// reported where it was raised, else its message through the failure reporter. The file has failed.
-void report_escape(InspectFile& file, const support::ErrorEscape& escape);
+/// reported where it was raised, else its message.
+void report_escape(const InspectFile& file, const support::ErrorEscape& escape);
 
-/// While one lives, inspect_error and inspect_fatal raise their escape and do nothing else: for content that
-/// a report can do without. That the system cannot read is never kept quiet.
-class QuietErrors {
- public:
-  explicit QuietErrors(InspectFile& file) : file_(file), before_(file.quiet) { file.quiet = true; }
-  ~QuietErrors() { file_.quiet = before_; }
-  QuietErrors(const QuietErrors&) = delete;
-  QuietErrors& operator=(const QuietErrors&) = delete;
+/// Runs one step of the work on a file; what it raises is reported, and the work goes on with the next. Only
+/// what ends the run passes.
+template <typename Step>
+void attempt(const InspectFile& file, Step step) {
+  try {
+    step();
+  } catch (const FatalEscape&) {
+    throw;
+  } catch (const support::ErrorEscape& escape) {
+    report_escape(file, escape);
+  }
+}
 
- private:
-  InspectFile& file_;
-  bool before_;
-};
+/// The rule that an error number of the container stands for.
+Rule rule_of(int code);
 
 }  // namespace inspect

@@ -22,11 +22,9 @@ std::unique_ptr<support::ByteSource> open_child_stream(InspectFile& file, std::s
 /// the caller goes on with its next step.
 template <typename Visit>
 void visit_named_stream(InspectFile& file, std::string_view name, Visit visit) {
-  try {
+  attempt(file, [&] {
     if (const auto source = open_named_stream(file, name)) visit(*source);
-  } catch (const support::ErrorEscape& escape) {
-    report_escape(file, escape);
-  }
+  });
 }
 
 }  // namespace inspect

@@ -7,9 +7,9 @@
 
 #include "inspect/records/id_set.h"
 #include "inspect/records/inspect_errors.h"
+#include "inspect/records/object_manager_bounds.h"
 #include "inspect/records/object_manager_label.h"
-#include "inspect/records/object_manager_limits.h"
-#include "inspect/records/traced_readers.h"
+#include "inspect/records/om_strings.h"
 #include "support/limits.h"
 
 namespace inspect {
@@ -23,8 +23,8 @@ constexpr std::int32_t kEndOfChain = -1;
 
 /// How one of the two chains names its links.
 struct ChainNames {
-  const char* label;       ///< trace label of a link, below version 5
-  const char* class_link;  ///< the same from version 5
+  FieldLabel label;       ///< of a link, below version 5
+  FieldLabel class_link;  ///< the same from version 5
 };
 
 constexpr ChainNames kObjectChain = {"Audit label", "Audit class index in root object"};
@@ -38,43 +38,44 @@ constexpr std::size_t kLabelLinkBytes = 36;
 /// Reads the two chains of one partition.
 class AuditReader {
  public:
-  AuditReader(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om, bool trace)
-      : file_(file), partition_(partition), om_(om), trace_(trace) {}
+  AuditReader(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om)
+      : file_(file), partition_(partition), om_(om) {}
 
   void read_audit_object();
   void read_audit_entry(AuditObject& object);
 
  private:
   bool by_label() const { return om_.version < kInlineAuditVersion; }
-  bool keeps_cookies() const { return !by_label() && file_.options.print_cookies; }
+  bool keeps_cookies() const { return !by_label() && om_.audit.wants_cookies; }
   bool enter_link(const ChainNames& chain, std::int32_t wanted_class);
   bool enter_label(const ChainNames& chain);
   void check_limits();
   void leave_link();
-  TextId read_text(const char* label);
+  TextId read_text(const FieldLabel& label);
   void read_rest(std::size_t number);
 
   InspectFile& file_;
   const PartitionEntry& partition_;
   ObjectManagerPartition& om_;
-  bool trace_;
   // Links that are labels, from the outermost object to the entry being read.
-  std::deque<std::uint64_t> way_back_;   ///< positions behind them
-  std::deque<std::int32_t> way_labels_;  ///< plus one
-  IdSet labels_;                         ///< the same labels: no chain may come back to one of them
+  std::deque<std::uint64_t> way_back_;    ///< positions behind them
+  std::deque<std::uint32_t> way_labels_;  ///< plus one
+  IdSet labels_;                          ///< the same labels: no chain may come back to one of them
 };
 
 bool AuditReader::enter_label(const ChainNames& chain) {
   std::int32_t label = 0;
-  read_ints(trace_, file_, 1, &label, "%s", chain.label);
+  file_.reader.read(label, chain.label);
   if (label == kNoLabel) return false;
-  if (label < 0 || label == INT32_MAX) inspect_error(file_, "Bad value %d for %s\n", label, chain.label);
+  if (label < 0 || label == INT32_MAX)
+    inspect_error(file_.reader, Rule::om_audit, "Bad value %d for %s\n", label, chain.label.text().c_str());
   if (!labels_.insert(static_cast<std::uint32_t>(label) + 1)) {
-    inspect_error(file_, "%s %d leads to an object that was read before\n", chain.label, label);
+    inspect_error(file_.reader, Rule::om_audit, "%s %d leads to an object that was read before\n",
+                  chain.label.text().c_str(), label);
   }
   way_labels_.push_back(static_cast<std::uint32_t>(label) + 1);
-  way_back_.push_back(current_position(file_));
-  seek_object(file_, partition_, label, trace_);
+  way_back_.push_back(file_.reader.position());
+  seek_object(file_.reader, partition_, label);
   return true;
 }
 
@@ -82,14 +83,16 @@ bool AuditReader::enter_label(const ChainNames& chain) {
 bool AuditReader::enter_link(const ChainNames& chain, std::int32_t wanted_class) {
   check_limits();
   if (by_label()) return enter_label(chain);
-  const std::int32_t found = read_compact_short(trace_, file_, partition_, "%s", chain.class_link);
+  const std::int32_t found = file_.reader.read_compact_short(partition_.encoding, chain.class_link);
   if (found == kEndOfChain) return false;
   if (found != wanted_class) {
     const auto shown = static_cast<unsigned>(found);
     if (&chain == &kObjectChain) {
-      inspect_error(file_, "Expected audit class index %d but found %x\n", wanted_class, shown);
+      inspect_error(file_.reader, Rule::om_audit, "Expected audit class index %d but found %x\n",
+                    wanted_class, shown);
     }
-    inspect_error(file_, "Expected audit_entry class index %d but found %x\n", wanted_class, shown);
+    inspect_error(file_.reader, Rule::om_audit, "Expected audit_entry class index %d but found %x\n",
+                  wanted_class, shown);
   }
   return true;
 }
@@ -104,12 +107,12 @@ void AuditReader::leave_link() {
   if (!by_label()) return;
   labels_.erase(way_labels_.back());
   way_labels_.pop_back();
-  move_to(trace_, file_, way_back_.back());
+  file_.reader.move_to(way_back_.back());
   way_back_.pop_back();
 }
 
-TextId AuditReader::read_text(const char* label) {
-  OmStringField field = read_om_string_field(trace_, file_, partition_, label);
+TextId AuditReader::read_text(const FieldLabel& label) {
+  OmStringField field = read_om_string_field(file_.reader, partition_, label);
   if (field.shared_index) {
     const bool has_text = partition_.shared_strings[*field.shared_index].has_value();
     return has_text ? shared_text_id(*field.shared_index) : kNoText;
@@ -150,54 +153,51 @@ void AuditReader::read_audit_entry(AuditObject& object) {
 
 void AuditReader::read_rest(std::size_t number) {
   AuditEntry& entry = om_.audit.entries[number];
-  entry.save_time = read_compact_int(trace_, file_, partition_, "Save time");
+  entry.save_time = file_.reader.read_compact_int(partition_.encoding, "Save time");
   if (!by_label()) {
-    const std::int32_t cookie = read_compact_int(trace_, file_, partition_, "Magic cookie");
-    const std::int32_t maximum = read_compact_int(trace_, file_, partition_, "Maximum object id");
+    const std::int32_t cookie = file_.reader.read_compact_int(partition_.encoding, "Magic cookie");
+    const std::int32_t maximum = file_.reader.read_compact_int(partition_.encoding, "Maximum object id");
     if (keeps_cookies()) om_.audit.cookies[number] = {cookie, maximum};
   }
   entry.version_number = static_cast<std::int16_t>(
-      read_compact_short(trace_, file_, partition_, "Version number in audit trail entry"));
+      file_.reader.read_compact_short(partition_.encoding, "Version number in audit trail entry"));
   entry.machine_type = static_cast<std::uint16_t>(
-      read_compact_short(trace_, file_, partition_, "Machine type in audit trail entry"));
+      file_.reader.read_compact_short(partition_.encoding, "Machine type in audit trail entry"));
   if (entry.save_time == 0) om_.audit.pseudo_entries = true;
 }
 
-void read_shared_strings(InspectFile& file, PartitionEntry& partition, ObjectManagerPartition& om,
-                         bool trace) {
+void read_shared_strings(InspectFile& file, PartitionEntry& partition, ObjectManagerPartition& om) {
   if (om.shared_string_position == 0) return;
-  move_to(trace, file, position_behind(om.start, om.shared_string_position));
-  const std::int32_t count = read_compact_int(trace, file, partition, "count of strings");
-  om.utf8_string_count = read_compact_int(trace, file, partition, "count of utf8 strings");
+  file.reader.move_to(position_behind(om.start, om.shared_string_position));
+  const std::int32_t count = file.reader.read_compact_int(partition.encoding, "count of strings");
+  om.utf8_string_count = file.reader.read_compact_int(partition.encoding, "count of utf8 strings");
   for (std::int32_t i = 0; i < count; ++i) {
     check_om_limit(file, partition.shared_strings.size(), limits::kSharedStrings, "shared strings");
     check_object_memory(file, partition, om, 0);
     partition.shared_strings.push_back(
-        read_om_string(trace, file, StringTyping::plain, partition, "shared string"));
+        read_om_string(file.reader, StringTyping::plain, partition, "shared string"));
   }
 }
 
-void read_root(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om, bool trace) {
-  seek_object(file, partition, om.root_object, trace);
-  read_om_label(trace, file, partition, "Root object file head");
-  om.root_name = read_om_string(trace, file, StringTyping::vla_typed, partition, "Root name").value_or("");
+void read_root(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om) {
+  seek_object(file.reader, partition, om.root_object);
+  read_om_label(file, partition, "Root object file head");
+  om.root_name = read_om_string(file.reader, StringTyping::vla_typed, partition, "Root name").value_or("");
   cut_at_terminator(om.root_name);
 }
 
 }  // namespace
 
-void read_audit_object(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om,
-                       bool trace) {
-  AuditReader(file, partition, om, trace).read_audit_object();
+void read_audit_object(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om) {
+  AuditReader(file, partition, om).read_audit_object();
 }
 
-void read_shared_strings_and_root(InspectFile& file, PartitionEntry& partition, ObjectManagerPartition& om,
-                                  bool trace) {
+void read_shared_strings_and_root(InspectFile& file, PartitionEntry& partition, ObjectManagerPartition& om) {
   partition.shared_strings.clear();
   if (!om.has_root()) return;
-  read_shared_strings(file, partition, om, trace);
-  read_root(file, partition, om, trace);
-  read_audit_object(file, partition, om, trace);
+  read_shared_strings(file, partition, om);
+  read_root(file, partition, om);
+  read_audit_object(file, partition, om);
   // Version 4 chains its program versions the other way round.
   if (om.version == kReversedAuditVersion) std::ranges::reverse(om.audit.objects);
 }

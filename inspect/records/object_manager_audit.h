@@ -17,11 +17,9 @@ namespace inspect {
 
 /// Reads the shared string table into `partition.shared_strings`, the root object's name and the audit trail.
 /// Nothing when the partition has no root object. Leaves the stream behind the trail.
-void read_shared_strings_and_root(InspectFile& file, PartitionEntry& partition, ObjectManagerPartition& om,
-                                  bool trace);
+void read_shared_strings_and_root(InspectFile& file, PartitionEntry& partition, ObjectManagerPartition& om);
 
 /// Reads the chain of audit objects at the stream's position, their entries included, into `om.audit`.
-void read_audit_object(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om,
-                       bool trace);
+void read_audit_object(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om);
 
 }  // namespace inspect

@@ -3,9 +3,8 @@
 #include <vector>
 
 #include "inspect/records/inspect_errors.h"
+#include "inspect/records/object_manager_bounds.h"
 #include "inspect/records/object_manager_label.h"
-#include "inspect/records/object_manager_limits.h"
-#include "inspect/records/traced_readers.h"
 #include "support/limits.h"
 
 namespace inspect {
@@ -13,32 +12,34 @@ namespace inspect {
 namespace {
 
 constexpr std::uint8_t kListVlaType = 1;
-constexpr const char* kChainLabel = "Entity type chain";
+constexpr std::int32_t kNewerChainsVersion = 10;
+constexpr FieldLabel kChainLabel = "Entity type chain";
 
-bool read_list_type(bool trace, InspectFile& file, const char* label) {
+bool read_list_type(InspectFile& file, const FieldLabel& label) {
   std::uint8_t type = 0;
-  read_bytes(trace, file, 1, &type, "%s", label);
+  file.reader.read(type, label);
   return type == kListVlaType;
 }
 
-std::int32_t read_element_count(bool trace, InspectFile& file, const PartitionEntry& partition) {
-  return read_compact_int(trace, file, partition, "number of elements");
+std::int32_t read_element_count(InspectFile& file, const PartitionEntry& partition) {
+  return file.reader.read_compact_int(partition.encoding, "number of elements");
 }
 
 /// How new entities of a class are shown: stepped over.
-void read_creation_display_data(bool trace, InspectFile& file, const PartitionEntry& partition) {
-  if (!read_list_type(trace, file, "VLA type for creation display data")) {
-    inspect_error(file, "bad VLA header for creation_display_data");
+void read_creation_display_data(InspectFile& file, const PartitionEntry& partition) {
+  if (!read_list_type(file, "VLA type for creation display data")) {
+    inspect_error(file.reader, Rule::om_chains, "bad VLA header for creation_display_data");
   }
-  const std::int32_t count = read_element_count(trace, file, partition);
+  const std::int32_t count = read_element_count(file, partition);
   for (std::int32_t i = 0; i < count; ++i) {
-    read_compact_short(trace, file, partition, "sub object class id");
-    for (const char* label : {"color", "line_font", "width"}) {
-      read_compact_int(trace, file, partition, "%s", label);
-    }
-    for (const char* label : {"type", "subtype"}) read_compact_short(trace, file, partition, "%s", label);
+    file.reader.read_compact_short(partition.encoding, "sub object class id");
+    file.reader.read_compact_int(partition.encoding, "color");
+    file.reader.read_compact_int(partition.encoding, "line_font");
+    file.reader.read_compact_int(partition.encoding, "width");
+    file.reader.read_compact_short(partition.encoding, "type");
+    file.reader.read_compact_short(partition.encoding, "subtype");
     std::uint8_t property = 0;
-    read_bytes(trace, file, 1, &property, "property");
+    file.reader.read(property, "property");
   }
 }
 
@@ -48,32 +49,31 @@ struct ListedHeads {
   std::vector<std::int32_t> heads = {};
 };
 
-ListedHeads read_listed_heads(bool trace, InspectFile& file, const PartitionEntry& partition) {
-  if (!read_list_type(trace, file, "VLA type for entity type chains")) {
-    inspect_error(file, "bad VLA header for entity_type_chains");
+ListedHeads read_listed_heads(InspectFile& file, const PartitionEntry& partition) {
+  if (!read_list_type(file, "VLA type for entity type chains")) {
+    inspect_error(file.reader, Rule::om_chains, "bad VLA header for entity_type_chains");
   }
-  ListedHeads listed = {.count = read_element_count(trace, file, partition)};
+  ListedHeads listed = {.count = read_element_count(file, partition)};
   // Not reserved: the count is a claim until its heads have been read.
   for (std::int32_t i = 0; i < listed.count; ++i) {
     check_om_limit(file, listed.heads.size(), limits::kChainHeads, "entity type chains");
-    listed.heads.push_back(read_om_label(trace, file, partition, kChainLabel));  // NOLINT(performance-*)
+    listed.heads.push_back(read_om_label(file, partition, kChainLabel));  // NOLINT(performance-*)
   }
   return listed;
 }
 
-void read_newer_layout(bool trace, InspectFile& file, const PartitionEntry& partition,
-                       EntityTypeChains& heads) {
-  const ListedHeads listed = read_listed_heads(trace, file, partition);
-  read_creation_display_data(trace, file, partition);
-  for (int i = 0; i < 3; ++i) read_om_label(trace, file, partition, kChainLabel);
-  if (!read_list_type(trace, file, "VLA type for entity type chains")) {
-    inspect_error(file, "bad VLA header for entity_types_present");
+void read_newer_layout(InspectFile& file, const PartitionEntry& partition, EntityTypeChains& heads) {
+  const ListedHeads listed = read_listed_heads(file, partition);
+  read_creation_display_data(file, partition);
+  for (int i = 0; i < 3; ++i) read_om_label(file, partition, kChainLabel);
+  if (!read_list_type(file, "VLA type for entity type chains")) {
+    inspect_error(file.reader, Rule::om_chains, "bad VLA header for entity_types_present");
   }
-  if (read_element_count(trace, file, partition) != listed.count) {
-    inspect_error(file, "mismatch in entity type handling for RM_part");
+  if (read_element_count(file, partition) != listed.count) {
+    inspect_error(file.reader, Rule::om_chains, "mismatch in entity type handling for RM_part");
   }
   for (const std::int32_t head : listed.heads) {
-    const std::int32_t type = read_compact_int(trace, file, partition, "entity type");
+    const std::int32_t type = file.reader.read_compact_int(partition.encoding, "entity type");
     if (type >= 0 && static_cast<std::size_t>(type) < heads.size())
       heads[static_cast<std::size_t>(type)] = head;
   }
@@ -81,15 +81,15 @@ void read_newer_layout(bool trace, InspectFile& file, const PartitionEntry& part
 
 }  // namespace
 
-void read_entity_type_chains(bool trace, InspectFile& file, const PartitionEntry& partition,
-                             EntityTypeChains& heads) {
+void read_entity_type_chains(InspectFile& file, const PartitionEntry& partition,
+                             const ObjectManagerHeader& om, EntityTypeChains& heads) {
   heads.fill(kNullIndex);
-  read_compact_short(trace, file, partition, "First version in RM_part");
-  read_compact_short(trace, file, partition, "Second version in RM_part");
-  if (file.rm_layout) {
-    read_newer_layout(trace, file, partition, heads);
+  file.reader.read_compact_short(partition.encoding, "First version in RM_part");
+  file.reader.read_compact_short(partition.encoding, "Second version in RM_part");
+  if (om.version >= kNewerChainsVersion) {
+    read_newer_layout(file, partition, heads);
   } else {
-    for (std::int32_t& head : heads) head = read_om_label(trace, file, partition, kChainLabel);
+    for (std::int32_t& head : heads) head = read_om_label(file, partition, kChainLabel);
   }
 }
 

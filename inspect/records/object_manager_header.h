@@ -15,18 +15,16 @@
 namespace inspect {
 
 /// Moves to the partition and reads the length; sets `partition.om_file_length_byte_size`.
-void read_om_length(InspectFile& file, PartitionEntry& partition, ObjectManagerPartition& om, bool trace);
+void read_om_length(InspectFile& file, PartitionEntry& partition, ObjectManagerPartition& om);
 
 /// False when a CMOD partition is not in OM format; for any other kind that is inspect_error.
-bool read_om_intro(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om,
-                   bool trace);
+bool read_om_intro(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om);
 
-/// Header ints to number of objects; sets `compact` and `wide_positions` of the partition.
-void read_om_identity(InspectFile& file, PartitionEntry& partition, ObjectManagerPartition& om, bool trace);
+/// Header ints to number of objects; sets `encoding` and `wide_positions` of the partition.
+void read_om_identity(InspectFile& file, PartitionEntry& partition, ObjectManagerPartition& om);
 
 /// Labels, class count and references.
-void read_om_counts(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om,
-                    bool trace);
+void read_om_counts(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om);
 
 /// True when the bytes at the partition's base look like a length and an intro, of which either letter
 /// suffices: for directories of older files, which need not hold object-manager data. Reads nothing that is

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "inspect/records/inspect_file.h"
+#include "inspect/records/part_records.h"
 #include "inspect/records/partition_kinds.h"
 #include "inspect/records/text_pool.h"
 
@@ -62,20 +62,19 @@ struct AuditTrail {
   std::deque<AuditEntry> entries;
   std::deque<AuditCookies>
       cookies;                  ///< of the entries; kept when wanted and recorded (OM version 5 and above)
+  bool wants_cookies = false;   ///< set before the trail is read: keep them
   bool pseudo_entries = false;  ///< an entry with save time 0 was read
 };
 
-/// What is read of one object-manager partition, in the order of the file. Positions are absolute in the part
+/// The header of an object-manager partition, in the order of the file. Positions are absolute in the part
 /// stream, sizes in bytes.
-struct ObjectManagerPartition {
-  TextPool texts;
-
+struct ObjectManagerHeader {
   std::uint64_t start = 0;   ///< first byte behind the length field
   std::uint64_t length = 0;  ///< as stored: the bytes behind the length field, a checksum included
   std::array<std::uint8_t, 7> intro = {};
 
   std::int32_t version = 0;      ///< 3 to 10
-  std::int32_t filing_mode = 0;  ///< bits; compact and wide positions are kept in the PartitionEntry
+  std::int32_t filing_mode = 0;  ///< bits; encoding and width of positions are kept in the PartitionEntry
   bool first_mode_flag = false;
   bool second_mode_flag = false;
   bool has_checksum = false;
@@ -92,6 +91,13 @@ struct ObjectManagerPartition {
   std::optional<std::int32_t> external_file_ids;     ///< the inter-part references
   std::uint64_t external_file_id_offset = 0;         ///< as stored
   std::uint64_t external_reference_offset = 0;       ///< as stored
+
+  std::uint64_t end = 0;  ///< first byte behind it
+};
+
+/// What is read of one object-manager partition, in the order of the file.
+struct ObjectManagerPartition : ObjectManagerHeader {
+  TextPool texts;
 
   std::vector<OmSchema> schemas;  ///< version 10
   std::vector<OmClass> classes;
@@ -113,8 +119,8 @@ struct ObjectManagerPartition {
 using EntityTypeChains = std::array<std::int32_t, kEntityTypeCount>;
 
 /// True when the partition must hold object-manager data. Before version 15 directories hold plain numbers.
-inline bool holds_object_manager_data(const InspectFile& file, const PartitionEntry& partition) {
-  const bool newer = file.has_markers || file.release >= 15;
+inline bool holds_object_manager_data(const PartRecords& part, const PartitionEntry& partition) {
+  const bool newer = part.has_markers || part.version >= 15;
   return newer && !partition.bad && partition.type >= kRecordManager && !is_modeller_type(partition.type);
 }
 

@@ -6,8 +6,6 @@
 #include <cstring>
 
 #include "inspect/records/inspect_errors.h"
-#include "inspect/records/traced_readers.h"
-#include "support/console.h"
 #include "support/limits.h"
 #include "support/part_signature.h"
 
@@ -84,8 +82,10 @@ constexpr FlagPlace kFullHeaderFlags[] = {
 /// The words of a header as read: machine byte order, but for the runs that are kept in file order.
 class HeaderWords {
  public:
-  std::int16_t* data() { return words_.data(); }
-  std::int16_t* at(std::size_t offset) { return words_.data() + offset / 2; }
+  /// `count` words from a byte offset on; none for a count below 1.
+  std::span<std::int16_t> run(std::size_t offset, std::int32_t count) {
+    return std::span(words_).subspan(offset / 2, static_cast<std::size_t>(std::max(count, 0)));
+  }
   std::int16_t signed_word(std::size_t offset) const { return words_[offset / 2]; }
   std::uint16_t word(std::size_t offset) const { return static_cast<std::uint16_t>(words_[offset / 2]); }
   bool bit(std::size_t offset, int bit) const { return (word(offset) >> bit & 1) != 0; }
@@ -111,21 +111,25 @@ bool is_header_count(std::uint16_t count) {
 
 /// The byte order follows from the count: one that is valid only when its bytes are exchanged tells that
 /// the file was written on a machine of the other order.
-std::uint16_t read_header_count(InspectFile& file, bool trace) {
-  file.swap_bytes = false;
+std::uint16_t read_header_count(InspectFile& file) {
+  file.reader.set_swaps_bytes(false);
   std::uint16_t count = 0;
-  read_shorts(trace, file, 1, &count, "Part header count");
+  file.reader.read(count, "Part header count");
   if (!is_header_count(count)) {
-    file.swap_bytes = true;
-    swap_shorts(trace, file, 1, &count);
+    file.reader.set_swaps_bytes(true);
+    file.reader.convert(std::span(&count, 1));
   }
-  if (trace) support::print("Header size: %d shorts\n", static_cast<std::int16_t>(count));
+  file.records.other_byte_order = file.reader.swaps_bytes();
+  if (Trace* trace = file.reader.trace()) {
+    trace->print("Header size: %d shorts\n", static_cast<std::int16_t>(count));
+  }
   return count;
 }
 
 void check_header_count(InspectFile& file, std::uint16_t count) {
   if (is_header_count(count)) return;
-  inspect_error(file, "Corrupt part - part file header word count is %d but should be 10, 12, or 269\n",
+  inspect_error(file.reader, Rule::header_word_count,
+                "Corrupt part - part file header word count is %d but should be 10, 12, or 269\n",
                 static_cast<std::int16_t>(count));
 }
 
@@ -154,22 +158,25 @@ std::size_t used_bytes(std::int16_t length) {
 }
 
 /// Puts the texts and the transfer-check bytes back into file order.
-void restore_file_order(InspectFile& file, bool trace, HeaderWords& words) {
-  if (!file.swap_bytes) return;
-  swap_shorts(trace, file, (words.signed_word(kDescriptionLength) + 1) / 2, words.at(kDescription));
-  swap_shorts(trace, file, (words.signed_word(kCustomerAreaLength) + 1) / 2, words.at(kCustomerArea));
-  swap_shorts(trace, file, kUniqueIdentifierSize / 2, words.at(kUniqueIdentifier));
-  swap_shorts(trace, file, 2, words.at(kTransferCheck));
+void restore_file_order(InspectFile& file, HeaderWords& words) {
+  if (!file.reader.swaps_bytes()) return;
+  const auto restore = [&](std::size_t offset, std::int32_t count) {
+    file.reader.convert(words.run(offset, count));
+  };
+  restore(kDescription, (words.signed_word(kDescriptionLength) + 1) / 2);
+  restore(kCustomerArea, (words.signed_word(kCustomerAreaLength) + 1) / 2);
+  restore(kUniqueIdentifier, kUniqueIdentifierSize / 2);
+  restore(kTransferCheck, 2);
 }
 
-void take_texts(InspectFile& file, bool trace, HeaderWords& words, PartHeader& header) {
+void take_texts(InspectFile& file, HeaderWords& words, PartHeader& header) {
   const std::int16_t description = words.signed_word(kDescriptionLength);
   if (description > limits::kHeaderTextCharacters)
-    inspect_error(file, "description length too long %d", description);
+    inspect_error(file.reader, Rule::header_text_length, "description length too long %d", description);
   const std::int16_t customer = words.signed_word(kCustomerAreaLength);
   if (customer > limits::kHeaderTextCharacters)
-    inspect_error(file, "customer area length too long %d", customer);
-  restore_file_order(file, trace, words);
+    inspect_error(file.reader, Rule::header_text_length, "customer area length too long %d", customer);
+  restore_file_order(file, words);
   words.refresh_bytes();
   header.description = words.text(kDescription, used_bytes(description));
   header.customer_area = words.text(kCustomerArea, used_bytes(customer));
@@ -183,14 +190,12 @@ void check_transfer_bytes(InspectFile& file, const PartHeader& header) {
   const auto& check = header.transfer_check;
   if (check[0] == 0 && check[1] == 0) return;
   if (check == std::array<std::uint8_t, 4>{0x0D, 0x00, 0xFF, 0x00}) return;
-  file.certain_corruption = true;
-  file.wants_scan = true;
   if (check[0] == 0x0D && check[1] == 0xFF) {
-    inspect_error(file,
+    inspect_error(file.reader, Rule::transfer_vms,
                   "*** Part file probably corrupted by ASCII ftp from VMS\n"
                   " Parts should be copied using binary (not ascii) mode ftp\n");
   }
-  inspect_error(file,
+  inspect_error(file.reader, Rule::transfer_bytes,
                 "*** Part file is corrupt (FTP bytes not as expected)\n"
                 " Parts should be copied using binary (not ascii) mode ftp\n");
 }
@@ -199,10 +204,11 @@ void take_units(InspectFile& file, const HeaderWords& words, PartHeader& header)
   header.units = words.signed_word(kUnits);
   if (header.units == 0) return;
   if (!is_part_units(header.units)) {
-    inspect_error(file, "Found invalid units of %d in part header\n", header.units);
+    inspect_error(file.reader, Rule::header_units, "Found invalid units of %d in part header\n",
+                  header.units);
   }
-  file.units = header.units;
-  file.has_markers = true;
+  file.records.units = header.units;
+  file.records.has_markers = true;
 }
 
 /// The bit of a flag moved twice before it came to rest.
@@ -223,18 +229,12 @@ void take_flags(const HeaderWords& words, PartHeader& header) {
   take_version_flags(words, header);
 }
 
-void mark_suspect(InspectFile& file) {
-  file.probable_corruption = true;
-  file.failed = true;
-}
-
 void take_save_mode(InspectFile& file, const HeaderWords& words, PartHeader& header) {
   const bool native = words.bit(kF2, 3);
   const bool vault = words.bit(kF2, 4);
   header.save_mode = native ? 1 : vault ? 2 : 0;
   if (native && vault) {
-    inspect_warning(file, "part contains inconsistent save mode bits");
-    mark_suspect(file);
+    inspect_warning(file.reader, Rule::header_save_mode, "part contains inconsistent save mode bits");
   }
 }
 
@@ -246,12 +246,11 @@ void take_clone_codes(InspectFile& file, const HeaderWords& words, PartHeader& h
   clone.first_code = words.word(kCloneCodes) & 0xFU;
   clone.second_code = words.word(kCloneCodes) >> 4U & 0xFU;
   if (clone.first_code == 0) {
-    inspect_warning(file, "part does not contain valid clone operation code");
-    mark_suspect(file);
+    inspect_warning(file.reader, Rule::header_clone_code, "part does not contain valid clone operation code");
   }
   if (clone.has_second && clone.second_code == 0) {
-    inspect_warning(file, "part does not contain valid clone operation codes");
-    mark_suspect(file);
+    inspect_warning(file.reader, Rule::header_clone_code,
+                    "part does not contain valid clone operation codes");
   }
 }
 
@@ -261,12 +260,12 @@ void take_codesets(const HeaderWords& words, PartHeader& header) {
   header.last_filed_codeset = known(words.signed_word(kLastFiledCodeset) - 1);
 }
 
-void take_full_fields(InspectFile& file, bool trace, HeaderWords& words, PartHeader& header) {
+void take_full_fields(InspectFile& file, HeaderWords& words, PartHeader& header) {
   const std::int16_t entities = words.signed_word(kEntityCount);
   header.entity_count = entities < 0 ? entities + 65535 : entities;
   header.machine_format_word = words.word(kMachineFormat);
   header.status = words.word(kStatus);
-  take_texts(file, trace, words, header);
+  take_texts(file, words, header);
   check_transfer_bytes(file, header);
   take_units(file, words, header);
   take_codesets(words, header);
@@ -278,71 +277,72 @@ void take_full_fields(InspectFile& file, bool trace, HeaderWords& words, PartHea
   take_clone_codes(file, words, header);
 }
 
-void read_header_words(InspectFile& file, bool trace, std::uint16_t count) {
-  PartHeader& header = file.header;
+void read_header_words(InspectFile& file, std::uint16_t count) {
+  PartHeader& header = file.records.header;
   header.word_count = count;
   HeaderWords words;
-  read_shorts(trace, file, count, words.data(), "Part header");
-  if (file.swap_bytes) swap_shorts(trace, file, 3, words.data());
-  if (trace) print_header_words(count, words.data());
+  const auto all = words.run(0, count);
+  file.reader.read(all, "Part header");
+  if (file.reader.swaps_bytes()) file.reader.convert(all.first(3));
+  trace_words(file.reader, all);
   words.refresh_bytes();
   take_common_fields(words, header);
-  file.release = header.version;
-  if (header.is_full()) take_full_fields(file, trace, words, header);
+  file.records.version = header.version;
+  if (header.is_full()) take_full_fields(file, words, header);
 }
 
 /// Reads the header from the copy of the container; the stream is left behind the damaged original.
-void read_header_copy(InspectFile& file, bool trace, std::span<const std::byte> copy) {
-  auto part_stream = std::move(file.stream);
-  file.stream = std::make_unique<support::MemorySource>(copy);
-  try {
-    const std::uint16_t count = read_header_count(file, trace);
+void read_header_copy(InspectFile& file, std::span<const std::byte> copy) {
+  support::MemorySource source(copy);
+  {
+    const RecordReader::OtherSource other(file.reader, source);
+    const std::uint16_t count = read_header_count(file);
     check_header_count(file, count);
-    read_header_words(file, trace, count);
-  } catch (const support::ErrorEscape&) {
-    file.stream = std::move(part_stream);
-    throw;
+    read_header_words(file, count);
   }
-  file.stream = std::move(part_stream);
-  move_to(trace, file, 2 + 2 * std::uint64_t{file.header.word_count});
+  file.reader.move_to(2 + 2 * std::uint64_t{file.records.header.word_count});
 }
 
-void read_entity_chain_header(InspectFile& file, bool trace) {
+void read_entity_chain_header(InspectFile& file) {
   std::int16_t count = 0;
-  read_shorts(trace, file, 1, &count, "Entity chain count");
+  file.reader.read(count, "Entity chain count");
   if (count != kEntityChainWords) {
-    inspect_error(file, " Count in Entity Chain Header is %d but should be 481\n", count);
+    inspect_error(file.reader, Rule::chains_header, " Count in Entity Chain Header is %d but should be 481\n",
+                  count);
   }
-  file.entity_chain_words.resize(kEntityChainWords);
-  read_shorts(trace, file, count, file.entity_chain_words.data(), "Entity type chain");
-  if (trace) {
-    support::print("Entity type chain header size %d shorts\n", count);
-    print_header_words(count, file.entity_chain_words.data());
-  }
-  if (file.entity_chain_words[0] != 1) {
-    inspect_error(file, "Found chain identifier of %d instead of 1\n", file.entity_chain_words[0]);
+  file.records.entity_chain_words.resize(kEntityChainWords);
+  file.reader.read(std::span(file.records.entity_chain_words), "Entity type chain");
+  if (Trace* trace = file.reader.trace()) trace->print("Entity type chain header size %d shorts\n", count);
+  trace_words(file.reader, file.records.entity_chain_words);
+  if (file.records.entity_chain_words[0] != 1) {
+    inspect_error(file.reader, Rule::chains_header, "Found chain identifier of %d instead of 1\n",
+                  file.records.entity_chain_words[0]);
   }
 }
 
 }  // namespace
 
-void print_header_words(std::int32_t count, const std::int16_t* words) {
-  for (std::int32_t i = 0; i < count; ++i) {
-    support::print("%6d ", words[i]);
-    if ((i + 1) % 10 == 0) support::print_text("\n");
+void print_header_words(Trace& trace, std::span<const std::int16_t> words) {
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    trace.print("%6d ", words[i]);
+    if ((i + 1) % 10 == 0) trace.write("\n");
   }
-  if (count % 10 != 0) support::print_text("\n");
+  if (words.size() % 10 != 0) trace.write("\n");
 }
 
-void read_part_header(InspectFile& file, bool trace, std::span<const std::byte> header_copy) {
-  const std::uint16_t count = read_header_count(file, trace);
+void trace_words(const RecordReader& reader, std::span<const std::int16_t> words) {
+  if (Trace* trace = reader.trace()) print_header_words(*trace, words);
+}
+
+void read_part_header(InspectFile& file, std::span<const std::byte> header_copy) {
+  const std::uint16_t count = read_header_count(file);
   if (!is_header_count(count) && !header_copy.empty()) {
-    read_header_copy(file, trace, header_copy);
+    read_header_copy(file, header_copy);
   } else {
     check_header_count(file, count);
-    read_header_words(file, trace, count);
+    read_header_words(file, count);
   }
-  if (file.header.version < 15) read_entity_chain_header(file, trace);
+  if (file.records.header.version < 15) read_entity_chain_header(file);
 }
 
 }  // namespace inspect

@@ -67,14 +67,13 @@ inline constexpr std::array kPartitionKinds = {
 inline constexpr std::int32_t kFirstPartitionType = kRecordManager;
 inline constexpr std::int32_t kLastPartitionType = static_cast<std::int32_t>(kPartitionKinds.size()) - 1;
 
-static_assert(
-    [] {
-      for (std::size_t row = 0; row < kPartitionKinds.size(); ++row) {
-        if (kPartitionKinds[row].type != static_cast<std::int32_t>(row)) return false;
-      }
-      return true;
-    }(),
-    "the rows stand in the order of their types, without a gap");
+constexpr bool rows_stand_at_their_types() {
+  for (std::size_t row = 0; row < kPartitionKinds.size(); ++row) {
+    if (kPartitionKinds[row].type != static_cast<std::int32_t>(row)) return false;
+  }
+  return true;
+}
+static_assert(rows_stand_at_their_types(), "the rows stand in the order of their types, without a gap");
 static_assert(kLastPartitionType >= kBrepsolidDelta, "each type that has a name here has a row");
 
 constexpr bool is_partition_type(std::int32_t type) {

@@ -80,6 +80,23 @@ void print_pseudo_entries_note(const PartitionEntry& partition, const AuditTrail
   }
 }
 
+void print_filing_history(const FilingHistory& history) {
+  print_pseudo_entries_note(history.partition, history.om.audit);
+  ShownTexts texts(history.partition, history.om);
+  std::string line;
+  history.saves.visit([&](const AuditObject& object, const AuditEntry& entry) {
+    line = "  ";
+    append_save_time(line, entry.save_time);
+    line += "  ";
+    texts.append(line, entry.user_name, kNameColumns);
+    line += "  ";
+    texts.append(line, object.program_version, kNameColumns);
+    append_save_numbers(line, entry);
+    line += '\n';
+    support::print_text(line);
+  });
+}
+
 void print_audit_trail(const PartitionEntry& partition, const ObjectManagerPartition& om) {
   const AuditTrail& audit = om.audit;
   support::print("Audit trail: %zu program versions, %zu saves\n", audit.objects.size(),

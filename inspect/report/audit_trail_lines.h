@@ -6,6 +6,7 @@
 #include <unordered_set>
 
 #include "inspect/records/object_manager_partition.h"
+#include "inspect/sections/filing_history.h"
 
 namespace inspect {
 
@@ -40,6 +41,9 @@ void append_save_numbers(std::string& line, const AuditEntry& entry);
 
 /// The note that precedes saves of which some have no time.
 void print_pseudo_entries_note(const PartitionEntry& partition, const AuditTrail& audit);
+
+/// The saves of a filing history, a line each.
+void print_filing_history(const FilingHistory& history);
 
 /// The audit trail as read: a line for each program version, below it a line for each of its saves;
 /// magic cookie and maximum object id are added where they were kept.

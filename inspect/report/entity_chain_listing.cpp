@@ -15,13 +15,13 @@ constexpr const char* kHeading = "\n-------- Non-empty entity type chains ------
 
 }  // namespace
 
-void print_entity_type_chains(const EntityTypeChains& heads, bool compact) {
+void print_entity_type_chains(const EntityTypeChains& heads, Encoding encoding) {
   print_text(kHeading);
   print_text("  Type       Head\n  ----       ----\n");
   for (std::size_t type = 0; type < heads.size(); ++type) {
     const std::int32_t head = heads[type];
     if (head == kNullIndex || head == kOtherNullIndex) continue;
-    if (compact && head == kSomeObject) {
+    if (encoding == Encoding::compact && head == kSomeObject) {
       print("  %4zu    present\n", type);
     } else {
       print("  %4zu  %9d\n", type, head);

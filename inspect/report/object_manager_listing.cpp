@@ -86,7 +86,18 @@ void print_classes(const ObjectManagerPartition& om, ShownTexts& texts) {
 
 }  // namespace
 
-void print_om_start(const ObjectManagerPartition& om) {
+void print_partition_heading(const PartitionEntry& partition) {
+  print("\n--------- Contents of %s directory ----------\n", partition_type_name(partition.type));
+  print("Partition id: %d\n", partition.id);
+}
+
+void print_not_om(const PartitionEntry& partition) {
+  print("Directory %s %d is expected to be in OM format but is not.\n", partition_type_name(partition.type),
+        partition.id);
+  print_text("This will be true for pre-Phase 6 V10 parts\n");
+}
+
+void print_om_start(const ObjectManagerStart& om) {
   const auto start = static_cast<long long>(om.start);
   print("Starts at file offset: %lld (0x%llx)\n", start, om.start + 0ULL);
   print("Length: %llu bytes\n", om.length + 0ULL);
@@ -97,7 +108,7 @@ void print_om_identity(const PartitionEntry& partition, const ObjectManagerParti
   print("Time of saving: %s", support::local_time_line(om.save_time).c_str());
   print("OM file name: %s\n", printable(om.file_name).c_str());
   print("OM file format version: %d %s\n", om.version, version_text(om.version));
-  print("Number encoding: %s\n", partition.compact ? "compact" : "plain");
+  print("Number encoding: %s\n", partition.encoding == Encoding::compact ? "compact" : "plain");
   print("Carries a checksum: %s\n", om.has_checksum ? "yes" : "no");
   print("Number of objects: %d\n", om.object_count);
 }

@@ -76,26 +76,26 @@ void BodyExtraction::run() {
     if (!is_possible(extent) || position < table_.data_start() || position > stream_.size) {
       report_impossible(body, extent);
     } else if (takes_too_long(extent, position)) {
-      report_problem(file_, "JT bodies in the %s stream overlap: not all of them are extracted",
-                     stream_.name);
+      report_problem(file_, Rule::jt_body,
+                     "JT bodies in the %s stream overlap: not all of them are extracted", stream_.name);
       break;
     } else if (++bodies_ > limits::kJtBodies + file_.stored_bytes() / limits::kBytesOfJtBody) {
-      report_problem(file_, "JT bodies in the %s stream are too many: not all of them are extracted",
-                     stream_.name);
+      report_problem(file_, Rule::jt_body,
+                     "JT bodies in the %s stream are too many: not all of them are extracted", stream_.name);
       break;
     } else {
       extract(body, position, extent.end - extent.start);
     }
   }
   if (impossible_ > kToldBodies) {
-    report_problem(file_, "%u more JT bodies in the %s stream have an impossible extent",
+    report_problem(file_, Rule::jt_body, "%u more JT bodies in the %s stream have an impossible extent",
                    impossible_ - kToldBodies, stream_.name);
   }
 }
 
 void BodyExtraction::report_impossible(const JtTableEntry& body, const Extent& extent) {
   if (++impossible_ > kToldBodies) return;
-  report_problem(file_, "JT body %llu in the %s stream has an impossible extent: %llu to %llu",
+  report_problem(file_, Rule::jt_body, "JT body %llu in the %s stream has an impossible extent: %llu to %llu",
                  static_cast<unsigned long long>(body.id), stream_.name,
                  static_cast<unsigned long long>(extent.start), static_cast<unsigned long long>(extent.end));
 }
@@ -104,8 +104,9 @@ void BodyExtraction::extract(const JtTableEntry& body, std::uint64_t position, s
   const std::string name = output_name(body.id);
   support::OutputFile output;
   if (!open_output(name, output)) return;
-  written_.note(name, body.id, file_.name);
-  if (!copy(position, length, output)) report_problem(file_, "output file %s is incomplete", name.c_str());
+  written_.note(file_, name, body.id);
+  if (!copy(position, length, output))
+    report_problem(file_, Rule::output_failed, "output file %s is incomplete", name.c_str());
 }
 
 BodyExtraction::Extent BodyExtraction::listed_extent(const JtTableEntry& body, std::uint32_t number) {
@@ -127,8 +128,8 @@ std::string BodyExtraction::output_name(std::uint64_t id) const {
 
 bool BodyExtraction::open_output(const std::string& name, support::OutputFile& output) {
   if (output.open(name, file_.identity)) return true;
-  report_problem(file_, output.was_refused() ? "can not open output file %s" : "could not open %s",
-                 name.c_str());
+  report_problem(file_, Rule::output_failed,
+                 output.was_refused() ? "can not open output file %s" : "could not open %s", name.c_str());
   return false;
 }
 
@@ -142,14 +143,14 @@ bool BodyExtraction::copy(std::uint64_t position, std::uint64_t length, support:
     if (!output.write(piece_.get(), got)) written = false;
     progress_.advance(got);
     if (got < wanted) {
-      report_problem(file_, "unexpected end of the %s stream", stream_.name);
+      report_problem(file_, Rule::jt_body, "unexpected end of the %s stream", stream_.name);
       whole = false;
       break;
     }
     length -= got;
   }
   if (!output.close()) written = false;
-  if (!written) report_problem(file_, "write failed");
+  if (!written) report_problem(file_, Rule::output_failed, "write failed");
   return written && whole;
 }
 

@@ -20,14 +20,14 @@ bool JtTable::read_head(support::ByteSource& stream) {
   unsigned char head[8];
   stream.set_position(0);
   if (stream.read(head, sizeof head) != sizeof head) return false;
-  const auto version = support::load_little<std::int32_t>(head);
+  version_ = support::load_little<std::int32_t>(head);
   body_count_ = support::load_little<std::uint32_t>(head + 4);
-  if (version > kLastVersionWithoutPartitions) {
+  if (version_ > kLastVersionWithoutPartitions) {
     unsigned char count[4];
     if (stream.read(count, sizeof count) != sizeof count) return false;
     body_partition_count_ = support::load_little<std::uint32_t>(count);
   }
-  entry_size_ = version == kWideVersion ? 16 : 8;
+  entry_size_ = version_ == kWideVersion ? 16 : 8;
   table_start_ = stream.position();
   return true;
 }

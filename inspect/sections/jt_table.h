@@ -19,6 +19,7 @@ class JtTable {
   /// Reads the head; false when the stream is too short for it. The stream must outlive this object.
   bool read_head(support::ByteSource& stream);
 
+  std::int32_t version() const { return version_; }
   std::uint32_t body_count() const { return body_count_; }
   std::uint32_t body_partition_count() const { return body_partition_count_; }
 
@@ -33,6 +34,7 @@ class JtTable {
   void load_piece(std::uint32_t first);
 
   support::ByteSource* stream_ = nullptr;
+  std::int32_t version_ = 0;
   std::uint32_t body_count_ = 0;
   std::uint32_t body_partition_count_ = 0;
   std::uint64_t table_start_ = 0;

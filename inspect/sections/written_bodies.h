@@ -5,15 +5,17 @@
 #include <string>
 #include <vector>
 
+#include "inspect/records/inspect_file.h"
+
 namespace inspect {
 
 /// The JT bodies that a run has written. The output of a body is named by half of its id, and all parts of
 /// the run write into one folder: a later body may take the name of an earlier one.
 class WrittenBodies {
  public:
-  /// Notes that the output `name` now holds the body `id` of that part; tells on standard error which body is
-  /// lost by that. Of very many outputs the last are not remembered.
-  void note(const std::string& name, std::uint64_t id, const std::string& part_name);
+  /// Notes that the output `name` now holds the body `id` of this part; a body that is
+  /// lost by that is a finding. Of very many outputs the last are not remembered.
+  void note(const InspectFile& file, const std::string& name, std::uint64_t id);
 
  private:
   struct Body {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "inspect/records/inspect_file.h"
+#include "inspect/solid/solid_sink.h"
 
 namespace inspect {
 
@@ -21,22 +22,22 @@ namespace inspect {
 ///      5    u64 length of the data, u64 length of the second data block, then as 3
 ///
 /// The arrays are stepped over. Leaves the stream at the header text. Raises through inspect_error.
-BrepsolidHeaderBits read_header_bits(InspectFile& file, std::int32_t type, bool trace);
+BrepsolidHeaderBits read_header_bits(InspectFile& file, std::int32_t type);
 
 /// Bytes of the header text, by the first word of the bit header in the machine's byte order.
 std::uint32_t header_text_size(std::int32_t type, std::uint32_t first_word);
 
 /// The reading of one modeller partition, once per file: header bits, place of the data and, with a header
-/// text of its own, this text and the truncation mark. Fills `entry.solid` and sets `file.kernel_version`.
-/// Raises through inspect_error.
-void read_brepsolid_partition(InspectFile& file, PartitionEntry& entry, bool trace);
+/// text of its own, this text and the truncation mark. Fills `entry.solid` and sets
+/// `file.records.kernel_version`. Raises through inspect_error.
+void read_brepsolid_partition(InspectFile& file, PartitionEntry& entry);
 
 /// The rest of the reading for a partition without a header text of its own, once the file's lender is
-/// settled: borrows the text, sets the truncation mark and `file.kernel_version`. Raises through
+/// settled: borrows the text, sets the truncation mark and `file.records.kernel_version`. Raises through
 /// inspect_error.
-void borrow_brepsolid_header(InspectFile& file, PartitionEntry& entry, bool trace);
+void borrow_brepsolid_header(InspectFile& file, PartitionEntry& entry, SolidSink& sink);
 
 /// The header text, own or borrowed, without its closing '+'. Moves the stream.
-std::string read_header_text(InspectFile& file, const BrepsolidPartition& solid, bool trace);
+std::string read_header_text(InspectFile& file, const BrepsolidPartition& solid);
 
 }  // namespace inspect

@@ -4,9 +4,7 @@
 #include <set>
 
 #include "inspect/records/inspect_errors.h"
-#include "inspect/records/traced_readers.h"
 #include "support/byte_order.h"
-#include "support/console.h"
 
 namespace inspect {
 
@@ -24,59 +22,24 @@ bool is_padded(const DataBlock& block) { return block.stored_length % 2 != 0; }
 /// the last one.
 std::uint64_t next_start(InspectFile& file, const PartitionEntry& entry) {
   std::set<std::uint64_t>& starts = file.partition_starts;
-  for (std::size_t& known = file.known_starts; known < file.partitions.size(); ++known) {
-    starts.insert(file.partitions[known].offset);
+  for (std::size_t& known = file.known_starts; known < file.records.partitions.size(); ++known) {
+    starts.insert(file.records.partitions[known].offset);
   }
   const auto next = starts.upper_bound(entry.offset);
-  return next != starts.end() ? *next : file.file_length;
+  return next != starts.end() ? *next : file.records.length;
 }
 
-bool print_differences(const PartitionEntry& entry, const ChecksumTrailer& saved,
-                       const DeflatedResult& found) {
-  const bool size_differs = found.error == 0 && saved.expanded_size != found.produced;
-  if (size_differs) {
-    support::print("Compressed brepsolid partition %d had saved size %llu bytes but expanded to %llu bytes\n",
-                   entry.id, static_cast<ull>(saved.expanded_size), static_cast<ull>(found.produced));
-  }
-  if (saved.stored_checksum != found.stored_checksum) {
-    support::print(
-        "Saved checksum for compressed brepsolid partition id %d is %llu does not match calculated checksum "
-        "%ld \n",
-        entry.id, static_cast<ull>(saved.stored_checksum), static_cast<long>(found.stored_checksum));
-    return false;
-  }
-  if (found.error == 0 && saved.plain_checksum != found.plain_checksum) {
-    support::print(
-        "Saved checksum for uncompressed brepsolid partition id %d is %llu does not match calculated "
-        "checksum "
-        "%ld \n",
-        entry.id, static_cast<ull>(saved.plain_checksum), static_cast<long>(found.plain_checksum));
-    return false;
-  }
-  return !size_differs;
-}
-
-bool report_differences(InspectFile& file, const ChecksumTrailer& saved, const DeflatedResult& found) {
-  const bool size_differs = found.error == 0 && saved.expanded_size != found.produced;
-  const bool stored_differs = saved.stored_checksum != found.stored_checksum;
-  const bool plain_differs = saved.plain_checksum != found.plain_checksum;
-  if (size_differs) {
-    report_problem(file,
-                   "Compressed brepsolid partition had saved size %llu bytes but expanded to %llu bytes",
-                   static_cast<ull>(saved.expanded_size), static_cast<ull>(found.produced));
-  }
-  if (stored_differs) {
-    report_problem(
-        file, "Saved checksum for compressed brepsolid partition %llu does not match calculated checksum %ld",
-        static_cast<ull>(saved.stored_checksum), static_cast<long>(found.stored_checksum));
-  }
-  if (plain_differs) {
-    report_problem(
-        file,
-        "Saved checksum for uncompressed brepsolid partition %llu does not match calculated checksum %ld",
-        static_cast<ull>(saved.plain_checksum), static_cast<long>(found.plain_checksum));
-  }
-  return !size_differs && !stored_differs && !plain_differs;
+/// A difference between trailer and data, as the mode demands: told by the check, or a problem.
+template <typename Saved, typename Found>
+support::Finding difference(Rule rule, const PartitionEntry& entry, CopyMode mode, Saved saved, Found found) {
+  support::Finding finding;
+  finding.rule = rule;
+  finding.manner = mode == CopyMode::extract ? support::Manner::problem : support::Manner::result;
+  finding.place.partition = entry.id;
+  finding.place.field = "trailer";
+  finding.found.push_back({"value", std::uint64_t{found}});
+  finding.expected.push_back({"value", std::uint64_t{saved}});
+  return finding;
 }
 
 }  // namespace
@@ -91,13 +54,10 @@ ChecksumTrailer decode_checksum_trailer(const unsigned char* bytes, bool wide) {
 }
 
 ChecksumTrailer read_checksum_trailer(InspectFile& file, const DataBlock& block) {
-  const bool trace = file.options.trace;
   std::array<unsigned char, kWideTrailerSize> bytes = {};
-  read_bytes(trace, file, trailer_size(block), bytes.data(), "Compressed Brepsolid partition trailer");
-  if (is_padded(block)) {
-    unsigned char padding = 0;
-    read_bytes(trace, file, 1, &padding, "Padding byte");
-  }
+  file.reader.read(std::span(bytes).first(static_cast<std::size_t>(trailer_size(block))),
+                   "Compressed Brepsolid partition trailer");
+  if (is_padded(block)) file.reader.read<std::uint8_t>("Padding byte");
   return decode_checksum_trailer(bytes.data(), block.wide);
 }
 
@@ -109,10 +69,34 @@ bool is_trailer_missing(InspectFile& file, const PartitionEntry& entry, const Da
   return entry.offset + block.stored_length + behind_data >= limit;
 }
 
-bool compare_with_trailer(InspectFile& file, const PartitionEntry& entry, CopyMode mode,
-                          const ChecksumTrailer& saved, const DeflatedResult& found) {
-  return mode == CopyMode::extract ? report_differences(file, saved, found)
-                                   : print_differences(entry, saved, found);
+bool report_differences(const InspectFile& file, const DataBlockResult& result, CopyMode mode) {
+  const PartitionEntry& entry = result.partition;
+  const bool stored_differs = result.stored_differs();
+  // A check looks at the expanded data only where the stored bytes are what was saved.
+  const bool expanded_differs = result.expanded_differs() &&
+                                (mode == CopyMode::extract || (!stored_differs && result.inflate_error == 0));
+  if (result.size_differs()) {
+    report_finding(file, difference(Rule::solid_size, entry, mode, result.saved_size, result.found_size),
+                   "Compressed brepsolid partition had saved size %llu bytes but expanded to %llu bytes",
+                   static_cast<ull>(result.saved_size), static_cast<ull>(result.found_size));
+  }
+  if (stored_differs) {
+    report_finding(
+        file,
+        difference(Rule::solid_adler32_stored, entry, mode, result.saved_stored_checksum,
+                   result.found_stored_checksum),
+        "Saved checksum for compressed brepsolid partition %llu does not match calculated checksum %ld",
+        static_cast<ull>(result.saved_stored_checksum), static_cast<long>(result.found_stored_checksum));
+  }
+  if (expanded_differs) {
+    report_finding(
+        file,
+        difference(Rule::solid_adler32_expanded, entry, mode, result.saved_expanded_checksum,
+                   result.found_expanded_checksum),
+        "Saved checksum for uncompressed brepsolid partition %llu does not match calculated checksum %ld",
+        static_cast<ull>(result.saved_expanded_checksum), static_cast<long>(result.found_expanded_checksum));
+  }
+  return !result.size_differs() && !stored_differs && !expanded_differs;
 }
 
 }  // namespace inspect

@@ -29,9 +29,8 @@ ChecksumTrailer read_checksum_trailer(InspectFile& file, const DataBlock& block)
 /// True when the block of this entry must lack its trailer: only latent bodies were once stored so.
 bool is_trailer_missing(InspectFile& file, const PartitionEntry& entry, const DataBlock& block);
 
-/// Compares what was saved with what copying has shown, and tells the differences as the mode demands.
-/// True when there are none.
-bool compare_with_trailer(InspectFile& file, const PartitionEntry& entry, CopyMode mode,
-                          const ChecksumTrailer& saved, const DeflatedResult& found);
+/// Reports what differs between the trailer of a block and its data: problems when the block is extracted,
+/// else results of the check. True when nothing does.
+bool report_differences(const InspectFile& file, const DataBlockResult& result, CopyMode mode);
 
 }  // namespace inspect

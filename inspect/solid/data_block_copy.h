@@ -3,15 +3,10 @@
 #include <cstdint>
 
 #include "inspect/records/inspect_file.h"
+#include "inspect/solid/solid_sink.h"
 #include "inspect/solid/transmit_file.h"
 
 namespace inspect {
-
-enum class CopyMode : std::uint8_t {
-  extract,  ///< findings are reported as problems of the file
-  check,    ///< -check_checksums: findings are printed
-  scan,     ///< -scan: as check, silent about plain data
-};
 
 /// One data block of a modeller partition:
 ///
@@ -30,6 +25,6 @@ struct DataBlock {
 /// reported, and what lies in front of the fault, in whole pieces of 1024 bytes, has been written.
 /// Raises through inspect_error.
 bool copy_data_block(InspectFile& file, const PartitionEntry& entry, const DataBlock& block, CopyMode mode,
-                     TransmitFile* output);
+                     TransmitFile* output, SolidSink& sink);
 
 }  // namespace inspect

@@ -14,20 +14,12 @@ constexpr std::size_t kInputPiece = piece_size(RunKind::deflated);
 constexpr std::size_t kOutputPiece = 1024;
 constexpr std::size_t kOutputBuffer = std::size_t{256} * kOutputPiece;
 
-std::uint32_t fold(std::uint32_t checksum, std::span<const unsigned char> bytes) {
-  return static_cast<std::uint32_t>(adler32(checksum, bytes.data(), static_cast<uInt>(bytes.size())));
-}
-
 }  // namespace
-
-std::uint32_t fold_rest(PieceReader& pieces, std::uint32_t checksum) {
-  while (pieces.remaining() > 0) checksum = fold(checksum, pieces.next());
-  return checksum;
-}
 
 DeflatedCopy::DeflatedCopy(InspectFile& file, TransmitFile* output)
     : file_(file), output_(output), buffer_(std::make_unique_for_overwrite<unsigned char[]>(kOutputBuffer)) {
-  if (!inflate_.started()) inspect_error(file_, "failed to initialise decompressor");
+  if (!inflate_.started())
+    inspect_error(file_.reader, Rule::solid_decompressor, "failed to initialise decompressor");
 }
 
 DeflatedResult DeflatedCopy::run(std::uint64_t stored_length) {
@@ -38,7 +30,7 @@ DeflatedResult DeflatedCopy::run(std::uint64_t stored_length) {
     // The read may end in an escape; what is whole by then has been written.
     write_pieces(inflate_.produced());
     std::span<const unsigned char> bulk = pieces.next();
-    result.stored_checksum = fold(result.stored_checksum, bulk);
+    result.stored_checksum = fold_adler32(result.stored_checksum, bulk);
     while (state == Z_OK && !bulk.empty()) {
       const auto stored = bulk.first(std::min(bulk.size(), kInputPiece));
       bulk = bulk.subspan(stored.size());
@@ -89,10 +81,11 @@ int DeflatedCopy::expand_last(std::span<const unsigned char> stored) {
 }
 
 void DeflatedCopy::charge() {
-  file_.inflated_bytes += inflate_.produced() - input_start_;
+  file_.budgets.inflated_bytes += inflate_.produced() - input_start_;
   const std::uint64_t length = file_.stored_bytes();
-  if (file_.inflated_bytes / limits::kDeflateRatio > length) {
-    inspect_error(file_, "Brepsolid data expand to more than %d times the size of the file",
+  if (file_.budgets.inflated_bytes / limits::kDeflateRatio > length) {
+    inspect_error(file_.reader, Rule::solid_inflate,
+                  "Brepsolid data expand to more than %d times the size of the file",
                   static_cast<int>(limits::kDeflateRatio));
   }
 }

@@ -5,8 +5,8 @@
 #include <span>
 
 #include "inspect/records/inspect_file.h"
+#include "inspect/records/piece_reader.h"
 #include "inspect/solid/inflate_stream.h"
-#include "inspect/solid/piece_reader.h"
 #include "inspect/solid/transmit_file.h"
 
 namespace inspect {
@@ -47,8 +47,5 @@ class DeflatedCopy {
   std::uint64_t written_ = 0;      ///< expanded bytes that have left the buffer
   std::uint64_t input_start_ = 0;  ///< expanded bytes when inflate was last fed
 };
-
-/// Folds all that is left of a run into an Adler-32.
-std::uint32_t fold_rest(PieceReader& pieces, std::uint32_t checksum);
 
 }  // namespace inspect

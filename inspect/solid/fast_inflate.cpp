@@ -76,7 +76,7 @@ class IsalInflate final : public FastInflate {
   static constexpr int kLargestWindow = 7;  ///< 32 KiB
 
   const Library& library_;
-  inflate_state state_;
+  inflate_state state_ = {};
   bool at_start_ = true;
   bool window_is_known_ = true;
 };

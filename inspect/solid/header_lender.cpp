@@ -4,7 +4,6 @@
 #include <array>
 
 #include "inspect/records/partition_index.h"
-#include "inspect/records/traced_readers.h"
 #include "inspect/solid/brepsolid_header.h"
 
 namespace inspect {
@@ -23,7 +22,7 @@ bool has_text_ahead(InspectFile& file, const PartitionEntry& entry) {
   const bool read = file.stream->read(marker.data(), marker.size()) == marker.size() &&
                     file.stream->read(&word, sizeof word) == sizeof word;
   file.stream->set_position(remembered);
-  swap_ints(false, file, 1, &word);
+  file.reader.convert(std::span(&word, 1));
   return read && marker == kPartitionMarker && header_text_size(entry.type, word) > 0;
 }
 
@@ -39,8 +38,8 @@ Lending lending_of(InspectFile& file, const PartitionEntry& entry) {
 
 HeaderLender find_header_lender(InspectFile& file) {
   std::size_t& next = file.lender_search_start;
-  for (; next < file.partitions.size(); ++next) {
-    const PartitionEntry& entry = file.partitions[next];
+  for (; next < file.records.partitions.size(); ++next) {
+    const PartitionEntry& entry = file.records.partitions[next];
     switch (lending_of(file, entry)) {
       case Lending::yes:
         return {true, &entry};

@@ -4,9 +4,9 @@
 #include <memory>
 #include <utility>
 
+#include "inspect/records/piece_reader.h"
 #include "inspect/solid/checksum_trailer.h"
 #include "inspect/solid/fast_inflate.h"
-#include "inspect/solid/piece_reader.h"
 #include "support/error_escape.h"
 #include "support/limits.h"
 
@@ -31,6 +31,7 @@ class SoundBlockCopy {
   bool run(std::uint64_t stored_length, std::uint64_t most);
 
   const DeflatedResult& result() const { return result_; }
+  bool came_short() const { return came_short_; }
 
  private:
   bool expand(std::uint64_t most);
@@ -44,12 +45,14 @@ class SoundBlockCopy {
   std::size_t filled_ = 0;  ///< of expanded_
   FastInflate::State state_ = FastInflate::State::going_on;
   DeflatedResult result_;
+  bool came_short_ = false;
 };
 
 bool SoundBlockCopy::run(std::uint64_t stored_length, std::uint64_t most) {
   for (std::uint64_t left = stored_length; left > 0;) {
     const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(left, kBufferSize));
-    if (stream_.read(stored_.get(), count) != count) return false;
+    came_short_ = stream_.read(stored_.get(), count) != count;
+    if (came_short_) return false;
     left -= count;
     const std::span<const unsigned char> bytes(stored_.get(), count);
     result_.stored_checksum = inflate_.fold(result_.stored_checksum, bytes);
@@ -79,15 +82,6 @@ bool SoundBlockCopy::flush() {
   return output_ == nullptr || output_->try_write(expanded_.get(), count);
 }
 
-/// What the trailer says; no value when it is not there to be read. Moves the stream.
-std::optional<ChecksumTrailer> saved_trailer(support::ByteSource& stream, std::uint64_t at, bool wide) {
-  unsigned char bytes[kWideTrailerSize] = {};
-  stream.set_position(at);
-  const std::size_t size = wide ? kWideTrailerSize : kNarrowTrailerSize;
-  if (stream.read(bytes, size) != size) return std::nullopt;
-  return decode_checksum_trailer(bytes, wide);
-}
-
 bool is_as_saved(const DeflatedResult& found, const ChecksumTrailer& saved) {
   return found.produced == saved.expanded_size && found.plain_checksum == saved.plain_checksum &&
          found.stored_checksum == saved.stored_checksum;
@@ -98,53 +92,78 @@ std::uint64_t most_expanded(const InspectFile& file) {
   const std::uint64_t whole = file.stored_bytes() + 1;
   const std::uint64_t most =
       whole > UINT64_MAX / limits::kDeflateRatio ? UINT64_MAX : whole * limits::kDeflateRatio;
-  return most - std::min(most, file.inflated_bytes + 1);
+  return most - std::min(most, file.budgets.inflated_bytes + 1);
 }
 
-/// May raise what reading raises.
-std::optional<DeflatedResult> copy_at(InspectFile& file, const PartitionEntry& entry, const DataBlock& block,
-                                      std::uint64_t start, FastInflate& inflate, TransmitFile* output) {
-  std::optional<ChecksumTrailer> saved;
-  if (!is_trailer_missing(file, entry, block)) {
-    saved = saved_trailer(*file.stream, start + block.stored_length, block.wide);
-    if (!saved) return std::nullopt;
+/// One block at a place of the stream, tried.
+class Attempt {
+ public:
+  Attempt(InspectFile& file, const DataBlock& block) : file_(file), block_(block) {}
+
+  /// With tracing each read is a line of its own, which is zlib's way. A length that the stream does not have
+  /// is nothing to begin with.
+  bool is_worthwhile() const {
+    return file_.reader.trace() == nullptr && block_.stored_length >= kLeastStored &&
+           has(start_, block_.stored_length) && may_read_run(file_, block_.stored_length);
   }
-  file.stream->set_position(start);
-  const std::uint64_t most = std::min(most_expanded(file), saved ? saved->expanded_size : UINT64_MAX);
-  SoundBlockCopy copy(*file.stream, inflate, output);
-  if (!copy.run(block.stored_length, most)) return std::nullopt;
-  if (saved && !is_as_saved(copy.result(), *saved)) return std::nullopt;
-  return copy.result();
-}
 
-/// With tracing each read is a line of its own, which is zlib's way. A length that the stream does not have
-/// is nothing to begin with.
-bool is_worthwhile(const InspectFile& file, std::uint64_t start, std::uint64_t stored_length) {
-  return !file.options.trace && stored_length >= kLeastStored && start < file.bytes_there() &&
-         stored_length <= file.bytes_there() - start && may_read_run(file, stored_length);
+  /// May raise what reading raises.
+  SoundBlockResult run(const PartitionEntry& entry, FastInflate& inflate, TransmitFile* output);
+
+  void go_back() { file_.stream->set_position(start_); }
+
+ private:
+  bool has(std::uint64_t at, std::uint64_t count) const {
+    return at <= file_.bytes_there() && count <= file_.bytes_there() - at;
+  }
+  std::uint64_t trailer_start() const { return start_ + block_.stored_length; }
+  std::size_t trailer_size() const { return block_.wide ? kWideTrailerSize : kNarrowTrailerSize; }
+
+  InspectFile& file_;
+  const DataBlock& block_;
+  std::uint64_t start_ = file_.stream->position();
+};
+
+SoundBlockResult Attempt::run(const PartitionEntry& entry, FastInflate& inflate, TransmitFile* output) {
+  std::optional<ChecksumTrailer> saved;
+  if (!is_trailer_missing(file_, entry, block_)) {
+    unsigned char bytes[kWideTrailerSize] = {};
+    if (!has(trailer_start(), trailer_size())) return {};
+    file_.stream->set_position(trailer_start());
+    if (file_.stream->read(bytes, trailer_size()) != trailer_size()) return {.came_short = true};
+    saved = decode_checksum_trailer(bytes, block_.wide);
+    go_back();
+  }
+  SoundBlockCopy copy(*file_.stream, inflate, output);
+  const std::uint64_t most = std::min(most_expanded(file_), saved ? saved->expanded_size : UINT64_MAX);
+  if (!copy.run(block_.stored_length, most)) return {.came_short = copy.came_short()};
+  if (saved && !is_as_saved(copy.result(), *saved)) return {};
+  return {.copied = copy.result()};
 }
 
 }  // namespace
 
-std::optional<DeflatedResult> copy_sound_block(InspectFile& file, const PartitionEntry& entry,
-                                               const DataBlock& block, TransmitFile* output) {
-  const std::uint64_t start = file.stream->position();
-  if (!is_worthwhile(file, start, block.stored_length)) return std::nullopt;
+SoundBlockResult copy_sound_block(InspectFile& file, const PartitionEntry& entry, const DataBlock& block,
+                                  TransmitFile* output) {
+  Attempt attempt(file, block);
+  if (!attempt.is_worthwhile()) return {};
   const std::unique_ptr<FastInflate> inflate = FastInflate::create();
-  if (inflate == nullptr) return std::nullopt;
-  if (output != nullptr && !output->set_mark()) return std::nullopt;
+  if (inflate == nullptr) return {};
+  if (output != nullptr && !output->set_mark()) return {};
+  SoundBlockResult result;
   try {
-    if (auto result = copy_at(file, entry, block, start, *inflate, output)) {
-      file.checked_bytes += block.stored_length;
-      file.inflated_bytes += result->produced;
-      return result;
-    }
-  } catch (const support::ErrorEscape&) {  // NOLINT(bugprone-empty-catch): zlib's way meets it again, and
-                                           // tells it.
+    result = attempt.run(entry, *inflate, output);
+  } catch (
+      const support::ErrorEscape&) {  // NOLINT(bugprone-empty-catch): zlib's way meets it again and tells it
   }
-  file.stream->set_position(start);
-  if (output != nullptr) output->return_to_mark();
-  return std::nullopt;
+  if (result.copied) {
+    file.budgets.checked_bytes += block.stored_length;
+    file.budgets.inflated_bytes += result.copied->produced;
+  } else {
+    attempt.go_back();
+    if (output != nullptr) output->return_to_mark();
+  }
+  return result;
 }
 
 }  // namespace inspect

@@ -6,15 +6,12 @@
 #include <string>
 
 #include "inspect/records/inspect_errors.h"
-#include "inspect/records/traced_readers.h"
 #include "inspect/solid/brepsolid_header.h"
 #include "inspect/solid/data_block_copy.h"
 #include "inspect/solid/header_keywords.h"
 #include "inspect/solid/transmit_file.h"
 #include "inspect/solid/transmit_names.h"
-#include "support/console.h"
 #include "support/printable.h"
-#include "support/program.h"
 
 namespace inspect {
 
@@ -23,7 +20,8 @@ namespace {
 /// Extracts or checks partitions of one file, and remembers which names it has written.
 class Extractor {
  public:
-  Extractor(InspectFile& file, CopyMode mode) : file_(file), mode_(mode) {}
+  Extractor(InspectFile& file, const ExtractionRequest& request, SolidSink& sink)
+      : file_(file), request_(request), sink_(sink) {}
 
   /// True when nothing was found.
   bool extract(const PartitionEntry& entry, AppendId append);
@@ -38,39 +36,36 @@ class Extractor {
   bool copy_block(const PartitionEntry& entry, std::uint64_t length, bool binary, TransmitFile* output);
 
   InspectFile& file_;
-  CopyMode mode_;
+  const ExtractionRequest& request_;
+  SolidSink& sink_;
   std::map<std::string, std::int32_t> written_;  ///< file name to partition id
 };
 
 bool Extractor::skip_reference(const PartitionEntry& entry) const {
   const std::uint32_t flags = entry.solid->flags;
   if ((flags & kReferenceFlag) == 0) return false;
-  if (mode_ == CopyMode::extract) {
-    support::print(
-        "Partition %d is a %s partition, and thus does not have a solid body to extract. Skipping this "
-        "partition.\n",
-        entry.id, (flags & kPseudoReferenceFlag) != 0 ? "pseudo reference" : "reference");
+  if (request_.mode == CopyMode::extract) {
+    sink_.take_skipped_reference({entry, (flags & kPseudoReferenceFlag) != 0});
   }
   return true;
 }
 
 TransmitFormat Extractor::read_format(std::int32_t type, const std::string& header) {
-  const bool trace = file_.options.trace;
   const auto show = [](std::string_view text) { return support::printable(text, support::KeepLayout::yes); };
-  if (trace) support::print("BS Header:\n%s\n", show(header).c_str());
   const std::optional<std::string_view> value = transmit_format_of(header);
-  if (trace) {
-    support::print("BS File format:\n%s\n", show(value.value_or("unknown, assuming binary")).c_str());
+  if (Trace* trace = file_.reader.trace()) {
+    trace->print("BS Header:\n%s\n", show(header).c_str());
+    trace->print("BS File format:\n%s\n", show(value.value_or("unknown, assuming binary")).c_str());
   }
   return transmit_format(file_, type, value);
 }
 
 bool Extractor::extract(const PartitionEntry& entry, AppendId append) {
   if (skip_reference(entry)) return true;
-  const std::string header = read_header_text(file_, *entry.solid, file_.options.trace);
+  const std::string header = read_header_text(file_, *entry.solid);
   const TransmitFormat format = read_format(entry.type, header);
-  move_to(file_.options.trace, file_, entry.solid->data_position);
-  if (mode_ != CopyMode::extract) return copy_blocks(entry, format.binary, nullptr, nullptr);
+  file_.reader.move_to(entry.solid->data_position);
+  if (request_.mode != CopyMode::extract) return copy_blocks(entry, format.binary, nullptr, nullptr);
   return write_files(entry, format, header, append);
 }
 
@@ -79,9 +74,12 @@ TransmitFile Extractor::open(const std::string& name, const PartitionEntry& entr
   TransmitFile output(file_, name);
   const auto [place, is_new] = written_.try_emplace(name, entry.id);
   if (!is_new) {
-    support::print_message("%s: file %s of partition %d is replaced by partition %d\n",
-                           support::program_name(), support::printable(name).c_str(), place->second,
-                           entry.id);
+    support::Finding replaced;
+    replaced.rule = Rule::output_replaced;
+    replaced.manner = support::Manner::notice;
+    replaced.place.partition = entry.id;
+    report_finding(file_, std::move(replaced), "file %s of partition %d is replaced by partition %d",
+                   support::printable(name).c_str(), place->second, entry.id);
     place->second = entry.id;
   }
   return output;
@@ -89,7 +87,7 @@ TransmitFile Extractor::open(const std::string& name, const PartitionEntry& entr
 
 bool Extractor::write_files(const PartitionEntry& entry, const TransmitFormat& format,
                             const std::string& header, AppendId append) {
-  const TransmitNames names = transmit_names(file_, entry.id, format, append);
+  const TransmitNames names = transmit_names(file_, request_.output_name, entry.id, format, append);
   TransmitFile main = open(names.main, entry);
   if (entry.type != kBrepsolidDelta) main.write(header.data(), header.size());
   std::optional<TransmitFile> second;
@@ -112,7 +110,7 @@ bool Extractor::copy_block(const PartitionEntry& entry, std::uint64_t length, bo
                            TransmitFile* output) {
   const BrepsolidHeaderBits& bits = entry.solid->bits;
   const DataBlock block = {length, bits.compressed, bits.wide_sizes, binary};
-  return copy_data_block(file_, entry, block, mode_, output);
+  return copy_data_block(file_, entry, block, request_.mode, output, sink_);
 }
 
 bool is_readable(const PartitionEntry& entry) {
@@ -123,7 +121,7 @@ bool is_readable(const PartitionEntry& entry) {
 class PartitionsById {
  public:
   explicit PartitionsById(const InspectFile& file) {
-    for (const PartitionEntry& entry : file.partitions) {
+    for (const PartitionEntry& entry : file.records.partitions) {
       if (is_in_set(entry.type, kModellerSet) && is_readable(entry)) entries_.try_emplace(entry.id, &entry);
     }
   }
@@ -137,28 +135,22 @@ class PartitionsById {
   std::map<std::int32_t, const PartitionEntry*> entries_;
 };
 
-/// Who asks for a check wants no files.
-CopyMode extraction_mode(const InspectOptions& options) {
-  if (options.scan) return CopyMode::scan;
-  return options.check_checksums ? CopyMode::check : CopyMode::extract;
-}
-
 /// The id that comes next in the chain; 0 at its end.
 std::int32_t linked_id(const PartitionEntry& entry) {
   return is_in_set(entry.type, kLinkingSet) ? entry.solid->bits.linked_partition_id : 0;
 }
 
 /// Bodies first, deltas in a pass of their own.
-bool run_all(InspectFile& file, CopyMode mode) {
-  file.inflated_bytes = 0;
-  Extractor extractor(file, mode);
+bool run_all(InspectFile& file, const ExtractionRequest& request, SolidSink& sink) {
+  file.budgets.inflated_bytes = 0;
+  Extractor extractor(file, request, sink);
   bool sound = true;
   for (const PartitionSet set : {kExtractAllSet, kExtractAllLastSet}) {
-    for (const PartitionEntry& entry : file.partitions) {
+    for (const PartitionEntry& entry : file.records.partitions) {
       if (entry.data_zero || !is_in_set(entry.type, set)) continue;
       if (!is_readable(entry)) {
         // Reported when it was read; there is nothing to check, but something is not extracted.
-        sound = sound && mode != CopyMode::extract;
+        sound = sound && request.mode != CopyMode::extract;
         continue;
       }
       const AppendId append = entry.type == kOldBrepsolid ? AppendId::no : AppendId::yes;
@@ -170,20 +162,23 @@ bool run_all(InspectFile& file, CopyMode mode) {
 
 }  // namespace
 
-std::int32_t extract_partition(InspectFile& file, std::int32_t id) {
-  Extractor extractor(file, extraction_mode(file.options));
+std::int32_t extract_partition(InspectFile& file, const ExtractionRequest& request, std::int32_t id,
+                               SolidSink& sink) {
+  Extractor extractor(file, request, sink);
   const PartitionsById partitions(file);
-  file.inflated_bytes = 0;
+  file.budgets.inflated_bytes = 0;
   std::set<std::int32_t> seen;
   std::int32_t settled = id;
   for (std::int32_t wanted = id; wanted != 0;) {
     if (!seen.insert(wanted).second) {
-      report_problem(file, "the chain of linked partitions comes back to id %d", wanted);
+      report_problem(file, Rule::solid_link_chain, "the chain of linked partitions comes back to id %d",
+                     wanted);
       break;
     }
     const PartitionEntry* entry = partitions.find(wanted);
     if (entry == nullptr) {
-      report_problem(file, "no Brepsolid partition with id %d can be extracted", wanted);
+      report_problem(file, Rule::solid_not_found, "no Brepsolid partition with id %d can be extracted",
+                     wanted);
       break;
     }
     settled = wanted;
@@ -193,15 +188,14 @@ std::int32_t extract_partition(InspectFile& file, std::int32_t id) {
   return settled;
 }
 
-bool extract_all_partitions(InspectFile& file) { return run_all(file, extraction_mode(file.options)); }
+bool extract_all_partitions(InspectFile& file, const ExtractionRequest& request, SolidSink& sink) {
+  return run_all(file, request, sink);
+}
 
-bool check_all_partitions(InspectFile& file) { return run_all(file, CopyMode::check); }
-
-void check_scanned_partition(InspectFile& file, const PartitionEntry& entry) {
-  if (!is_readable(entry)) return;
-  if (Extractor(file, CopyMode::scan).extract(entry, AppendId::no)) return;
-  file.failed = true;
-  file.problems_found = true;
+bool check_partition(InspectFile& file, const PartitionEntry& entry, CopyMode mode, SolidSink& sink) {
+  if (!is_readable(entry)) return true;
+  const ExtractionRequest request = {mode, {}};
+  return Extractor(file, request, sink).extract(entry, AppendId::no);
 }
 
 }  // namespace inspect

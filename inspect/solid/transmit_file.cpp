@@ -1,6 +1,5 @@
 #include "inspect/solid/transmit_file.h"
 
-#include <cerrno>
 #include <cstring>
 #include <optional>
 #include <utility>
@@ -12,7 +11,8 @@ namespace inspect {
 
 TransmitFile::TransmitFile(InspectFile& file, std::string name) : file_(file), name_(std::move(name)) {
   if (!output_.open(name_, file_.identity)) {
-    inspect_error(file_, "can not open output file %s", support::printable(name_).c_str());
+    inspect_error(file_.reader, Rule::output_failed, "can not open output file %s",
+                  support::printable(name_).c_str());
   }
 }
 
@@ -35,9 +35,10 @@ void TransmitFile::close() {
 }
 
 void TransmitFile::fail() {
-  const std::string reason = std::strerror(errno);
-  report_problem(file_, "output file %s: %s", support::printable(name_).c_str(), reason.c_str());
-  inspect_error(file_, "write failed");
+  const std::string reason = std::strerror(output_.error());
+  report_problem(file_, Rule::output_failed, "output file %s: %s", support::printable(name_).c_str(),
+                 reason.c_str());
+  inspect_error(file_.reader, Rule::output_failed, "write failed");
 }
 
 }  // namespace inspect

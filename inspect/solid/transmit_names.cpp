@@ -1,7 +1,6 @@
 #include "inspect/solid/transmit_names.h"
 
 #include "inspect/records/inspect_errors.h"
-#include "inspect/records/inspect_options.h"
 #include "support/bounded_text.h"
 #include "support/limits.h"
 #include "support/printable.h"
@@ -44,12 +43,15 @@ TransmitNames names_from_part(const InspectFile& file, std::int32_t id, const Tr
 
 /// The main name carries the source id in front of the partition id, the second name the partition id alone:
 /// tools that pair the two files know them so.
-TransmitNames names_with_id(InspectFile& file, std::int32_t id, const TransmitFormat& format) {
-  NameText main = file.options.extract_output_name;
+TransmitNames names_with_id(InspectFile& file, const NameText& given, std::int32_t id,
+                            const TransmitFormat& format) {
+  NameText main = given;
   if (contains(main, format.main_extension)) {
     report_problem(
-        file, "output filename must be without extension, so that id number and extension can be appended");
-    inspect_error(file, "can not open output file %s", support::printable(main.view()).c_str());
+        file, Rule::output_name,
+        "output filename must be without extension, so that id number and extension can be appended");
+    inspect_error(file.reader, Rule::output_failed, "can not open output file %s",
+                  support::printable(main.view()).c_str());
   }
   NameText second = main;
   append_source(file, id, main);
@@ -69,14 +71,15 @@ std::string with_extension(const NameText& name, const std::string& extension) {
 TransmitFormat transmit_format(InspectFile& file, std::int32_t type, std::optional<std::string_view> value) {
   if (!value || *value == "binary") return {true, partition_kind(type).binary_extension, ".m_b"};
   if (*value == "text") return {false, ".x_t", ".m_t"};
-  inspect_error(file, "Unknown file format");
+  inspect_error(file.reader, Rule::solid_format, "Unknown file format");
 }
 
-TransmitNames transmit_names(InspectFile& file, std::int32_t id, const TransmitFormat& format,
-                             AppendId append) {
-  const NameText& given = file.options.extract_output_name;
+TransmitNames transmit_names(InspectFile& file, std::string_view output_name, std::int32_t id,
+                             const TransmitFormat& format, AppendId append) {
+  NameText given;
+  given.assign(output_name);
   if (given.empty()) return names_from_part(file, id, format, append);
-  if (append == AppendId::yes) return names_with_id(file, id, format);
+  if (append == AppendId::yes) return names_with_id(file, given, id, format);
   return {with_extension(given, format.main_extension), with_extension(given, format.second_extension)};
 }
 

@@ -30,7 +30,7 @@ enum class AppendId : std::uint8_t { no, yes };
 /// The names of the files that one partition is extracted into: from the -extract name when one was given,
 /// else from the part file's name, into the current folder. Raises 1510005 for a name of 3469 bytes or more,
 /// and inspect_error when the given name has its extension already although the id must be appended.
-TransmitNames transmit_names(InspectFile& file, std::int32_t id, const TransmitFormat& format,
-                             AppendId append);
+TransmitNames transmit_names(InspectFile& file, std::string_view output_name, std::int32_t id,
+                             const TransmitFormat& format, AppendId append);
 
 }  // namespace inspect

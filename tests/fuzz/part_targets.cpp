@@ -1,25 +1,20 @@
-#include <memory>
 #include <string>
-#include <utility>
 
-#include "inspect/reading_pass.h"
+#include "inspect/partition_selection.h"
 #include "inspect/records/inspect_errors.h"
-#include "inspect/report/part_summary.h"
-#include "inspect/report/partition_printers.h"
-#include "inspect/sections/jt_bodies.h"
+#include "inspect/sections/partition_listing.h"
 #include "inspect/solid/brepsolid_header.h"
-#include "inspect/solid/object_manager_checksum.h"
+#include "inspect/records/object_manager_checksum.h"
 #include "inspect/solid/transmit_extraction.h"
 #include "inspect/vr_inspect_internal.h"
-#include "support/error_escape.h"
 #include "tests/fuzz/fuzz_targets.h"
 #include "tests/support/memory_file.h"
-#include "tests/support/part_reading.h"
+#include "tests/support/part_session.h"
 
 namespace fuzz {
 
 using namespace inspect;
-using test_support::PartReading;
+using test_support::PartSession;
 
 namespace {
 
@@ -42,6 +37,7 @@ class Selector {
   unsigned bits_ = 0;
 };
 
+/// Not PartSession::run: who replays cases has taken hold of the streams.
 template <typename Step>
 void attempt(InspectFile& file, Step step) {
   try {
@@ -53,7 +49,7 @@ void attempt(InspectFile& file, Step step) {
 
 /// A part whose stream is one partition and nothing else.
 PartitionEntry& only_partition(InspectFile& file, std::int32_t type) {
-  PartitionEntry& entry = file.partitions.emplace_back();
+  PartitionEntry& entry = file.records.partitions.emplace_back();
   entry.id = 7;
   entry.type = type;
   entry.data = 1;
@@ -64,57 +60,60 @@ PartitionEntry& only_partition(InspectFile& file, std::int32_t type) {
 
 void run_jt_stream(std::string_view input) {
   Selector selector(input);
-  PartReading part{std::string(input)};
-  part.options.extract_jt = selector.next(8) == 1;
+  PartSession part{std::string(input)};
+  const bool extract = selector.next(8) == 1;
   WrittenBodies written;
-  attempt(part.file, [&] { list_jt_bodies(part.file, *part.file.stream, "JT", &written); });
+  attempt(part.file(), [&] {
+    read_jt_bodies(part.file(), *part.file().stream, "JT", part.report(), extract ? &written : nullptr);
+  });
 }
 
 void run_part_index(std::string_view input) {
   Selector selector(input);
-  PartReading part{std::string(input)};
-  part.options.trace = selector.next();
-  part.options.scan = selector.next();
-  part.options.print_full_extra = selector.next();
-  attempt(part.file, [&] {
-    read_part(part.file, {});
-    print_part_summary(part.file);
+  PartSession part(std::string(input), {.trace = selector.next()});
+  const PassChecks checks = selector.next() ? PassChecks::all : PassChecks::none;
+  attempt(part.file(), [&] {
+    read_part(part.file(), {}, checks, part.report());
+    read_part_summary(part.file(), {.display_jt = true}, part.report());
   });
 }
 
 void run_object_manager(std::string_view input) {
   Selector selector(input);
-  PartReading part{std::string(input)};
-  part.options.trace = selector.next();
-  part.options.print_cookies = selector.next();
-  part.file.swap_bytes = selector.next();
-  part.file.rm_layout = selector.next();
-  part.file.has_markers = selector.next();
-  part.file.release = selector.next() ? 14 : 70;
-  PartitionEntry& entry = only_partition(part.file, selector.next() ? kRecordManager : kExpression);
-  attempt(part.file, [&] { check_object_manager_checksum(part.file, entry, part.options.trace); });
-  part.file.stream->set_position(0);
-  attempt(part.file, [&] { print_partition_contents(part.file, entry, PartitionListing::contents); });
+  PartSession part(std::string(input), {.trace = selector.next()});
+  InspectFile& file = part.file();
+  const bool cookies = selector.next();
+  file.reader.set_swaps_bytes(selector.next());
+  selector.next();  // chooses nothing; the saved cases have it
+  file.records.has_markers = selector.next();
+  file.records.version = selector.next() ? 14 : 70;
+  PartitionEntry& entry = only_partition(file, selector.next() ? kRecordManager : kExpression);
+  attempt(file, [&] { check_object_manager_checksum(file, entry); });
+  file.stream->set_position(0);
+  attempt(file, [&] { read_listed_partition(file, entry, {.cookies = cookies}, part.report()); });
 }
 
 void run_brepsolid(std::string_view input) {
   constexpr std::int32_t kTypes[] = {kBrepsolid, kOldBrepsolid, kBrepsolidLatent, kBrepsolidDelta};
   Selector selector(input);
-  PartReading part{std::string(input)};
-  part.options.trace = selector.next();
-  part.options.scan = selector.next();
-  part.options.print_partition.fill(true);
-  part.file.swap_bytes = selector.next();
-  part.file.has_markers = true;
-  part.file.release = 70;
-  PartitionEntry& entry = only_partition(part.file, kTypes[selector.next(4)]);
+  PartSession part(std::string(input), {.trace = selector.next()});
+  InspectFile& file = part.file();
+  InspectOptions options;
+  options.scan = selector.next();
+  options.print_partition.fill(true);
+  file.reader.set_swaps_bytes(selector.next());
+  file.records.has_markers = true;
+  file.records.version = 70;
+  PartitionEntry& entry = only_partition(file, kTypes[selector.next(4)]);
   const bool extract = selector.next(8) == 1;
-  attempt(part.file, [&] {
-    read_brepsolid_partition(part.file, entry, part.options.trace);
-    check_all_partitions(part.file);
-    check_scanned_partition(part.file, entry);
-    if (extract) extract_all_partitions(part.file);
-    print_partitions(part.file);
+  attempt(file, [&] {
+    read_brepsolid_partition(file, entry);
+    extract_all_partitions(file, {CopyMode::check}, part.report());
+    check_partition(file, entry, CopyMode::scan, part.report());
+    if (extract) {
+      extract_all_partitions(file, {options.scan ? CopyMode::scan : CopyMode::extract}, part.report());
+    }
+    list_selected_partitions(file, options, part.report());
   });
 }
 
@@ -133,7 +132,11 @@ void run_driver(std::string_view input) {
   options.refs_level = listings ? 2 : 0;
   options.extract_all = options.extract_jt = selector.next(8) == 1;
   const test_support::MemoryFile file(input);
-  inspect_part_file(file.name().c_str(), options, FatalErrors::escape);
+  RunState run;
+  try {
+    inspect_part_file(file.name(), options, run);
+  } catch (const FatalEscape&) {  // NOLINT(bugprone-empty-catch): the run of a program would end here.
+  }
 }
 
 }  // namespace fuzz

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/console.h"
+#include "support/error_escape.h"
 
 namespace test_support {
 
@@ -16,6 +17,15 @@ Output captured(const std::function<void()>& run) {
   output.out = testing::internal::GetCapturedStdout();
   output.err = testing::internal::GetCapturedStderr();
   return output;
+}
+
+std::string escape_of(const std::function<void()>& call) {
+  try {
+    call();
+  } catch (const support::ErrorEscape& escape) {
+    return std::to_string(escape.code()) + " " + escape.message();
+  }
+  return {};
 }
 
 }  // namespace test_support

@@ -13,4 +13,7 @@ struct Output {
 
 Output captured(const std::function<void()>& run);
 
+/// Number and message of the escape that a call raises, "1020023 unexpected end of stream"; empty for none.
+std::string escape_of(const std::function<void()>& call);
+
 }  // namespace test_support

@@ -6,23 +6,40 @@
 #include <stdexcept>
 #include <utility>
 
-#include "inspect/reading_pass.h"
 #include "inspect/records/inspect_errors.h"
+#include "inspect/records/part_header_reader.h"
+#include "inspect/records/partition_index.h"
 #include "support/byte_source.h"
 #include "support/error_escape.h"
 
 namespace test_support {
 
-PartSession::PartSession(std::string bytes, inspect::InspectOptions options, std::string name)
+PartSession::PartSession(std::string bytes, Options options)
     : bytes_(std::move(bytes)),
-      options_(std::move(options)),
-      file_(std::make_unique<inspect::InspectFile>(options_, std::move(name))) {
-  file_->file_length = bytes_.size();
-  file_->stream = std::make_unique<support::MemorySource>(std::as_bytes(std::span(bytes_)));
+      report_(options.name, {}),
+      file_(options.name, findings_, options.trace ? &trace_ : nullptr) {
+  file_.attach(std::make_unique<support::MemorySource>(std::as_bytes(std::span(bytes_))), "");
 }
 
-PartSession& PartSession::read() {
-  run([](inspect::InspectFile& file) { inspect::read_part(file, {}); });
+PartSession& PartSession::read_list() {
+  run([](inspect::InspectFile& file) {
+    inspect::read_part_header(file);
+    if (file.records.has_markers) {
+      inspect::read_partition_index(file);
+    } else {
+      inspect::start_directory_chain(file);
+    }
+    // Reading a directory of an older file finds the next one.
+    // NOLINTNEXTLINE(modernize-loop-convert)
+    for (std::size_t i = 0; i < file.records.partitions.size(); ++i) {
+      inspect::check_partition_start(file, file.records.partitions[i]);
+    }
+  });
+  return *this;
+}
+
+PartSession& PartSession::read(inspect::PassChecks checks) {
+  run([&](inspect::InspectFile& file) { inspect::read_part(file, {}, checks, report_); });
   return *this;
 }
 
@@ -30,10 +47,10 @@ bool PartSession::run(const std::function<void(inspect::InspectFile&)>& action) 
   bool finished = false;
   output_ = captured([&] {
     try {
-      action(*file_);
+      action(file_);
       finished = true;
     } catch (const support::ErrorEscape& escape) {
-      inspect::report_escape(*file_, escape);
+      inspect::report_escape(file_, escape);
     }
   });
   return finished;

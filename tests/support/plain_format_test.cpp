@@ -30,14 +30,10 @@ TEST(PlainFormat, WritesWhatPrintfWrites) {
 
 TEST(PlainFormat, LeavesTheRestToPrintf) {
   EXPECT_EQ(plain(64, "%6d", 1), std::nullopt);
-  EXPECT_EQ(plain(64, "%-2.2X", 1U), std::nullopt);
   EXPECT_EQ(plain(64, "%zu", std::size_t{1}), std::nullopt);
-  EXPECT_EQ(plain(64, "%lu", 1UL), std::nullopt);
-  EXPECT_EQ(plain(64, "%c", 'x'), std::nullopt);
-  EXPECT_EQ(plain(4, "%s", "12345"), std::nullopt);
   EXPECT_EQ(plain(64, "%s", "\033[2J"), std::nullopt);
   EXPECT_EQ(plain(4, "%d", 12345), std::nullopt);
-  EXPECT_EQ(plain(4, "12345"), std::nullopt);
+  EXPECT_EQ(plain(4, "%s", "12345"), std::nullopt);
   EXPECT_EQ(plain(4, "%s", "1234"), "1234");
 }
 

@@ -45,4 +45,18 @@ TEST(Printable, KeepsLayoutWhenAsked) {
   EXPECT_EQ(support::printable("a\r\n\tb\x1B\rc\r", support::KeepLayout::yes), "a\r\n\tb\\x1B\\x0Dc\\x0D");
 }
 
+TEST(Printable, PlainIsAsciiWithLineFeedsAndTabs) {
+  for (const std::size_t size : {std::size_t{1}, std::size_t{7}, std::size_t{8}, std::size_t{17}}) {
+    for (std::size_t at = 0; at < size; ++at) {
+      for (int byte = 0; byte < 256; ++byte) {
+        std::string text(size, at % 2 == 0 ? '~' : '\n');
+        text[at] = static_cast<char>(byte);
+        const bool plain = (byte >= ' ' && byte < 0x7F) || byte == '\n' || byte == '\t';
+        ASSERT_EQ(support::is_plain(text), plain) << size << ' ' << at << ' ' << byte;
+      }
+    }
+  }
+  EXPECT_TRUE(support::is_plain(""));
+}
+
 }  // namespace

@@ -4,7 +4,6 @@
 #include <xxhash.h>
 
 #include "inspect/report/feature_toggles_text.h"
-#include "support/error_escape.h"
 #include "tests/support/captured.h"
 #include "tests/support/record_bytes.h"
 
@@ -26,35 +25,25 @@ std::string print(const std::string& bytes, cfi_tools::ToggleChecksums& checksum
   support::MemorySource source(std::as_bytes(std::span(bytes)));
   std::string end;
   const auto output = test_support::captured([&] {
-    try {
-      inspect::FeatureTogglesText text;
-      checksums = cfi_tools::read_feature_toggles(source, text);
-    } catch (const support::ErrorEscape& escape) {
-      end = "!" + escape.message();
-    }
+    inspect::FeatureTogglesText text;
+    end = test_support::escape_of([&] { checksums = cfi_tools::read_feature_toggles(source, text); });
   });
   return output.out + end;
 }
 
 TEST(FeatureToggles, PrintsEachAndComputesTheChecksum) {
   const std::string long_toggle(200'000, 'x');
-  const struct {
-    const char* what;
-    std::string stream;
-    std::string output;
-  } cases[] = {
-      {"none", with_checksum(toggle_stream(1, 0, {})), "Feature Toggles(Stream Format: 1)\n"},
-      {"an empty one between two", with_checksum(toggle_stream(255, 3, {"FT_A=1", "", "FT_B=0"})),
+  const std::pair<std::string, std::string> cases[] = {
+      {toggle_stream(1, 0, {}), "Feature Toggles(Stream Format: 1)\n"},
+      {toggle_stream(255, 3, {"FT_A=1", "", "FT_B=0"}),
        "Feature Toggles(Stream Format: 255)\nFT_A=1\n\nFT_B=0\n"},
-      {"control characters", with_checksum(toggle_stream(2, 1, {"a\x1B[2J\n"})),
-       "Feature Toggles(Stream Format: 2)\na\\x1B[2J\\x0A\n"},
-      {"a long one", with_checksum(toggle_stream(2, 1, {long_toggle})),
-       "Feature Toggles(Stream Format: 2)\n" + long_toggle + "\n"},
+      {toggle_stream(2, 1, {"a\x1B[2J\n"}), "Feature Toggles(Stream Format: 2)\na\\x1B[2J\\x0A\n"},
+      {toggle_stream(2, 1, {long_toggle}), "Feature Toggles(Stream Format: 2)\n" + long_toggle + "\n"},
   };
-  for (const auto& c : cases) {
+  for (const auto& [stream, shown] : cases) {
     cfi_tools::ToggleChecksums checksums;
-    EXPECT_EQ(print(c.stream, checksums), c.output) << c.what;
-    EXPECT_EQ(checksums.computed, checksums.stored) << c.what;
+    EXPECT_EQ(print(with_checksum(stream), checksums), shown);
+    EXPECT_EQ(checksums.computed, checksums.stored) << shown;
   }
   cfi_tools::ToggleChecksums checksums;
   std::string damaged = with_checksum(toggle_stream(1, 1, {"FT_A=1"}));
@@ -64,7 +53,7 @@ TEST(FeatureToggles, PrintsEachAndComputesTheChecksum) {
 }
 
 TEST(FeatureToggles, PrintsWhatIsThereOfADamagedStream) {
-  const std::string end = "!unexpected end of stream LastSavedToggleInfoStream";
+  const std::string end = "1020023 unexpected end of stream LastSavedToggleInfoStream";
   const std::string head = "Feature Toggles(Stream Format: 1)\n";
   const std::string one = toggle_stream(1, 0xFFFFFFFF, {"FT_A=1"});
   const auto with_length = [&](std::uint32_t length) {
@@ -80,7 +69,8 @@ TEST(FeatureToggles, PrintsWhatIsThereOfADamagedStream) {
       {"more announced than there are", one, head + "FT_A=1\n" + end},
       {"cut in a text", with_length(4), head + "FT_A=1\n" + end},
       {"an absurd length", with_length(0xFFFFFFFF),
-       head + "FT_A=1\n!feature toggle text of 4294967295 bytes in LastSavedToggleInfoStream is too long"},
+       head + "FT_A=1\n1020023 feature toggle text of 4294967295 bytes in LastSavedToggleInfoStream is too "
+              "long"},
       {"no checksum", toggle_stream(1, 1, {"FT_A=1"}), head + "FT_A=1\n" + end},
   };
   for (const auto& c : cases) {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/error_escape.h"
+#include "tests/support/captured.h"
 #include "tests/support/container_builder.h"
 #include "tests/support/program_runner.h"
 
@@ -12,16 +12,12 @@ using namespace VRX::System::CFI;
 
 class StreamExtraction : public testing::Test {
  protected:
-  /// The message of the failure, empty on success.
   std::string extract(const std::string& stream_path, const std::string& output) {
     FileChannel channel(part_);
     const auto file = open_storage_file(channel);
-    try {
+    return test_support::escape_of([&] {
       cfi_tools::extract_stream(*file, {part_, channel.identity(), stream_path, output});
-    } catch (const support::ErrorEscape& escape) {
-      return escape.message();
-    }
-    return "";
+    });
   }
 
   std::string output_path() const { return folder_.path() / "out"; }
@@ -37,14 +33,11 @@ class StreamExtraction : public testing::Test {
 };
 
 TEST_F(StreamExtraction, CopiesTheStoredBytes) {
-  const struct {
-    const char* path;
-    std::string content;
-  } cases[] = {
+  const std::pair<const char*, std::string> cases[] = {
       {"a/b/big", big_}, {"top", "top"}, {"a/framed", "LZ4\x01 is copied as it is"}, {"a/empty", ""}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(extract(c.path, output_path()), "") << c.path;
-    EXPECT_TRUE(folder_.read("out") == c.content) << c.path;
+  for (const auto& [path, content] : cases) {
+    EXPECT_EQ(extract(path, output_path()), "") << path;
+    EXPECT_TRUE(folder_.read("out") == content) << path;
   }
 }
 
@@ -54,6 +47,7 @@ TEST_F(StreamExtraction, RefusesWhatCannotBe) {
     EXPECT_FALSE(folder_.has("out")) << path;
   }
   // What begins like a part is one by its container's signature, or by its name.
+  const std::string refusal = "641001 can not open output file ";
   const std::string ole = "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1 and more";
   const struct {
     const char* name;
@@ -71,7 +65,7 @@ TEST_F(StreamExtraction, RefusesWhatCannotBe) {
   };
   for (const auto& output : outputs) {
     const std::string path = folder_.write(output.name, output.bytes);
-    EXPECT_EQ(extract("top", path), output.refused ? "can not open output file " + path : "") << output.name;
+    EXPECT_EQ(extract("top", path), output.refused ? refusal + path : "") << output.name;
     EXPECT_EQ(folder_.read(output.name), output.refused ? output.bytes : "top") << output.name;
   }
   std::filesystem::create_symlink("flat.prt", folder_.path() / "alias");
@@ -79,10 +73,10 @@ TEST_F(StreamExtraction, RefusesWhatCannotBe) {
   const std::string link = folder_.path() / "link";
   std::filesystem::create_hard_link(part_, link);
   const std::string before = folder_.read("part");
-  EXPECT_EQ(extract("top", link), "can not open output file " + link);
+  EXPECT_EQ(extract("top", link), refusal + link);
   EXPECT_TRUE(folder_.read("part") == before);
-  EXPECT_EQ(extract("top", "/nonexistent/out"), "can not open /nonexistent/out\n");
-  EXPECT_EQ(extract("top", "/dev/full"), "write failed");
+  EXPECT_EQ(extract("top", "/nonexistent/out"), "641001 can not open /nonexistent/out\n");
+  EXPECT_EQ(extract("top", "/dev/full"), "641001 write failed");
 }
 
 }  // namespace

@@ -1,22 +1,20 @@
 #include <gtest/gtest.h>
 
-#include <array>
 #include <functional>
 #include <string>
 
-#include "inspect/records/inspect_errors.h"
 #include "inspect/records/object_manager_reader.h"
-#include "inspect/records/traced_readers.h"
+#include "inspect/records/partition_kinds.h"
 #include "tests/support/object_builder.h"
-#include "tests/support/opened_part.h"
 #include "tests/support/part_builder.h"
+#include "tests/support/part_session.h"
 
 namespace {
 
 using inspect::ObjectManagerPartition;
 using test_support::ObjectBytes;
 using test_support::ObjectPlan;
-using test_support::OpenedPart;
+using test_support::PartSession;
 using test_support::ProgramPlan;
 
 std::string part_of(const ObjectPlan& plan, std::int32_t type = 1) {
@@ -27,21 +25,16 @@ std::string part_of(const ObjectPlan& plan, std::int32_t type = 1) {
   return part.build();
 }
 
-/// The message of the escape that reading raises; empty when it raises none.
-std::string message_of(const std::string& part, std::int32_t* code = nullptr,
-                       inspect::EntityTypeChains* chains = nullptr) {
-  OpenedPart opened(part);
-  ObjectManagerPartition om;
-  const inspect::QuietErrors quiet(opened.file);
-  try {
-    inspect::PartitionEntry& partition = opened.file.partitions[0];
-    read_object_manager_partition(opened.file, partition, om, false);
-    if (chains != nullptr) read_entity_type_chains(false, opened.file, partition, *chains);
-  } catch (const support::ErrorEscape& escape) {
-    if (code != nullptr) *code = escape.code();
-    return escape.message();
-  }
-  return {};
+/// Number and message of the escape that reading raises; empty when it raises none.
+std::string escape_of_reading(const std::string& part, inspect::EntityTypeChains* chains = nullptr) {
+  PartSession session(part);
+  inspect::InspectFile& file = session.read_list().file();
+  const inspect::SilentReading silent(file.reader);
+  return test_support::escape_of([&] {
+    ObjectManagerPartition om;
+    read_object_manager_partition(file, session.entry(0), om);
+    if (chains != nullptr) read_entity_type_chains(file, session.entry(0), om, *chains);
+  });
 }
 
 std::vector<ProgramPlan> two_programs() {
@@ -75,10 +68,11 @@ TEST(ObjectManager, ReadsEveryVersionInEveryEncoding) {
       plan.order = (variant & 8) != 0 ? std::endian::big : std::endian::little;
       plan.programs = two_programs();
       plan.classes = {{.name = "VR_First"}, {.name = "VR_Second", .superclass = 0}};
-      OpenedPart opened(part_of(plan, inspect::kPath));
-      opened.options.print_cookies = true;
+      PartSession session(part_of(plan, inspect::kPath));
+      session.read_list();
       ObjectManagerPartition om;
-      ASSERT_TRUE(read_object_manager_partition(opened.file, opened.file.partitions[0], om, false));
+      om.audit.wants_cookies = true;
+      ASSERT_TRUE(read_object_manager_partition(session.file(), session.entry(0), om));
       const bool reversed = version == 4;
       EXPECT_EQ(user_names(om),
                 reversed ? "KX 2: b1@40; KX 3: c1@60 c2@50; " : "KX 3: c1@60 c2@50; KX 2: b1@40; ");
@@ -91,93 +85,71 @@ TEST(ObjectManager, ReadsEveryVersionInEveryEncoding) {
       EXPECT_EQ(om.texts[om.classes[0].schema_name], version >= 10 ? "VR_CORE" : "VRPART");
       EXPECT_EQ(om.root_name, "root");
       EXPECT_EQ(om.external_file_ids.value_or(-7), version >= 4 ? 2 : -7);
-      EXPECT_EQ(opened.file.partitions[0].shared_strings.size(), 1U);
-      EXPECT_FALSE(opened.file.failed);
+      EXPECT_EQ(session.entry(0).shared_strings.size(), 1U);
+      EXPECT_FALSE(session.verdict().failed());
     }
   }
 }
 
-struct LimitCase {
-  const char* name;
-  std::function<void(ObjectPlan&)> change;
-  const char* message;  ///< empty: accepted
-  std::int32_t code = inspect::kContentError;
-};
-
 TEST(ObjectManager, HoldsEveryValueAgainstItsLimit) {
   using Plan = ObjectPlan&;
-  const int fatal = inspect::kInspectorError;
-  const std::string long_name(1024, 'n');
-  const LimitCase cases[] = {
-      {"machine name 64", [](Plan s) { s.machine_name.assign(64, 'm'); }, ""},
-      {"machine name 65", [](Plan s) { s.machine_name.assign(65, 'm'); },
-       "Bad value 65 for machine name length"},
-      {"machine name -1", [](Plan s) { s.machine_name_length = -1; }, "Bad value -1 for machine name length"},
-      {"file name 1024", [&](Plan s) { s.file_name = long_name; }, ""},
-      {"file name 1025", [&](Plan s) { s.file_name = long_name + "n"; },
-       "Bad value for file name length of 1025"},
-      {"version 2", [](Plan s) { s.version = 2; }, "*** Corrupt part: unknown OM version number 2\n"},
-      {"version 11", [](Plan s) { s.version = 11; }, "*** Corrupt part: unknown OM version number 11\n"},
-      {"intro with M alone", [](Plan s) { s.intro[0] = 'X'; }, ""},
-      {"no intro", [](Plan s) { s.intro = "XX\1\2\3\4\5"; },
-       "Directory Path 1 is expected to be in OM format but is not.\n"},
-      {"classes 9999", [](Plan s) { s.class_count = 9999; }, "Bad value 9999 for number of classes"},
-      {"classes 2^31", [](Plan s) { s.class_count = INT32_MIN; },
-       "Bad value -2147483648 for number of classes"},
-      {"schemas -2", [](Plan s) { s.schema_count = -2; }, "n_schemas unexpectedly -ve -2", fatal},
-      {"schemas 2^31-1", [](Plan s) { s.schema_count = INT32_MAX; }, "bad schema name length 0", fatal},
-      {"schema name 0", [](Plan s) { s.schema_name_length = 0; }, "bad schema name length 0", fatal},
-      {"schema name 1024", [&](Plan s) { s.schemas[0].first = long_name; }, ""},
-      {"schema name 1025", [&](Plan s) { s.schemas[0].first = long_name + "n"; },
-       "bad schema name length 1025", fatal},
-      {"schema index at the count", [](Plan s) { s.classes[0].schema = 1; }, ""},
-      {"schema index behind it", [](Plan s) { s.classes[0].schema = 2; }, "bad schema index 2 - n schemas 1",
-       fatal},
-      {"schema index -1", [](Plan s) { s.classes[0].schema = -1; }, "bad schema index -1 - n schemas 1",
-       fatal},
-      {"class name 0", [](Plan s) { s.classes[0].name_length = 0; }, "bad class name length 0", fatal},
-      {"class name 1024", [&](Plan s) { s.classes[0].name = long_name; }, ""},
-      {"class name 1025", [&](Plan s) { s.classes[0].name = long_name + "n"; }, "bad class name length 1025",
-       fatal},
-      {"superclass at the count", [](Plan s) { s.classes[0].superclass = 1; },
-       "invalid superclass index 1 - out of range -1..1", fatal},
-      {"superclass -2 in the table", [](Plan s) { s.superclass_entry = -2; },
-       "invalid superclass index -2 - out of range -1..1", fatal},
-      {"handle of type 4", [](Plan s) { s.version = 9, s.classes[0].handle_type = 4; },
-       "*** Error: Handle begins with 4 instead of 2 or 6\n"},
-      {"handle of type 2", [](Plan s) { s.version = 9, s.classes[0].handle_type = 2; }, ""},
-      {"handle class name 1025", [&](Plan s) { s.version = 9, s.classes[0].name = long_name + "n"; },
-       "Bad value 1025 for length of class name"},
-      {"audit class", [](Plan s) { s.stored_audit_class = 77; },
-       "Expected audit class index 5 but found 4d\n"},
-      {"audit entry class", [](Plan s) { s.stored_audit_entry_class = 15; },
-       "Expected audit_entry class index 6 but found f\n"},
-      {"string 32000", [](Plan s) { s.programs[0].version = std::string(32000, 's'); }, ""},
-      {"string 32001", [](Plan s) { s.programs[0].version = std::string(32001, 's'); },
-       "Bad value 32001 for length of string"},
-      {"shared string 0", [](Plan s) { s.programs[0].saves[0].shared_user = 0; }, ""},
-      {"shared string 1 of 1", [](Plan s) { s.programs[0].saves[0].shared_user = 1; },
-       "Bad shared string table index: 1"},
-      {"no shared strings", [](Plan s) { s.shared_strings.clear(); }, ""},
-      {"no root", [](Plan s) { s.root = -1, s.stored_audit_class = 77; }, ""},
-      {"other no root", [](Plan s) { s.root = -2, s.stored_audit_class = 77; }, ""},
-      {"object label cycle", [](Plan s) { s.version = 4, s.last_object_label = 2; },
-       "Audit label 2 leads to an object that was read before\n"},
-      {"entry label cycle", [](Plan s) { s.version = 3, s.last_entry_label = 3; },
-       "Audit entry label 3 leads to an object that was read before\n"},
-      {"entry label of its object", [](Plan s) { s.version = 3, s.last_entry_label = 2; },
-       "Audit entry label 2 leads to an object that was read before\n"},
-      {"label far away", [](Plan s) { s.version = 3, s.last_entry_label = 1 << 30; },
-       "unexpected end of file"},
+  struct Case {
+    std::function<void(ObjectPlan&)> change;
+    const char* escape;  ///< empty: accepted
   };
-  for (const LimitCase& one : cases) {
-    SCOPED_TRACE(one.name);
+  const std::string long_name(1024, 'n');
+  const Case cases[] = {
+      {[&](Plan s) {
+         s.machine_name.assign(64, 'm');
+         s.intro[0] = 'X';
+         s.file_name = s.schemas[0].first = s.classes[0].name = long_name;
+         s.classes[0].schema = 1;
+         s.programs[0].saves[0].shared_user = 0;
+       },
+       ""},
+      {[](Plan s) { s.shared_strings.clear(); }, ""},
+      {[](Plan s) { s.machine_name.assign(65, 'm'); }, "99 Bad value 65 for machine name length"},
+      {[](Plan s) { s.machine_name_length = -1; }, "99 Bad value -1 for machine name length"},
+      {[&](Plan s) { s.file_name = long_name + "n"; }, "99 Bad value for file name length of 1025"},
+      {[](Plan s) { s.version = 2; }, "99 *** Corrupt part: unknown OM version number 2\n"},
+      {[](Plan s) { s.version = 11; }, "99 *** Corrupt part: unknown OM version number 11\n"},
+      {[](Plan s) { s.intro = "XX\1\2\3\4\5"; },
+       "99 Directory Path 1 is expected to be in OM format but is not.\n"},
+      {[](Plan s) { s.class_count = 9999; }, "99 Bad value 9999 for number of classes"},
+      {[](Plan s) { s.class_count = INT32_MIN; }, "99 Bad value -2147483648 for number of classes"},
+      {[](Plan s) { s.schema_count = -2; }, "641001 n_schemas unexpectedly -ve -2"},
+      {[](Plan s) { s.schema_count = INT32_MAX; }, "641001 bad schema name length 0"},
+      {[](Plan s) { s.schema_name_length = 0; }, "641001 bad schema name length 0"},
+      {[&](Plan s) { s.schemas[0].first = long_name + "n"; }, "641001 bad schema name length 1025"},
+      {[](Plan s) { s.classes[0].schema = 2; }, "641001 bad schema index 2 - n schemas 1"},
+      {[](Plan s) { s.classes[0].schema = -1; }, "641001 bad schema index -1 - n schemas 1"},
+      {[](Plan s) { s.classes[0].name_length = 0; }, "641001 bad class name length 0"},
+      {[&](Plan s) { s.classes[0].name = long_name + "n"; }, "641001 bad class name length 1025"},
+      {[](Plan s) { s.classes[0].superclass = 1; }, "641001 invalid superclass index 1 - out of range -1..1"},
+      {[](Plan s) { s.superclass_entry = -2; }, "641001 invalid superclass index -2 - out of range -1..1"},
+      {[](Plan s) { s.version = 9, s.classes[0].handle_type = 4; },
+       "99 *** Error: Handle begins with 4 instead of 2 or 6\n"},
+      {[](Plan s) { s.version = 9, s.classes[0].handle_type = 2; }, ""},
+      {[&](Plan s) { s.version = 9, s.classes[0].name = long_name + "n"; },
+       "99 Bad value 1025 for length of class name"},
+      {[](Plan s) { s.stored_audit_class = 77; }, "99 Expected audit class index 5 but found 4d\n"},
+      {[](Plan s) { s.stored_audit_entry_class = 15; },
+       "99 Expected audit_entry class index 6 but found f\n"},
+      {[](Plan s) { s.programs[0].saves[0].shared_user = 1; }, "99 Bad shared string table index: 1"},
+      {[](Plan s) { s.root = -1, s.stored_audit_class = 77; }, ""},
+      {[](Plan s) { s.root = -2, s.stored_audit_class = 77; }, ""},
+      {[](Plan s) { s.version = 4, s.last_object_label = 2; },
+       "99 Audit label 2 leads to an object that was read before\n"},
+      {[](Plan s) { s.version = 3, s.last_entry_label = 3; },
+       "99 Audit entry label 3 leads to an object that was read before\n"},
+      {[](Plan s) { s.version = 3, s.last_entry_label = 2; },
+       "99 Audit entry label 2 leads to an object that was read before\n"},
+      {[](Plan s) { s.version = 3, s.last_entry_label = 1 << 30; }, "99 unexpected end of file"},
+  };
+  for (const Case& one : cases) {
     ObjectPlan plan;
     one.change(plan);
-    std::int32_t code = 0;
-    const std::string message = message_of(part_of(plan, inspect::kPath), &code);
-    EXPECT_EQ(message, one.message);
-    EXPECT_EQ(code, message.empty() ? 0 : one.code);
+    EXPECT_EQ(escape_of_reading(part_of(plan, inspect::kPath)), one.escape) << "row " << &one - cases;
   }
 }
 
@@ -185,10 +157,10 @@ TEST(ObjectManager, CutAnywhereItEndsWithAMessage) {
   ObjectPlan plan;
   plan.programs = two_programs();
   const std::string whole = part_of(plan, inspect::kPath);
-  const OpenedPart sound(whole);
-  const std::uint64_t base = sound.file.partitions[0].base;
+  PartSession sound(whole);
+  const std::uint64_t base = sound.read_list().entry(0).base;
   for (std::size_t size = base; size < whole.size() - 12; ++size) {
-    EXPECT_NE(message_of(whole.substr(0, size)), "") << "cut at " << size - base;
+    EXPECT_NE(escape_of_reading(whole.substr(0, size)), "") << "cut at " << size - base;
   }
 }
 
@@ -204,12 +176,12 @@ TEST(ObjectManager, LongChainsCostNoStackAndLittleMemory) {
   trail.compact_short(-1);
   for (int i = 0; i < kCount; ++i)
     trail.compact_int(i + 1).compact_int(1).compact_int(2).compact_short(3).compact_short(4);
-  OpenedPart opened(part + trail.bytes());
+  PartSession session(part + trail.bytes());
+  inspect::InspectFile& file = session.read_list().file();
   ObjectManagerPartition om;
-  inspect::PartitionEntry& partition = opened.file.partitions[0];
-  ASSERT_TRUE(read_object_manager_partition(opened.file, partition, om, false));
-  inspect::move_to(false, opened.file, part.size());
-  read_audit_object(opened.file, partition, om, false);
+  ASSERT_TRUE(read_object_manager_partition(file, session.entry(0), om));
+  file.reader.move_to(part.size());
+  read_audit_object(file, session.entry(0), om);
   ASSERT_EQ(om.audit.entries.size(), std::size_t{kCount});
   EXPECT_EQ(om.audit.entries.front().save_time, kCount);
   EXPECT_EQ(om.texts.size(), 4U);
@@ -239,17 +211,17 @@ TEST(ObjectManager, ReadsTheEntityTypeChains) {
   struct Case {
     std::int32_t version;
     std::string chains;
-    const char* message;  ///< empty: read
+    const char* escape;  ///< empty: read
     std::int32_t of_type_12 = 610;
     std::int32_t of_type_255 = -1;
   };
   const Case cases[] = {
       {10, newer_chains(), ""},
-      {10, newer_chains(3), "bad VLA header for entity_type_chains"},
-      {10, newer_chains(1, 0), "bad VLA header for creation_display_data"},
-      {10, newer_chains(1, 1, 2), "bad VLA header for entity_types_present"},
-      {10, newer_chains(1, 1, 1, 4), "mismatch in entity type handling for RM_part"},
-      {10, newer_chains(1, 1, 1, -1), "mismatch in entity type handling for RM_part"},
+      {10, newer_chains(3), "99 bad VLA header for entity_type_chains"},
+      {10, newer_chains(1, 0), "99 bad VLA header for creation_display_data"},
+      {10, newer_chains(1, 1, 2), "99 bad VLA header for entity_types_present"},
+      {10, newer_chains(1, 1, 1, 4), "99 mismatch in entity type handling for RM_part"},
+      {10, newer_chains(1, 1, 1, -1), "99 mismatch in entity type handling for RM_part"},
       {9, older_chains(1), "", 112, 355},
       {9, older_chains(-1), "", 112, 355},
   };
@@ -258,8 +230,8 @@ TEST(ObjectManager, ReadsTheEntityTypeChains) {
     plan.version = one.version;
     plan.chains = one.chains;
     inspect::EntityTypeChains heads = {};
-    EXPECT_EQ(message_of(part_of(plan), nullptr, &heads), one.message);
-    if (*one.message != '\0') continue;
+    EXPECT_EQ(escape_of_reading(part_of(plan), &heads), one.escape);
+    if (*one.escape != '\0') continue;
     EXPECT_EQ(heads[12], one.of_type_12);
     EXPECT_EQ(heads[255], one.of_type_255);
   }

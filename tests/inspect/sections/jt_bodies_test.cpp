@@ -3,14 +3,19 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <filesystem>
+
 #include "cfi/expanded_source.h"
-#include "inspect/records/inspect_errors.h"
-#include "tests/support/captured.h"
+#include "tests/support/files.h"
 #include "tests/support/lz4_frame.h"
-#include "tests/support/program_runner.h"
+#include "tests/support/part_session.h"
 #include "tests/support/record_bytes.h"
 
 namespace {
+
+using test_support::read_file;
+using test_support::ScratchFolder;
 
 struct Body {
   std::uint64_t id;
@@ -37,22 +42,13 @@ std::string jt_stream(std::int32_t version, const std::vector<Body>& bodies, std
   return out.bytes();
 }
 
-/// Lists and extracts in a fresh folder, which is the current one meanwhile.
-class JtBodies : public testing::Test {
- protected:
-  JtBodies() { std::filesystem::current_path(folder_.path()); }
-  ~JtBodies() override { std::filesystem::current_path("/"); }
+bool has(const std::string& text, const std::string& piece) { return text.find(piece) != std::string::npos; }
 
+/// Lists the bodies of streams of one part, and extracts them into the current folder.
+struct JtRun {
   std::string list(support::ByteSource& source, const char* name = "JT") {
-    const auto output = test_support::captured([&] {
-      try {
-        inspect::list_jt_bodies(file_, source, name, &written_);
-      } catch (const support::ErrorEscape& escape) {
-        inspect::report_escape(file_, escape);
-      }
-    });
-    errors_ = output.err;
-    return output.out;
+    session.run([&](auto& file) { inspect::read_jt_bodies(file, source, name, session.report(), &written); });
+    return session.output().out;
   }
 
   std::string list(const std::string& stream, const char* name = "JT") {
@@ -60,44 +56,38 @@ class JtBodies : public testing::Test {
     return list(source, name);
   }
 
-  std::string written(const std::string& name) const {
-    return folder_.has(name) ? folder_.read(name) : "(none)";
-  }
+  const std::string& errors() const { return session.output().err; }
 
-  test_support::TemporaryFolder folder_;
-  inspect::InspectOptions options_ = [] {
-    inspect::InspectOptions options;
-    options.extract_jt = true;
-    options.print_banner = false;  // messages on standard error only
-    return options;
-  }();
-  inspect::InspectFile file_{options_, "a.prt"};
-  inspect::WrittenBodies written_;
-  std::string errors_;
+  test_support::PartSession session{"", {.name = "a.prt"}};
+  inspect::WrittenBodies written = {};
 };
 
-TEST_F(JtBodies, ListsAndWritesEachBody) {
-  const std::string big(3'000'001, 'B');
-  EXPECT_EQ(
-      list(jt_stream(7, {{1, "one"}, {4294967295, big}})),
-      "Part contains 2 JT bodies in the JT stream:\n   Id  Offset\n   --  ------\n 1 24\n 4294967295 27\n\n");
-  EXPECT_EQ(written("jt_1.jt"), "one");
-  EXPECT_TRUE(written("jt_-1.jt") == big);
-  EXPECT_EQ(list(jt_stream(8, {{7, ""}, {8, "eight"}}, 3), "DisplayJT"),
-            "Part contains 3 JT BodyPartition objects\nPart contains 2 JT bodies in the DisplayJT stream:\n"
-            "   Id  Offset\n   --  ------\n 7 28\n 8 28\n\n");
-  EXPECT_EQ(written("d_jt_7.jt"), "");
-  EXPECT_EQ(written("d_jt_8.jt"), "eight");
-  EXPECT_EQ(list(jt_stream(9, {{0x500000002, "first, longer"}, {2, "later"}})),
-            "Part contains 2 JT bodies in the JT stream:\n   Id  Offset\n   --  ------\n 21474836482 44\n 2 "
-            "57\n\n");
-  EXPECT_EQ(written("jt_2.jt"), "later");
-  EXPECT_EQ(list(jt_stream(9, {})),
-            "Part contains 0 JT bodies in the JT stream:\n   Id  Offset\n   --  ------\n\n");
-  EXPECT_FALSE(file_.failed) << errors_;
+std::string written(const std::string& name) {
+  return std::filesystem::exists(name) ? read_file(name) : "(none)";
 }
 
-TEST_F(JtBodies, WritesTheSoundOnesAmongDamagedOffsets) {
+TEST(JtBodies, ListsAndWritesEachBody) {
+  const ScratchFolder scratch;
+  JtRun jt;
+  const std::string big(3'000'001, 'B');
+  const std::string titles = "   Id  Offset\n   --  ------\n";
+  EXPECT_EQ(jt.list(jt_stream(7, {{1, "one"}, {4294967295, big}})),
+            "Part contains 2 JT bodies in the JT stream:\n" + titles + " 1 24\n 4294967295 27\n\n");
+  EXPECT_EQ(written("jt_1.jt"), "one");
+  EXPECT_TRUE(written("jt_-1.jt") == big);
+  EXPECT_EQ(jt.list(jt_stream(8, {{7, ""}, {8, "eight"}}, 3), "DisplayJT"),
+            "Part contains 3 JT BodyPartition objects\nPart contains 2 JT bodies in the DisplayJT stream:\n" +
+                titles + " 7 28\n 8 28\n\n");
+  EXPECT_EQ(written("d_jt_7.jt"), "");
+  EXPECT_EQ(written("d_jt_8.jt"), "eight");
+  EXPECT_EQ(jt.list(jt_stream(9, {{0x500000002, "first, longer"}, {2, "later"}})),
+            "Part contains 2 JT bodies in the JT stream:\n" + titles + " 21474836482 44\n 2 57\n\n");
+  EXPECT_EQ(written("jt_2.jt"), "later");
+  EXPECT_EQ(jt.list(jt_stream(9, {})), "Part contains 0 JT bodies in the JT stream:\n" + titles + "\n");
+  EXPECT_FALSE(jt.session.verdict().failed()) << jt.errors();
+}
+
+TEST(JtBodies, WritesTheSoundOnesAmongDamagedOffsets) {
   const struct {
     const char* what;
     std::size_t number;
@@ -110,97 +100,105 @@ TEST_F(JtBodies, WritesTheSoundOnesAmongDamagedOffsets) {
       {"first one outside", 0, UINT64_MAX, {"(none)", "second", "third", "last"}},
   };
   for (const auto& c : cases) {
+    const ScratchFolder scratch;
+    JtRun jt;
     std::vector<Body> bodies = {{1, "first"}, {2, "second"}, {3, "third"}, {4, "last"}};
     bodies[c.number].listed_offset = c.offset;
-    list(jt_stream(9, bodies));
-    EXPECT_NE(errors_.find("impossible extent"), std::string::npos) << c.what;
+    jt.list(jt_stream(9, bodies));
+    EXPECT_TRUE(has(jt.errors(), "impossible extent")) << c.what;
     for (std::size_t i = 0; i < bodies.size(); ++i) {
-      const std::string name = "jt_" + std::to_string(i + 1) + ".jt";
-      EXPECT_EQ(written(name), c.written[i]) << c.what << ", body " << i + 1;
-      std::filesystem::remove(name);
+      EXPECT_EQ(written("jt_" + std::to_string(i + 1) + ".jt"), c.written[i]) << c.what << ", body " << i + 1;
     }
   }
 }
 
-TEST_F(JtBodies, BodiesThatGoBackAndForthAreNotCopiedWithoutEnd) {
+TEST(JtBodies, BodiesThatGoBackAndForthAreNotCopiedWithoutEnd) {
+  const ScratchFolder scratch;
   constexpr std::size_t kBodies = 200;
   constexpr std::size_t kTableEnd = 12 + 16 * kBodies;
   constexpr std::size_t kSize = kTableEnd + kBodies - 1 + 10000;
   const std::pair<std::uint64_t, std::uint64_t> offsets[] = {{kTableEnd, 10000}, {kSize, UINT64_MAX}};
   for (const auto& [even, odd] : offsets) {
+    JtRun jt;
     std::vector<Body> bodies(kBodies, Body{7, "x"});
     bodies.back().bytes.assign(10000, 'y');
     for (std::size_t i = 0; i < kBodies; ++i) bodies[i].listed_offset = i % 2 == 0 ? even : odd;
-    errors_.clear();
-    list(jt_stream(9, bodies));
-    EXPECT_NE(errors_.find("JT bodies in the JT stream overlap"), std::string::npos) << errors_;
-    EXPECT_TRUE(file_.failed);
+    jt.list(jt_stream(9, bodies));
+    EXPECT_TRUE(has(jt.errors(), "JT bodies in the JT stream overlap")) << jt.errors();
+    EXPECT_TRUE(jt.session.verdict().failed());
   }
 }
 
-TEST_F(JtBodies, NamesWhatIsReplacedAndCountsWhatIsTooMuch) {
-  list(jt_stream(9, {{1, "one"}, {0x100000001, "other"}}));
-  EXPECT_EQ(errors_, "vr_inspect: file jt_1.jt of JT body 1 of a.prt is replaced by JT body 4294967297\n");
+TEST(JtBodies, NamesWhatIsReplacedAndCountsWhatIsTooMuch) {
+  const ScratchFolder scratch;
+  JtRun jt;
+  jt.list(jt_stream(9, {{1, "one"}, {0x100000001, "other"}}));
+  EXPECT_EQ(jt.errors(),
+            "vr_inspect: file jt_1.jt of JT body 1 of a.prt is replaced by JT body 4294967297\n");
   EXPECT_EQ(written("jt_1.jt"), "other");
-  file_.name = "b.prt";
-  list(jt_stream(9, {{1, "third"}}));
-  EXPECT_NE(errors_.find("of JT body 4294967297 of a.prt is replaced"), std::string::npos) << errors_;
-  EXPECT_FALSE(file_.failed);
+  jt.session.file().name = "b.prt";
+  jt.list(jt_stream(9, {{1, "third"}}));
+  EXPECT_TRUE(has(jt.errors(), "of JT body 4294967297 of a.prt is replaced")) << jt.errors();
+  EXPECT_FALSE(jt.session.verdict().failed());
 
-  list(jt_stream(9, std::vector<Body>(30, {2, "", UINT64_MAX})));
-  EXPECT_NE(errors_.find("20 more JT bodies in the JT stream have an impossible extent"), std::string::npos);
-  EXPECT_EQ(std::ranges::count(errors_, '\n'), 22);
-  list(jt_stream(7, std::vector<Body>(1200, {3, ""})));
-  EXPECT_NE(errors_.find("JT bodies in the JT stream are too many"), std::string::npos);
+  jt.list(jt_stream(9, std::vector<Body>(30, {2, "", UINT64_MAX})));
+  EXPECT_TRUE(has(jt.errors(), "20 more JT bodies in the JT stream have an impossible extent"));
+  EXPECT_EQ(std::ranges::count(jt.errors(), '\n'), 22);
+  jt.list(jt_stream(7, std::vector<Body>(1200, {3, ""})));
+  EXPECT_TRUE(has(jt.errors(), "JT bodies in the JT stream are too many"));
 }
 
-TEST_F(JtBodies, ReportsWhatCannotBeReadOrWritten) {
+TEST(JtBodies, WhatCannotBeWrittenDoesNotKeepTheOthersBack) {
+  const ScratchFolder scratch;
   std::filesystem::create_directory("jt_1.jt");
   std::filesystem::create_symlink("/dev/full", "jt_2.jt");
   std::filesystem::create_symlink("a.prt", "jt_3.jt");
-  file_.identity = [&] {
-    struct stat found = {};
-    EXPECT_EQ(::stat(folder_.write("a.prt", "the part").c_str(), &found), 0);
-    return support::FileIdentity{found.st_dev, found.st_ino};
-  }();
-  list(jt_stream(8, {{1, "one"}, {2, "two"}, {3, "three"}, {4, "four"}}));
+  test_support::write_file("a.prt", "the part");
+  struct stat found = {};
+  ASSERT_EQ(::stat("a.prt", &found), 0);
+  JtRun jt;
+  jt.session.file().identity = {found.st_dev, found.st_ino};
+  jt.list(jt_stream(8, {{1, "one"}, {2, "two"}, {3, "three"}, {4, "four"}}));
   for (const char* text :
        {"could not open jt_1.jt\n", "write failed\n", "can not open output file jt_3.jt\n"}) {
-    EXPECT_NE(errors_.find(text), std::string::npos) << text;
+    EXPECT_TRUE(has(jt.errors(), text)) << text;
   }
   EXPECT_EQ(written("a.prt"), "the part");
   EXPECT_EQ(written("jt_4.jt"), "four");
-  EXPECT_TRUE(file_.failed);
-
-  const std::string whole = jt_stream(9, {{5, "five"}});
-  for (std::size_t length = 0; length < whole.size() - 4; ++length) {
-    file_.failed = false;
-    list(whole.substr(0, length));
-    EXPECT_TRUE(file_.failed) << "cut to " << length;
-  }
-  list(jt_stream(9, {}).replace(4, 4, "\xFF\xFF\xFF\xFF"));
-  EXPECT_NE(errors_.find("table of 4294967295 JT bodies"), std::string::npos) << errors_;
+  EXPECT_TRUE(jt.session.verdict().failed());
 }
 
-TEST_F(JtBodies, CountsExpandedBytesOfAFramedStream) {
-  const std::string body(200'000, 'x');
-  const std::string frame = test_support::lz4_frame(jt_stream(9, {{1, "one"}, {2, body}}));
-  support::MemorySource inner(std::as_bytes(std::span(frame)));
-  VRX::System::CFI::ExpandedSource expanded(inner, "JT");
-  list(expanded);
-  EXPECT_TRUE(written("jt_2.jt") == body);
-  EXPECT_FALSE(file_.failed);
+TEST(JtBodies, ATableThatIsNotThereWholeIsReported) {
+  const ScratchFolder scratch;
+  const std::string whole = jt_stream(9, {{5, "five"}});
+  for (std::size_t length = 0; length < whole.size() - 4; ++length) {
+    JtRun jt;
+    jt.list(whole.substr(0, length));
+    EXPECT_TRUE(jt.session.verdict().failed()) << "cut to " << length;
+  }
+  JtRun jt;
+  jt.list(jt_stream(9, {}).replace(4, 4, "\xFF\xFF\xFF\xFF"));
+  EXPECT_TRUE(has(jt.errors(), "table of 4294967295 JT bodies")) << jt.errors();
+}
 
-  const std::string cut = frame.substr(0, frame.size() - 1);
-  support::MemorySource cut_inner(std::as_bytes(std::span(cut)));
-  VRX::System::CFI::ExpandedSource damaged(cut_inner, "JT");
-  file_.disk_length = cut.size();
-  EXPECT_NE(list(damaged).find(" 2 "), std::string::npos);
-  EXPECT_NE(errors_.find("compressed stream JT ends with status 1020023"), std::string::npos) << errors_;
-  EXPECT_TRUE(file_.failed);
-  const std::string part = written("jt_2.jt");
-  EXPECT_GT(part.size(), 100'000U);
-  EXPECT_TRUE(body.starts_with(part));
+TEST(JtBodies, CountsExpandedBytesOfAFramedStream) {
+  const std::string body(200'000, 'x');
+  const std::string whole = test_support::lz4_frame(jt_stream(9, {{1, "one"}, {2, body}}));
+  for (const bool cut : {false, true}) {
+    const ScratchFolder scratch;
+    JtRun jt;
+    const std::string frame = whole.substr(0, whole.size() - (cut ? 1 : 0));
+    support::MemorySource inner(std::as_bytes(std::span(frame)));
+    VRX::System::CFI::ExpandedSource expanded(inner, "JT");
+    jt.session.file().disk_length = frame.size();
+    EXPECT_TRUE(has(jt.list(expanded), " 2 "));
+    EXPECT_EQ(has(jt.errors(), "compressed stream JT ends with status 1020023"), cut) << jt.errors();
+    EXPECT_EQ(jt.session.verdict().failed(), cut);
+    const std::string part = written("jt_2.jt");
+    EXPECT_TRUE(body.starts_with(part));
+    EXPECT_EQ(part.size() == body.size(), !cut);
+    EXPECT_GT(part.size(), 100'000U);
+  }
 }
 
 }  // namespace

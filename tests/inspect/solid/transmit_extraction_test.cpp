@@ -19,9 +19,12 @@ using test_support::read_file;
 using test_support::ScratchFolder;
 using test_support::solid_partition;
 using test_support::SolidPlan;
+using Names = std::vector<std::string>;
 
-std::vector<std::string> files_here() {
-  std::vector<std::string> names;
+bool has(const std::string& text, const std::string& piece) { return text.find(piece) != std::string::npos; }
+
+Names files_here() {
+  Names names;
   for (const auto& file : std::filesystem::directory_iterator(".")) names.push_back(file.path().filename());
   std::ranges::sort(names);
   return names;
@@ -35,17 +38,27 @@ std::string linked_to(std::int32_t id, std::string data) {
                           .linked_partition_id = id});
 }
 
-struct Naming {
-  const char* header;
-  const char* part_name;
-  const char* output_name;
-  std::vector<std::string> files;
-  std::int32_t kind;
-  bool all;
-};
+/// The last id of the chain; 0 when an escape ended the extraction.
+std::int32_t extract(PartSession& session, std::int32_t id, std::string_view output_name = "") {
+  std::int32_t last = 0;
+  session.run([&](auto& file) {
+    last = extract_partition(file, {.output_name = output_name}, id, session.report());
+  });
+  return last;
+}
 
 TEST(TransmitNames, FollowKindFormatAndGivenName) {
-  const Naming cases[] = {
+  const std::string long_name(3465, 'n');
+  struct Case {
+    const char* header;
+    const char* part_name;
+    std::string output_name;
+    Names files;
+    std::int32_t kind;
+    bool all;
+    const char* error = "";
+  };
+  const Case cases[] = {
       {"", "a/b#c\\d.prt", "", {"d_10_source_3.m_b", "d_10_source_3.x_b"}, 10, true},
       {"", "d.prt.prt", "", {"d.m_b", "d.x_b"}, 10, false},
       {"FORMAT=binary;", "d", "", {"d_10_source_3.m_b", "d_10_source_3.x_p"}, 18, true},
@@ -54,46 +67,34 @@ TEST(TransmitNames, FollowKindFormatAndGivenName) {
       {"", "d.prt", "out", {"out.m_b", "out.x_b"}, 13, false},
       {"", "d.prt", "my.x_b", {"my.x_b", "my.x_b.m_b"}, 13, false},
       {"FORMAT=text;", "d.prt", "out", {"out.m_t", "out.x_t"}, 2, true},
-      {"", "d.prt", "my.x_b", {}, 12, true},
-      {"FORMAT=neutral;", "d.prt", "", {}, 10, true},
+      {"", "d.prt", "my.x_b", {}, 12, true, "output filename must be without extension"},
+      {"FORMAT=neutral;", "d.prt", "", {}, 10, true, "Unknown file format"},
+      {"", "d", long_name, {}, 10, false, "size 3469 is too small for source string length 3469"},
   };
-  for (const Naming& naming : cases) {
-    SCOPED_TRACE(naming.part_name + std::string(" ") + naming.output_name);
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.part_name + (" " + c.output_name));
     const ScratchFolder scratch;
-    SolidPlan solid{
-        .kind = naming.kind, .header_text = naming.header, .block = {.data = "body"}, .extended = true};
+    SolidPlan solid{.kind = c.kind, .header_text = c.header, .block = {.data = "body"}, .extended = true};
     solid.ext_version = 4;
     solid.second = {.data = "second"};
     PartBuilder part;
-    part.add({.id = 10, .type = naming.kind, .bytes = solid_partition(solid)});
-    inspect::InspectOptions options;
-    options.extract_output_name.assign(naming.output_name);
-    PartSession session(part.build(), options, naming.part_name);
+    part.add({.id = 10, .type = c.kind, .bytes = solid_partition(solid)});
+    PartSession session(part.build(), {.name = c.part_name});
     session.read().file().sources[10] = 3;
-    session.run([&](auto& file) {
-      if (naming.all) {
-        extract_all_partitions(file);
-      } else {
-        EXPECT_EQ(extract_partition(file, 10), 10);
-      }
-    });
-    EXPECT_EQ(files_here(), naming.files);
-    EXPECT_EQ(session.file().failed, naming.files.empty());
-    if (naming.files.empty()) continue;
-    EXPECT_EQ(read_file(naming.files[0] == "my.x_b" ? "my.x_b.m_b" : naming.files[0]),
-              naming.header + std::string("second"));
+    if (c.all) {
+      session.run([&](auto& file) {
+        extract_all_partitions(file, {.output_name = c.output_name}, session.report());
+      });
+    } else {
+      EXPECT_EQ(extract(session, 10, c.output_name), c.files.empty() ? 0 : 10);
+    }
+    EXPECT_EQ(files_here(), c.files);
+    EXPECT_EQ(session.verdict().failed(), c.files.empty());
+    EXPECT_TRUE(has(session.output().err, c.error));
+    if (c.files.empty()) continue;
+    EXPECT_EQ(read_file(c.files[0] == "my.x_b" ? "my.x_b.m_b" : c.files[0]),
+              c.header + std::string("second"));
   }
-}
-
-TEST(TransmitNames, OverlongNameIsRefused) {
-  PartBuilder part;
-  part.add({.id = 10, .type = 10, .bytes = solid_partition({})});
-  inspect::InspectOptions options;
-  options.extract_output_name.assign(std::string(3465, 'n'));
-  PartSession session(part.build(), options);
-  EXPECT_FALSE(session.read().run([](auto& file) { extract_partition(file, 10); }));
-  EXPECT_NE(session.output().err.find("buffer size 3469 is too small for source string length 3469"),
-            std::string::npos);
 }
 
 TEST(TransmitExtraction, FollowsTheLinksAndTellsWhatItReplaces) {
@@ -103,14 +104,13 @@ TEST(TransmitExtraction, FollowsTheLinksAndTellsWhatItReplaces) {
   part.add({.id = 11, .type = 19, .bytes = linked_to(10, "delta")});
   part.add({.id = 12, .type = 18, .bytes = linked_to(11, "second")});
   PartSession session(part.build());
-  session.read().run([](auto& file) { EXPECT_EQ(extract_partition(file, 10), 11); });
-  EXPECT_EQ(files_here(), (std::vector<std::string>{"block.x_d", "block.x_p"}));
+  EXPECT_EQ(extract(session.read(), 10), 11);
+  EXPECT_EQ(files_here(), (Names{"block.x_d", "block.x_p"}));
   EXPECT_EQ(read_file("block.x_p"), "hsecond");
   EXPECT_EQ(read_file("block.x_d"), "delta");
-  EXPECT_NE(session.output().err.find("file block.x_p of partition 10 is replaced by partition 12\n"),
-            std::string::npos);
-  EXPECT_EQ(session.output().out.find("replaced"), std::string::npos);
-  EXPECT_FALSE(session.file().failed);
+  EXPECT_TRUE(has(session.output().err, "file block.x_p of partition 10 is replaced by partition 12\n"));
+  EXPECT_FALSE(has(session.output().out, "replaced"));
+  EXPECT_FALSE(session.verdict().failed());
 }
 
 TEST(TransmitExtraction, EndsAtALinkBackAndAtALinkToNothing) {
@@ -119,10 +119,10 @@ TEST(TransmitExtraction, EndsAtALinkBackAndAtALinkToNothing) {
     PartBuilder part;
     part.add({.id = 10, .type = 16, .bytes = linked_to(link, "body")});
     PartSession session(part.build());
-    session.read().run([](auto& file) { EXPECT_EQ(extract_partition(file, 10), 10); });
-    EXPECT_NE(session.output().err.find(text), std::string::npos);
+    EXPECT_EQ(extract(session.read(), 10), 10);
+    EXPECT_TRUE(has(session.output().err, text));
     EXPECT_EQ(read_file("block.x_p"), "hbody");
-    EXPECT_TRUE(session.file().failed);
+    EXPECT_TRUE(session.verdict().failed());
   }
 }
 
@@ -135,42 +135,36 @@ TEST(TransmitExtraction, AllWritesBodiesThenDeltasAndSkipsReferences) {
   part.add({.id = 12, .type = 10, .bytes = solid_partition(reference)});
   part.add({.id = 13, .type = 14, .bytes = solid_partition({.block = {.data = "tool"}})});
   PartSession session(part.build());
-  session.read().run([](auto& file) { EXPECT_TRUE(extract_all_partitions(file)); });
-  EXPECT_EQ(files_here(), (std::vector<std::string>{"block_10.x_d", "block_13.x_b"}));
-  const std::string& out = session.output().out;
-  EXPECT_EQ(out.find("Partition 12 is a pseudo reference partition, and thus does not have a solid body to "
-                     "extract. Skipping this partition.\n"),
-            0U);
-  EXPECT_LT(out.find("Extracted Brepsolid data into file block_13.x_b\n  Brepsolid Version: 32.01.197\n"
-                     "  File format: binary\n"),
-            out.find("block_10.x_d"));
+  session.read().run([&](auto& file) { EXPECT_TRUE(extract_all_partitions(file, {}, session.report())); });
+  EXPECT_EQ(files_here(), (Names{"block_10.x_d", "block_13.x_b"}));
+  EXPECT_EQ(session.output().out,
+            "Partition 12 is a pseudo reference partition, and thus does not have a solid body to "
+            "extract. Skipping this partition.\n"
+            "Extracted Brepsolid data into file block_13.x_b\n  Brepsolid Version: 32.01.197\n"
+            "  File format: binary\n"
+            "Extracted Brepsolid data into file block_10.x_d\n  Brepsolid Version: 32.01.197\n"
+            "  File format: binary\n");
 }
 
-TEST(TransmitExtraction, NeverWritesOverThePart) {
-  const ScratchFolder scratch;
-  PartBuilder part;
-  part.add({.id = 10, .type = 10, .bytes = solid_partition({})});
-  test_support::write_file("real.prt", part.build());
-  std::filesystem::create_symlink("real.prt", "block.x_b");
-  PartSession session(part.build());
-  struct stat found = {};
-  ASSERT_EQ(stat("real.prt", &found), 0);
-  session.file().identity = {found.st_dev, found.st_ino};
-  EXPECT_FALSE(session.read().run([](auto& file) { extract_partition(file, 10); }));
-  EXPECT_NE(session.output().err.find("can not open output file block.x_b"), std::string::npos);
-  EXPECT_EQ(read_file("real.prt"), part.build());
-}
-
-TEST(TransmitExtraction, FailedWriteNamesTheFile) {
-  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP();
-  const ScratchFolder scratch;
-  std::filesystem::create_symlink("/dev/full", "block.x_b");
-  PartBuilder part;
-  part.add({.id = 10, .type = 10, .bytes = solid_partition({.block = {.data = "body"}})});
-  PartSession session(part.build());
-  EXPECT_FALSE(session.read().run([](auto& file) { extract_partition(file, 10); }));
-  EXPECT_NE(session.output().err.find("output file block.x_b: No space left on device\n"), std::string::npos);
-  EXPECT_NE(session.output().err.find("write failed\n"), std::string::npos);
+TEST(TransmitExtraction, WhatCannotBeWrittenIsNamedAndThePartStaysAsItIs) {
+  const std::pair<const char*, Names> cases[] = {
+      {"real.prt", {"can not open output file block.x_b\n"}},
+      {"/dev/full", {"output file block.x_b: No space left on device\n", "write failed\n"}},
+  };
+  for (const auto& [target, messages] : cases) {
+    const ScratchFolder scratch;
+    PartBuilder part;
+    part.add({.id = 10, .type = 10, .bytes = solid_partition({.block = {.data = "body"}})});
+    test_support::write_file("real.prt", part.build());
+    std::filesystem::create_symlink(target, "block.x_b");
+    PartSession session(part.build());
+    struct stat found = {};
+    ASSERT_EQ(stat("real.prt", &found), 0);
+    session.file().identity = {found.st_dev, found.st_ino};
+    EXPECT_EQ(extract(session.read(), 10), 0);
+    for (const std::string& message : messages) EXPECT_TRUE(has(session.output().err, message));
+    EXPECT_EQ(read_file("real.prt"), part.build());
+  }
 }
 
 }  // namespace
