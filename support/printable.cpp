@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "support/utf8.h"
+
 namespace support {
 
 namespace {
@@ -16,8 +18,6 @@ bool disturbs_line(std::uint32_t code) {
 bool is_layout(std::string_view text) {
   return text.starts_with('\n') || text.starts_with('\t') || text.starts_with("\r\n");
 }
-
-bool is_continuation(unsigned char byte) { return (byte & 0xC0U) == 0x80U; }
 
 constexpr std::uint64_t kEach = 0x0101010101010101U;
 constexpr std::uint64_t kTopBits = kEach * 0x80;
@@ -76,21 +76,11 @@ void put_printable(std::string_view text, KeepLayout layout, Put put) {
 }  // namespace
 
 std::size_t printable_length(std::string_view text) {
-  if (text.empty()) return 0;
-  const auto at = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  const unsigned char lead = at(0);
-  if (lead < 0x80) return lead >= 0x20 && lead != 0x7F ? 1 : 0;
-  const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-  if (lead < 0xC2 || lead > 0xF4 || text.size() < length) return 0;
-  std::uint32_t code = lead & (0xFFU >> (length + 1));
-  for (std::size_t i = 1; i < length; ++i) {
-    if (!is_continuation(at(i))) return 0;
-    code = code << 6U | (at(i) & 0x3FU);
-  }
-  const bool overlong = (length == 3 && code < 0x800) || (length == 4 && code < 0x10000);
+  const auto [code, length] = first_utf8_character(text);
+  if (length == 1) return code >= 0x20 && code != 0x7F ? 1 : 0;
   const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
   const bool control = code < 0xA0 || disturbs_line(code);
-  return overlong || surrogate || control || code > 0x10FFFF ? 0 : length;
+  return surrogate || control ? 0 : length;
 }
 
 bool is_plain(std::string_view text) {

@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdint>
 
+#include "support/utf8.h"
+
 namespace VRX::System::CFI {
 
 namespace {
@@ -38,12 +40,6 @@ void append_utf16(std::u16string& out, std::uint32_t code) {
   }
   out += static_cast<char16_t>(0xD800 + ((code - 0x10000) >> 10U));
   out += static_cast<char16_t>(0xDC00 + ((code - 0x10000) & 0x3FFU));
-}
-
-std::size_t sequence_length(unsigned char lead) {
-  if (lead < 0x80) return 1;
-  if (lead < 0xC2 || lead > 0xF4) return 0;
-  return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
 }
 
 /// Lower-case units first to last, every `step`th of which is `distance` above its upper-case form.
@@ -85,19 +81,10 @@ std::string utf8_from_utf16(std::u16string_view text) {
 std::optional<std::u16string> utf16_from_utf8(std::string_view text) {
   std::u16string out;
   while (!text.empty()) {
-    const auto lead = static_cast<unsigned char>(text.front());
-    const std::size_t length = sequence_length(lead);
-    if (length == 0 || length > text.size()) return std::nullopt;
-    std::uint32_t code = length == 1 ? lead : lead & (0x7FU >> length);
-    for (std::size_t i = 1; i < length; ++i) {
-      const auto byte = static_cast<unsigned char>(text[i]);
-      if ((byte & 0xC0U) != 0x80) return std::nullopt;
-      code = code << 6U | (byte & 0x3FU);
-    }
-    const bool overlong = (length == 3 && code < 0x800) || (length == 4 && code < 0x10000);
-    if (overlong || code > 0x10FFFF) return std::nullopt;
-    append_utf16(out, code);
-    text.remove_prefix(length);
+    const support::Utf8Character next = support::first_utf8_character(text);
+    if (next.length == 0) return std::nullopt;
+    append_utf16(out, next.code);
+    text.remove_prefix(next.length);
   }
   return out;
 }

@@ -3,15 +3,17 @@
 #include <algorithm>
 #include <bit>
 #include <cerrno>
-#include <charconv>
 
 #include "cfi/cfi_error_codes.h"
 #include "inspect/records/inspect_errors.h"
 #include "support/text_format.h"
+#include "support/text_line.h"
 
 namespace inspect {
 
 namespace {
+
+using support::append_number;
 
 constexpr std::int32_t kPresentObject = 42;
 
@@ -38,11 +40,6 @@ const char* width_name(std::size_t width) {
     default:
       return "int64s";
   }
-}
-
-void append_number(std::string& text, std::uint64_t number) {
-  char digits[24];
-  text.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
 }
 
 }  // namespace

@@ -1,9 +1,9 @@
 #include "inspect/records/trace.h"
 
-#include <charconv>
 #include <cstdarg>
 
 #include "support/text_format.h"
+#include "support/text_line.h"
 
 namespace inspect {
 
@@ -21,8 +21,7 @@ void FieldLabel::append_to(std::string& text) const {
     const std::size_t at = rest.find(kPlace);
     if (at == std::string_view::npos) break;
     text += rest.substr(0, at);
-    char digits[24];
-    text.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+    support::append_number(text, number);
     rest.remove_prefix(at + kPlace.size());
   }
   text += rest;

@@ -1,12 +1,13 @@
 #include "inspect/report/audit_trail_lines.h"
 
-#include <charconv>
-
 #include "support/console.h"
 #include "support/local_time.h"
 #include "support/printable.h"
+#include "support/text_line.h"
 
 namespace inspect {
+
+using support::append_number;
 
 namespace {
 
@@ -47,14 +48,6 @@ void ShownTexts::append(std::string& line, TextId id, std::size_t width) {
   }
   if (cut) line += "...";
   pad_to(line, begin + width);
-}
-
-void append_number(std::string& line, std::int64_t number, std::size_t width) {
-  char digits[24];
-  const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-  const auto count = static_cast<std::size_t>(end - digits);
-  if (count < width) line.append(width - count, ' ');
-  line.append(digits, count);
 }
 
 void append_save_time(std::string& line, std::int32_t seconds) {

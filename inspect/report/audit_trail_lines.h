@@ -29,9 +29,6 @@ class ShownTexts {
   std::unordered_set<TextId> shown_;  ///< long texts
 };
 
-/// Appends a number, padded on the left with blanks to `width` columns.
-void append_number(std::string& line, std::int64_t number, std::size_t width = 0);
-
 /// Appends the time of a save, local date and time in the form of ctime: 24 characters, no line end. A pseudo
 /// entry has no time and says so.
 void append_save_time(std::string& line, std::int32_t seconds);

@@ -1,17 +1,16 @@
 #include "inspect/report/listing_text.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include "support/console.h"
 #include "support/printable.h"
+#include "support/text_line.h"
 
 namespace inspect {
 
 namespace {
 
 constexpr std::size_t kBlockSize = 65536;
-constexpr std::size_t kMostDigits = 20;
 
 bool is_plain(char c) { return c >= ' ' && c <= '~'; }
 
@@ -33,11 +32,7 @@ std::size_t ListingText::name(std::string_view name) {
 }
 
 ListingText& ListingText::number(std::uint64_t value, std::size_t width) {
-  char digits[kMostDigits];
-  const char* const end = std::to_chars(digits, digits + kMostDigits, value).ptr;
-  const auto length = static_cast<std::size_t>(end - digits);
-  if (length < width) block_.append(width - length, ' ');
-  block_.append(digits, length);
+  support::append_number(block_, value, width);
   return *this;
 }
 

@@ -7,11 +7,13 @@
 #include "support/console.h"
 #include "support/local_time.h"
 #include "support/printable.h"
+#include "support/text_line.h"
 
 namespace inspect {
 
 namespace {
 
+using support::append_number;
 using support::print;
 using support::print_text;
 using support::printable;

@@ -191,7 +191,7 @@ TEST(KvpmReading, IsTruncatedWhenAStreamReachesBeyondTheFile) {
 TEST(KvpmReading, ShowsItsReadingOnTheDiagnosticsChannels) {
   const test_support::TemporaryFolder folder;
   small_container(6).write(folder.path() / "part.prt");
-  const std::pair<std::string, std::initializer_list<const char*>> cases[] = {
+  const std::pair<std::string, std::vector<const char*>> cases[] = {
       {"structured_storage_io",
        {"file format version: 6 at offset 8\n", "element path: \"/Root/VR_PART/\" at offset "}},
       {"cfi_storage,structured_storage",
