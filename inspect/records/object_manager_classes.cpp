@@ -19,6 +19,10 @@ void read_name(InspectFile& file, std::int32_t length, std::string& name, const 
   cut_at_terminator(name);
 }
 
+TextId class_text(ObjectManagerPartition& om, std::string_view name) {
+  return om.wants_class_names ? om.texts.intern(name) : kNoText;
+}
+
 void read_schemas(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om) {
   const std::int32_t count = file.reader.read_compact_int(partition.encoding, "Schema count");
   if (count < 0) inspect_fatal(file.reader, Rule::om_class_entry, "n_schemas unexpectedly -ve %d", count);
@@ -31,7 +35,7 @@ void read_schemas(InspectFile& file, const PartitionEntry& partition, ObjectMana
       inspect_fatal(file.reader, Rule::om_class_entry, "bad schema name length %d", length);
     read_name(file, length, name, "schema name");
     const std::int32_t version = file.reader.read_compact_int(partition.encoding, "schema version");
-    om.schemas.push_back({om.texts.intern(name), version});
+    om.schemas.push_back({class_text(om, name), version});
   }
 }
 
@@ -46,9 +50,9 @@ void read_handles(InspectFile& file, ObjectManagerPartition& om) {
   for (std::int32_t i = 0; i < om.class_count; ++i) {
     read_om_handle(file, handle);
     OmClass& om_class = om.classes.emplace_back();
-    om_class.schema_name = om.texts.intern(handle.schema_name);
+    om_class.schema_name = class_text(om, handle.schema_name);
     om_class.schema_version = handle.schema_version;
-    om_class.name = om.texts.intern(handle.class_name);
+    om_class.name = class_text(om, handle.class_name);
     om_class.sub_file_id = handle.sub_file_id;
   }
 }
@@ -56,7 +60,7 @@ void read_handles(InspectFile& file, ObjectManagerPartition& om) {
 void read_class_entries(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om) {
   for (std::int32_t i = 0; i < om.class_count; ++i) {
     OmClass om_class;
-    read_class_entry(file, om.class_count, partition, om_class, om.schemas, om.texts);
+    read_class_entry(file, partition, om, om_class);
     om.classes.push_back(om_class);
   }
 }
@@ -106,8 +110,9 @@ void read_om_handle(InspectFile& file, OmHandle& handle) {
   }
 }
 
-void read_class_entry(InspectFile& file, std::int32_t class_count, const PartitionEntry& partition,
-                      OmClass& om_class, std::span<const OmSchema> schemas, TextPool& texts) {
+void read_class_entry(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om,
+                      OmClass& om_class) {
+  const std::span<const OmSchema> schemas = om.schemas;
   const auto schema_count = static_cast<std::int32_t>(schemas.size());
   const std::int32_t schema = file.reader.read_compact_short(partition.encoding, "schema index");
   if (schema < 0 || schema > schema_count) {
@@ -124,10 +129,10 @@ void read_class_entry(InspectFile& file, std::int32_t class_count, const Partiti
     inspect_fatal(file.reader, Rule::om_class_entry, "bad class name length %d", length);
   std::string name;
   read_name(file, length, name, "class name");
-  om_class.name = texts.intern(name);
+  om_class.name = class_text(om, name);
   om_class.sub_file_id = file.reader.read_compact_int(partition.encoding, "class sub file id");
   om_class.superclass = file.reader.read_compact_short(partition.encoding, "superclass index");
-  check_superclass(file, om_class.superclass, class_count);
+  check_superclass(file, om_class.superclass, om.class_count);
   file.reader.read(om_class.digest, "class name digest");
   file.reader.read(om_class.second_word, "");
 }

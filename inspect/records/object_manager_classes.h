@@ -25,8 +25,8 @@ void read_om_handle(InspectFile& file, OmHandle& handle);
 /// One class of OM version 10: schema index (compact short, 0 to the number of schemas), class name (compact
 /// short length 1 to 1024, bytes), sub file id (compact int), superclass index (compact short, -1 to
 /// `class_count` - 1), digest (int) and one int more. A value out of range is inspect_fatal.
-void read_class_entry(InspectFile& file, std::int32_t class_count, const PartitionEntry& partition,
-                      OmClass& om_class, std::span<const OmSchema> schemas, TextPool& texts);
+void read_class_entry(InspectFile& file, const PartitionEntry& partition, ObjectManagerPartition& om,
+                      OmClass& om_class);
 
 /// Schemas, classes and superclass table, which the layout of the rest follows: object position table,
 /// shared string table (positions), root object (int), audit class and audit entry class (compact shorts).

@@ -97,6 +97,7 @@ struct ObjectManagerHeader {
 
 /// What is read of one object-manager partition, in the order of the file.
 struct ObjectManagerPartition : ObjectManagerHeader {
+  bool wants_class_names = true;  ///< set before it is read: keep the names of schemas and classes
   TextPool texts;
 
   std::vector<OmSchema> schemas;  ///< version 10

@@ -14,6 +14,7 @@ namespace {
 void read_history_of(InspectFile& file, PartitionEntry& partition, SectionSink& sink) {
   const ObjectReadBudget reading(file);
   ObjectManagerPartition om;
+  om.wants_class_names = false;
   if (!read_object_manager_partition(file, partition, om)) return;
   const OrderedSaves saves(om.audit);
   sink.take_filing_history({partition, om, saves});
