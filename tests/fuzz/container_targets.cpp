@@ -1,6 +1,4 @@
 #include <span>
-#include <string>
-#include <utility>
 #include <vector>
 
 #include "cfi/compound/microsoft_storage_file.h"

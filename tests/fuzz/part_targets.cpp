@@ -2,9 +2,9 @@
 
 #include "inspect/partition_selection.h"
 #include "inspect/records/inspect_errors.h"
+#include "inspect/records/object_manager_checksum.h"
 #include "inspect/sections/partition_listing.h"
 #include "inspect/solid/brepsolid_header.h"
-#include "inspect/records/object_manager_checksum.h"
 #include "inspect/solid/transmit_extraction.h"
 #include "inspect/vr_inspect_internal.h"
 #include "tests/fuzz/fuzz_targets.h"

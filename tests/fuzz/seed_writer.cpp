@@ -2,17 +2,11 @@
 #include <filesystem>
 #include <initializer_list>
 #include <span>
-#include <string>
-#include <vector>
 
-#include "cfi/tools/feature_toggles.h"
 #include "tests/support/compound_builder.h"
 #include "tests/support/container_builder.h"
-#include "tests/support/files.h"
 #include "tests/support/lz4_frame.h"
 #include "tests/support/object_builder.h"
-#include "tests/support/part_builder.h"
-#include "tests/support/record_bytes.h"
 #include "tests/support/solid_builder.h"
 
 // Writes the inputs that fuzzing starts from, one folder for each target: what the builders of the tests
@@ -43,17 +37,14 @@ class SeedFolder {
   int count_ = 0;
 };
 
-std::string jt_stream(std::int32_t version, bool partitions, bool wide) {
+std::string jt_stream(std::int32_t version) {
   RecordBytes out(std::endian::little);
   out.u32(test_support::field(version)).u32(2);
-  if (partitions) out.u32(1);
-  const std::uint64_t start = out.size() + (wide ? 32 : 16);
+  if (version > 7) out.u32(1);
+  const std::uint64_t start = out.size() + (version == 9 ? 32 : 16);
   for (std::uint64_t body = 0; body < 2; ++body) {
-    if (wide) {
-      out.u64(7 + body).u64(start + 6 * body);
-    } else {
-      out.u32(7 + body).u32(start + 6 * body);
-    }
+    for (const std::uint64_t number : {7 + body, start + 6 * body})
+      version == 9 ? out.u64(number) : out.u32(number);
   }
   return out.raw("body 1body 2").bytes();
 }
@@ -75,13 +66,13 @@ std::vector<test_support::SolidPlan> solid_plans(std::endian order) {
   for (const bool compressed : {false, true}) {
     plans.push_back({.order = order, .block = {.data = solid_text(60)}, .compressed = compressed});
     for (std::uint16_t version = 1; version <= 5; ++version) {
-      plans.push_back({.order = order,
-                       .block = {.data = solid_text(20)},
-                       .compressed = compressed,
-                       .extended = true,
-                       .ext_version = version,
-                       .skipped = {1, 2},
-                       .listed = {3}});
+      test_support::SolidPlan& plan = plans.emplace_back(plans.front());
+      plan.block.data = solid_text(20);
+      plan.compressed = compressed;
+      plan.extended = true;
+      plan.ext_version = version;
+      plan.skipped = {1, 2};
+      plan.listed = {3};
     }
   }
   return plans;
@@ -114,7 +105,7 @@ std::string container(int version, std::string_view part_stream) {
       .stream("/Root/VR_PART/LastSavedToggleInfoStream", toggle_stream())
       .stream("/Root/VR_PART/ExternalReferences", "one.prt\1two.prt\1")
       .stream("/Root/COMPATIBILITY", "KX 1\nKX 2\n")
-      .stream("/Root/JT", test_support::lz4_frame(jt_stream(9, true, true)));
+      .stream("/Root/JT", test_support::lz4_frame(jt_stream(9)));
   return builder.bytes();
 }
 
@@ -123,7 +114,7 @@ std::string compound(std::uint32_t sector_size, std::string_view part_stream) {
   const auto storage = builder.add_storage(0, u"VR_PART");
   builder.add_stream(storage, u"VR_PART", std::string(part_stream));
   builder.add_stream(storage, u"LastSavedToggleInfoStream", toggle_stream());
-  builder.add_stream(0, u"JT", jt_stream(8, true, false));
+  builder.add_stream(0, u"JT", jt_stream(8));
   builder.add_stream(0, u"long", solid_text(600));
   builder.compose();
   return builder.bytes();
@@ -139,19 +130,15 @@ void write_streams(const fs::path& folder) {
   SeedFolder(folder, "toggle_stream").add(toggle_stream());
   SeedFolder jt(folder, "jt_stream");
   const unsigned selectors[] = {0, 1};
-  jt.add(selectors, jt_stream(7, false, false));
-  jt.add(selectors, jt_stream(8, true, false));
-  jt.add(selectors, jt_stream(9, true, true));
+  for (const std::int32_t version : {7, 8, 9}) jt.add(selectors, jt_stream(version));
 }
 
 /// Streams with each kind of block: as they are, with the fixed codes, with codes of their own, and several.
 void write_deflated(const fs::path& folder) {
   SeedFolder seeds(folder, "inflate");
   const unsigned selectors[] = {13, 0, 150, 97};
-  seeds.add(selectors, test_support::deflated(""));
-  seeds.add(selectors, test_support::deflated("abc"));
-  seeds.add(selectors, test_support::deflated(std::string(5000, 'x')));
-  seeds.add(selectors, test_support::deflated(solid_text(300)));
+  for (const std::string& text : {std::string(), std::string("abc"), std::string(5000, 'x'), solid_text(300)})
+    seeds.add(selectors, test_support::deflated(text));
   seeds.add(selectors, std::string("x\x01\x01\x05\0\xfa\xff", 7) + "hello\x06\x2c\x02\x15");
 }
 

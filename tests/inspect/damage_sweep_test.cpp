@@ -29,11 +29,9 @@ std::vector<InspectOptions> ways_to_look() {
   full.print_extref = full.print_cookies = true;
   full.refs_level = 1;
   InspectOptions scan;
-  scan.scan = true;
   scan.print_summary = false;
-  InspectOptions check;
-  check.check_checksums = true;
-  check.print_summary = false;
+  InspectOptions check = scan;
+  scan.scan = check.check_checksums = true;
   return {full, scan, check};
 }
 

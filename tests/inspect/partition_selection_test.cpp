@@ -4,16 +4,13 @@
 
 #include <cstdlib>
 #include <ctime>
-#include <string>
 
 #include "tests/support/object_builder.h"
 #include "tests/support/part_session.h"
 
 namespace {
 
-using test_support::ObjectPlan;
-using test_support::PartBuilder;
-using test_support::PartSession;
+using namespace test_support;
 
 std::size_t occurrences(const std::string& text, const std::string& wanted) {
   std::size_t count = 0;
@@ -21,19 +18,11 @@ std::size_t occurrences(const std::string& text, const std::string& wanted) {
   return count;
 }
 
-inspect::InspectOptions everything() {
+/// All partitions, or what one switch alone asks for.
+std::string listings_of(PartSession& session, bool inspect::InspectOptions::*only = nullptr) {
   inspect::InspectOptions options;
-  options.print_partition.fill(true);
-  return options;
-}
-
-inspect::InspectOptions cookies_alone() {
-  inspect::InspectOptions options;
-  options.print_cookies = true;
-  return options;
-}
-
-std::string listings_of(PartSession& session, const inspect::InspectOptions& options = everything()) {
+  options.print_partition.fill(only == nullptr);
+  if (only != nullptr) options.*only = true;
   session.run([&](inspect::InspectFile& file) { list_selected_partitions(file, options, session.report()); });
   return session.output().out;
 }
@@ -69,7 +58,7 @@ TEST(PartitionSelection, CookiesAloneShowTheAuditTrailsWithALongTextWholeOnce) {
   plan.shared_strings = {std::string(30000, 'u')};
   plan.programs[0].saves.assign(100, {.shared_user = 0});
   PartSession session(PartBuilder().add(object_partition(1, 7, plan)).build());
-  const std::string out = listings_of(session.read_list(), cookies_alone());
+  const std::string out = listings_of(session.read_list(), &inspect::InspectOptions::print_cookies);
   EXPECT_LT(out.size(), 60000U);
   EXPECT_NE(out.find(std::string(30000, 'u')), std::string::npos);
   EXPECT_EQ(occurrences(out, "uuu...  version"), 99U);
@@ -95,13 +84,11 @@ TEST(PartitionSelection, PartitionsThatLieInOnePlaceAreNotListedWithoutEnd) {
 }
 
 TEST(PartitionSelection, ATraceIsBoundedByTheFileOnDisk) {
-  inspect::InspectOptions options;
-  options.trace = true;
   for (const std::uint64_t length : {1U, 100U}) {
     PartSession session(PartBuilder().add(object_partition(1, 7, ObjectPlan{})).build(), {.trace = true});
     session.read_list();
     session.file().disk_length = length;  // a frame that expands far
-    const std::string out = listings_of(session, options);
+    const std::string out = listings_of(session, &inspect::InspectOptions::trace);
     EXPECT_EQ(out.find("object-manager data overlap") != std::string::npos, length == 1);
     EXPECT_EQ(occurrences(out, "Reading Machine type in audit trail entry"), length == 1 ? 0U : 1U);
   }

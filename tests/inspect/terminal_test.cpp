@@ -2,28 +2,18 @@
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "support/console.h"
 #include "support/program.h"
 #include "tests/support/captured.h"
 #include "tests/support/compound_builder.h"
 #include "tests/support/container_builder.h"
 #include "tests/support/object_builder.h"
-#include "tests/support/part_builder.h"
 #include "tests/support/program_runner.h"
 #include "tests/support/solid_builder.h"
 
 namespace {
 
-using test_support::ContainerBuilder;
-using test_support::ObjectPlan;
-using test_support::PartBuilder;
-using test_support::run_program;
-using test_support::TemporaryFolder;
+using namespace test_support;
 
 /// ESC, BEL, a raw C1 control, an override of direction, a line separator, no UTF-8; with `tag` in front.
 std::string poison_in_line(const std::string& tag) {
@@ -63,7 +53,7 @@ ObjectPlan object_plan(std::int32_t version) {
 }
 
 std::string solid(const std::string& header_text) {
-  return test_support::solid_partition(
+  return solid_partition(
       {.kind = 16, .header_text = header_text, .block = {.data = "some data"}, .compressed = true});
 }
 
@@ -75,9 +65,8 @@ std::string part_stream() {
   part.word(164, static_cast<std::uint16_t>(customer.size())).text(166, customer);
   part.text(302, poison("identifier"));
   part.add({.id = 3, .type = 16, .bytes = solid(poison_in_line("header") + "\rx;SCH=SCH_1;")});
-  part.add({.id = 4,
-            .type = 16,
-            .bytes = solid("PART;FORMAT=" + poison_in_line("format") + ";SCH=SCH_1\x1B[31m2200000_1;")});
+  const std::string format = "PART;FORMAT=" + poison_in_line("format") + ";SCH=SCH_1\x1B[31m2200000_1;";
+  part.add({.id = 4, .type = 16, .bytes = solid(format)});
   part.add(object_partition(2, 7, object_plan(6)));
   part.add(object_partition(1, 1, object_plan(10)));  // without chains, so that the listings end here
   return part.build();
@@ -85,13 +74,7 @@ std::string part_stream() {
 
 std::string toggle_stream() {
   const std::string text = poison("toggle");
-  return test_support::RecordBytes(std::endian::little)
-      .u8(1)
-      .u32(1)
-      .u32(text.size())
-      .raw(text)
-      .u32(0)
-      .bytes();
+  return RecordBytes(std::endian::little).u8(1).u32(1).u32(text.size()).raw(text).u32(0).bytes();
 }
 
 std::string references() {
@@ -113,7 +96,7 @@ std::string kvpm_file() {
 }
 
 std::string compound_file() {
-  test_support::CompoundBuilder builder;
+  CompoundBuilder builder;
   builder.add_stream(builder.add_storage(0, u"VR_PART"), u"VR_PART", part_stream());
   std::u16string name = u"\x1B[2J\x07\r\nFORGED\x9B\x202E\x2028";
   builder.add_stream(builder.add_storage(0, u"cstorage" + name), u"cstream" + name + u'\xD800', "3");
@@ -122,19 +105,17 @@ std::string compound_file() {
 }
 
 /// A container whose index holds a path that is none.
-std::string broken_path_in(test_support::ContainerDamage::Area area) {
+std::string broken_path_in(ContainerDamage::Area area) {
   const std::string path = "/Root/" + poison("path") + "/x";
-  const std::string bytes = ContainerBuilder()
-                                .stream("/Root/VR_PART/VR_PART", part_stream())
-                                .stream(path, "4")
-                                .area(path, area)
-                                .bytes();
-  test_support::ContainerDamage damage(bytes);
+  ContainerBuilder builder;
+  builder.stream("/Root/VR_PART/VR_PART", part_stream()).stream(path, "4").area(path, area);
+  const std::string bytes = builder.bytes();
+  ContainerDamage damage(bytes);
   return damage.put(bytes.find(path), "/Root//" + poison("ath") + "/x").fix_checksums().bytes();
 }
 
 TEST(Terminal, NoTextReachesItAsItStands) {
-  using Area = test_support::ContainerDamage::Area;
+  using Area = ContainerDamage::Area;
   const TemporaryFolder folder;
   const std::string file = poison("file") + ".prt";
   const std::string path = poison("wanted");
@@ -151,8 +132,7 @@ TEST(Terminal, NoTextReachesItAsItStands) {
       {"-extract_all", file, output},
       {"-extract_all", file, output + ".xmt_bin"},
       {"-extract", "16", file, "none/" + output},
-      {"-" + poison("switch"), file},
-  };
+      {"-" + poison("switch"), file}};
   std::string all;
   for (const std::string& bytes : {kvpm_file(), compound_file(), part_stream(), broken_path_in(Area::header),
                                    broken_path_in(Area::footer), std::string()}) {
@@ -184,7 +164,7 @@ TEST(Terminal, WhatACallerForgetsIsCaughtWhereItIsWritten) {
   expect_harmless(name, "the program's name");
   const std::string text = "ours\n\t" + poison_in_line("theirs") + "\r";
   const std::string wanted = "ours\n\t" + harmless("theirs") + "\\x0D";
-  const auto written = test_support::captured([&] {
+  const auto written = captured([&] {
     support::print("%s", text.c_str());
     support::print("%-4s", text.c_str());
     support::print_text(text);

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
-
 #include "tests/support/part_builder.h"
 #include "tests/support/part_session.h"
 #include "tests/support/record_bytes.h"
@@ -14,11 +12,8 @@ namespace {
 using test_support::RecordBytes;
 
 struct Case {
-  bool carries;
-  bool sound;
-  bool wide = false;
-  std::uint32_t mode = 4096;
-  std::uint32_t checksum_change = 0;
+  bool carries, sound, wide = false;
+  std::uint32_t mode = 4096, checksum_change = 0;
   std::optional<std::int32_t> length = std::nullopt;
 };
 
@@ -35,15 +30,13 @@ std::string object_partition(std::endian order, const Case& plan) {
 }
 
 TEST(ObjectManagerChecksum, IsThatOfTheBytesBehindTheLength) {
-  const Case cases[] = {
-      {.carries = true, .sound = true},
-      {.carries = true, .sound = true, .wide = true},
-      {.carries = true, .sound = false, .checksum_change = 1},
-      {.carries = true, .sound = false, .wide = true, .checksum_change = 1},
-      {.carries = false, .sound = true, .mode = 4, .checksum_change = 1},
-      {.carries = true, .sound = false, .length = 11},
-      {.carries = true, .sound = false, .length = -2},
-  };
+  const Case cases[] = {{.carries = true, .sound = true},
+                        {.carries = true, .sound = true, .wide = true},
+                        {.carries = true, .sound = false, .checksum_change = 1},
+                        {.carries = true, .sound = false, .wide = true, .checksum_change = 1},
+                        {.carries = false, .sound = true, .mode = 4, .checksum_change = 1},
+                        {.carries = true, .sound = false, .length = 11},
+                        {.carries = true, .sound = false, .length = -2}};
   for (const std::endian order : {std::endian::little, std::endian::big}) {
     for (const Case& c : cases) {
       test_support::PartBuilder part;

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <regex>
-#include <string>
 
 #include "inspect/records/part_header_reader.h"
 #include "inspect/records/partition_index.h"
@@ -12,8 +10,7 @@
 namespace {
 
 using inspect::PartHeader;
-using test_support::PartBuilder;
-using test_support::PartSession;
+using namespace test_support;
 
 /// What reading header and list has to say: errors as they are, warnings behind a blank.
 std::string told(const PartSession& session) {
@@ -41,14 +38,7 @@ TEST(PartHeader, ReadsTheSameFieldsInBothByteOrders) {
 }
 
 TEST(PartHeader, FlagsComeFromTheirBits) {
-  struct Case {
-    std::int16_t version;
-    std::size_t word;
-    int bit;
-    bool PartHeader::*flag;
-    bool set;
-  };
-  const Case cases[] = {
+  const std::tuple<std::int16_t, std::size_t, int, bool PartHeader::*, bool> cases[] = {
       {70, 18, 2, &PartHeader::no_foreign_data, true},
       {70, 18, 11, &PartHeader::wave_data, true},
       {14, 18, 11, &PartHeader::wave_data, false},
@@ -67,14 +57,13 @@ TEST(PartHeader, FlagsComeFromTheirBits) {
       {70, 424, 12, &PartHeader::fast_load, true},
       {70, 442, 2, &PartHeader::precise_structure, true},
       {70, 442, 4, &PartHeader::workset, true},
-      {70, 442, 5, &PartHeader::from_transient, true},
-  };
-  for (const Case& c : cases) {
+      {70, 442, 5, &PartHeader::from_transient, true}};
+  for (const auto& [version, word, bit, flag, set] : cases) {
     PartBuilder part;
-    part.version = c.version;
-    part.word(c.word, static_cast<std::uint16_t>(1U << c.bit)).add({});
-    EXPECT_EQ(PartSession(part.build()).read_list().file().records.header.*c.flag, c.set)
-        << "V " << c.version << " word " << c.word << " bit " << c.bit;
+    part.version = version;
+    part.word(word, static_cast<std::uint16_t>(1U << bit)).add({});
+    EXPECT_EQ(PartSession(part.build()).read_list().file().records.header.*flag, set)
+        << "V " << version << " word " << word << " bit " << bit;
   }
 }
 
@@ -104,11 +93,7 @@ TEST(PartHeader, BadValuesEndTheFile) {
        "*** Part file is corrupt (FTP bytes not as expected)\n" + text_mode},
       {[](auto& p) { p.text(402, std::string("\x0D\xFF\0\0", 4)); },
        "*** Part file probably corrupted by ASCII ftp from VMS\n" + text_mode},
-      {[](auto& p) {
-         p.version = 17;
-         p.text(402, "abcd");
-       },
-       ""},
+      {[](auto& p) { p.text(402, "abcd").version = 17; }, ""},
       {[](auto& p) { p.units = 3; }, "Found invalid units of 3 in part header\n"},
       {[](auto& p) { p.word(424, 0x18); }, " part contains inconsistent save mode bits"},
       {[](auto& p) { p.word(424, 0x20); }, " part does not contain valid clone operation code"},
@@ -131,8 +116,7 @@ TEST(PartHeader, BadValuesEndTheFile) {
       {[](auto& p) { p.add({.id = 6, .type = 5, .data = 3}); },
        "Pattern header data should be 0, 1, or 2 but is: 3\n"},
       {[](auto& p) { p.partition_count = 0x7FFFFFFF; },
-       "Invalid partition id (-302919232) found in partition #1\n"},
-  };
+       "Invalid partition id (-302919232) found in partition #1\n"}};
   PartBuilder part;
   part.add({.id = 5, .bytes = std::string(64, 'x')});
   expect_told(part, cases);
@@ -198,8 +182,7 @@ TEST(Directories, DamageEndsTheFile) {
       {[](auto& p) {
          p.add({.type = 3, .next_directory = static_cast<std::uint32_t>(p.data_offset(1) - 10)});
        },
-       "Directory chain comes back to offset 1000\n"},
-  };
+       "Directory chain comes back to offset 1000\n"}};
   PartBuilder part = directories(12, 12);
   part.add({.type = 1, .data = 1}).add({.type = 4});
   expect_told(part, cases);

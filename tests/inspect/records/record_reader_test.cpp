@@ -4,7 +4,7 @@
 
 #include <bit>
 #include <cerrno>
-#include <string>
+#include <sstream>
 
 #include "inspect/records/om_strings.h"
 #include "tests/support/part_session.h"
@@ -30,54 +30,33 @@ std::string result_of(PartSession& session, const std::function<std::string(Reco
 }
 
 TEST(RecordReader, DecodesTheCompactEncoding) {
-  const auto integer = [](RecordReader& reader) {
+  const auto integer = [](auto& reader) {
     return std::to_string(reader.read_compact_int(Encoding::compact, "value"));
   };
-  const auto word = [](RecordReader& reader) {
+  const auto word = [](auto& reader) {
     return std::to_string(reader.read_compact_short(Encoding::compact, "value"));
   };
-  const auto label = [](RecordReader& reader) { return std::to_string(reader.read_compact_om_label()); };
-  const std::string bad_label = "99 bad compact OM label";
-  struct Case {
-    std::function<std::string(RecordReader&)> read;
-    std::string bytes;
-    std::string result;
-  };
-  const Case cases[] = {
-      {integer, "\0"s, "-1"},
-      {integer, "\x01", "0"},
-      {integer, "\x7F", "126"},
-      {integer, "\x80\x05", "5"},
-      {integer, "\x9F\xFF", "-1"},
-      {integer, "\x90\0"s, "-4096"},
-      {integer, "\xA0\x12\x34", "4660"},
-      {integer, "\xBF\xFF\xFE", "-2"},
-      {integer, "\xC0\x12\x34\x56", "1193046"},
-      {integer, "\xE0\x12\x34\x56\x78", "305419896"},
-      {integer, "\xFF\x80\0\0\0"s, "-2147483648"},
-      {word, "\0"s, "-1"},
-      {word, "\x7F", "126"},
-      {word, "\x81\x02", "258"},
-      {word, "\xBF\xFF", "-1"},
-      {word, "\xC0\x80\0"s, "-32768"},
-      {word, "\xFF\x12\x34", "4660"},
-      {label, "\x05", "42"},
-      {label, "\xFE", "-2"},
-      {label, "\xFF", "-1"},
-      {label, "\xF1zz", "42"},
-      {label, "\xF3zzzz", "42"},
-      {label, "\x8A\x01", "2561"},
-      {label, "\xB1\x02\x03\x04\x05", "33752069"},
-      {label, "\xC3", bad_label},
-      {label, "\xEF", bad_label},
-      {label, "\xF4", bad_label},
-      {label, "\xFD", bad_label},
-  };
-  for (const Case& c : cases) {
-    PartSession session(c.bytes + "rest");
-    EXPECT_EQ(result_of(session, c.read), c.result);
-    EXPECT_EQ(session.file().reader.position(), c.bytes.size()) << c.result;
-    EXPECT_EQ(session.verdict().failed(), c.result == bad_label);
+  const auto label = [](auto& reader) { return std::to_string(reader.read_compact_om_label()); };
+  // Hexadecimal bytes and what they stand for.
+  const std::pair<std::function<std::string(RecordReader&)>, std::string> tables[] = {
+      {integer,
+       "00 -1 01 0 7F 126 8005 5 9FFF -1 9000 -4096 A01234 4660 BFFFFE -2 C0123456 1193046 "
+       "E012345678 305419896 FF80000000 -2147483648"},
+      {word, "00 -1 7F 126 8102 258 BFFF -1 C08000 -32768 FF1234 4660"},
+      {label,
+       "05 42 FE -2 FF -1 F17A7A 42 F37A7A7A7A 42 8A01 2561 B102030405 33752069 C3 bad EF bad F4 bad FD "
+       "bad"}};
+  for (const auto& [read, table] : tables) {
+    std::istringstream words(table);
+    for (std::string hex, value; words >> hex >> value;) {
+      std::string bytes;
+      for (std::size_t i = 0; i < hex.size(); i += 2)
+        bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+      PartSession session(bytes + "rest");
+      EXPECT_EQ(result_of(session, read), value == "bad" ? "99 bad compact OM label" : value) << hex;
+      EXPECT_EQ(session.file().reader.position(), bytes.size()) << hex;
+      EXPECT_EQ(session.verdict().failed(), value == "bad") << hex;
+    }
   }
 }
 
@@ -108,12 +87,7 @@ TEST(RecordReader, ConvertsTheByteOrderAndSaysWhatItReads) {
 TEST(OmStrings, ComeInThreeKinds) {
   constexpr auto plain = StringTyping::plain;
   constexpr auto typed = StringTyping::vla_typed;
-  struct Case {
-    std::string bytes;
-    StringTyping typing;
-    std::string result;
-  };
-  const Case cases[] = {
+  const std::tuple<std::string, StringTyping, std::string> cases[] = {
       {"\4"s + "abc", plain, "abc"},
       {"\3\4"s + "abc", typed, "abc"},
       {"\5\1", typed, "first"},
@@ -129,12 +103,12 @@ TEST(OmStrings, ComeInThreeKinds) {
   PartitionEntry partition;
   partition.encoding = Encoding::compact;
   partition.shared_strings = {"first", std::nullopt};
-  for (const Case& c : cases) {
-    PartSession session(c.bytes);
-    const auto read = [&](RecordReader& reader) {
-      return read_om_string(reader, c.typing, partition, "text").value_or("(none)");
+  for (const auto& [bytes, string_typing, result] : cases) {
+    PartSession session(bytes);
+    const auto read = [&, typing = string_typing](RecordReader& reader) {
+      return read_om_string(reader, typing, partition, "text").value_or("(none)");
     };
-    EXPECT_EQ(result_of(session, read), c.result);
+    EXPECT_EQ(result_of(session, read), result);
   }
 }
 
@@ -149,16 +123,14 @@ TEST(ObjectPositions, CountFromBehindTheLengthField) {
   };
   const std::string last = "18446744073709551615";
   const auto failed = [](const std::string& at) { return "99 fseek to " + at + " failed errno = 22"; };
-  const Case cases[] = {
-      {false, 4, 4, 1, 0, "29"},
-      {true, 12, 0, 0, 5, "33"},
-      {true, 4, 0, 0, std::uint64_t{1} << 63U, failed("9223372036854775828")},
-      {true, 4, 0, 0, UINT64_MAX - 20, failed(last)},
-      {true, 4, 0, 0, UINT64_MAX, failed(last)},  // and not the 19th byte
-      {true, 4, UINT64_MAX - 7, 1, 0, failed(last)},
-      {true, 4, std::uint64_t{1} << 63U, 0, 0, failed("9223372036854775808")},
-      {true, 4, 8, -2, 0, failed("18446744073709551608")},
-  };
+  const Case cases[] = {{false, 4, 4, 1, 0, "29"},
+                        {true, 12, 0, 0, 5, "33"},
+                        {true, 4, 0, 0, std::uint64_t{1} << 63U, failed("9223372036854775828")},
+                        {true, 4, 0, 0, UINT64_MAX - 20, failed(last)},
+                        {true, 4, 0, 0, UINT64_MAX, failed(last)},  // and not the 19th byte
+                        {true, 4, UINT64_MAX - 7, 1, 0, failed(last)},
+                        {true, 4, std::uint64_t{1} << 63U, 0, 0, failed("9223372036854775808")},
+                        {true, 4, 8, -2, 0, failed("18446744073709551608")}};
   for (const Case& c : cases) {
     PartSession session(test_support::RecordBytes(std::endian::native).u64(c.stored).u32(9).bytes());
     PartitionEntry partition;

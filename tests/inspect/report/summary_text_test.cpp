@@ -1,30 +1,17 @@
 #include <gtest/gtest.h>
 
-#include <initializer_list>
-#include <string>
-#include <utility>
-
 #include "tests/support/container_builder.h"
 #include "tests/support/part_builder.h"
 #include "tests/support/program_runner.h"
 
 namespace {
 
-using test_support::PartBuilder;
-using test_support::run_program;
-using test_support::TemporaryFolder;
+using namespace test_support;
 
 // Byte offsets in the part header, counted from behind the count word.
-constexpr std::size_t kHistory = 8;
-constexpr std::size_t kFormat = 12;
-constexpr std::size_t kMachineFormat = 26;
-constexpr std::size_t kOriginalCodeset = 408;
-constexpr std::size_t kF1 = 422;
-constexpr std::size_t kF2 = 424;
-constexpr std::size_t kCloneCodes = 426;
-constexpr std::size_t kLastFiledCodeset = 428;
-constexpr std::size_t kTemplateType = 430;
-constexpr std::size_t kF3 = 442;
+constexpr std::size_t kHistory = 8, kFormat = 12, kMachineFormat = 26, kOriginalCodeset = 408, kF1 = 422,
+                      kF2 = 424;
+constexpr std::size_t kCloneCodes = 426, kLastFiledCodeset = 428, kTemplateType = 430, kF3 = 442;
 
 PartBuilder small_part() {
   PartBuilder part;
@@ -53,8 +40,6 @@ TEST(SummaryText, HeaderWordsThatAreRarelySet) {
       {69, {{kF1, 1U << 6U}}, internal + "use only and should only be used within Vantor ****"},
       {69, {{kF1, 1U << 8U}}, snapshot + confidential},
       {69, {{kF1, 1U << 10U}}, internal + "development use only and" + confidential},
-      {49, {{kF1, 1U << 9U}}, student},
-      {50, {{kF1, 1U << 15U}}, student},
       {69, {{kF3, 1}}, student},
       {69, {{kF2, 1U << 7U}}, "Part has been cloned more than twice since the last save"},
       {69, {{kF2, 3U << 5U}, {kCloneCodes, 0x52}}, clones},
@@ -74,8 +59,7 @@ TEST(SummaryText, HeaderWordsThatAreRarelySet) {
       {14, {{kFormat, 1}, {kMachineFormat, 2}}, "Machine format: VMS"},
       {14, {{kFormat, 1}, {kMachineFormat, 4}}, "Machine format: IBM"},
       {14, {{kFormat, 1}, {kMachineFormat, 16}}, "Machine format: Ultrix"},
-      {14, {{kFormat, 1}, {kMachineFormat, 32}}, "Machine format: Unknown"},
-  };
+      {14, {{kFormat, 1}, {kMachineFormat, 32}}, "Machine format: Unknown"}};
   const TemporaryFolder folder;
   for (const Case& c : cases) {
     PartBuilder part = small_part();
@@ -95,11 +79,10 @@ TEST(SummaryText, ModulesOfOtherParts) {
                           linked + named("one.prt") + named("other.prt");
   const std::pair<std::string, std::string> cases[] = {
       {one, "Part contain 1 linked part module and having references to\none.prt\n"},
-      {one + linked, "Part contains 2 linked part modules and having references to\none.prt\nUnknown\n"},
-  };
+      {one + linked, "Part contains 2 linked part modules and having references to\none.prt\nUnknown\n"}};
   const TemporaryFolder folder;
   for (const auto& [references, lines] : cases) {
-    folder.write("part.prt", test_support::ContainerBuilder()
+    folder.write("part.prt", ContainerBuilder()
                                  .stream("/Root/VR_PART/VR_PART", small_part().build())
                                  .stream("/Root/VR_PART/ExternalReferences", references)
                                  .bytes());

@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 #include "inspect/sections/machine_name.h"
 #include "inspect/sections/section_sink.h"
 #include "tests/support/object_builder.h"
@@ -12,9 +9,7 @@
 
 namespace {
 
-using test_support::ObjectPlan;
-using test_support::PartBuilder;
-using test_support::PartSession;
+using namespace test_support;
 
 struct History : inspect::SectionSink {
   void take_filing_history(const inspect::FilingHistory& history) override {
@@ -34,31 +29,25 @@ History history_of(PartSession& session) {
 
 TEST(FilingHistory, IsOldestFirstInEitherDirectionOfTheChains) {
   using Times = std::vector<std::int32_t>;
-  struct Case {
-    Times first;   ///< of the saves of the first program, which are named a, b, ...
-    Times second;  ///< of the second, named on
-    const char* order;
-  };
-  const Case cases[] = {
-      {{100, 0}, {200}, "a1 b1 c2 "},
-      {{100, 0}, {50}, "c2 b1 a1 "},
-      {{100, 50, 0}, {200}, "b1 c1 a1 d2 "},
-      {{0, 300}, {100, 100}, "d2 c2 b1 a1 "},
-      {{}, {0, 0}, "b2 a2 "},
-      {{7, 7}, {7}, "a1 b1 c2 "},
-  };
-  for (const Case& c : cases) {
+  // Times of the saves of the first program, which are named a, b, ..., and of the second, named on.
+  const std::tuple<Times, Times, const char*> cases[] = {{{100, 0}, {200}, "a1 b1 c2 "},
+                                                         {{100, 0}, {50}, "c2 b1 a1 "},
+                                                         {{100, 50, 0}, {200}, "b1 c1 a1 d2 "},
+                                                         {{0, 300}, {100, 100}, "d2 c2 b1 a1 "},
+                                                         {{}, {0, 0}, "b2 a2 "},
+                                                         {{7, 7}, {7}, "a1 b1 c2 "}};
+  for (const auto& [first, second, order] : cases) {
     ObjectPlan plan;
     plan.programs = {{"1", {}}, {"2", {}}};
     std::string name = "a";
-    for (const Times* times : {&c.first, &c.second}) {
+    for (const Times* times : {&first, &second}) {
       for (const std::int32_t time : *times) {
-        plan.programs[times == &c.second].saves.push_back({.user_name = name, .time = time});
+        plan.programs[times == &second].saves.push_back({.user_name = name, .time = time});
         ++name[0];
       }
     }
     PartSession session(PartBuilder().add(object_partition(4, 1, plan)).build());
-    EXPECT_EQ(history_of(session).saves, c.order);
+    EXPECT_EQ(history_of(session).saves, order);
   }
 }
 

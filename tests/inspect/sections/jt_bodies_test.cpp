@@ -14,8 +14,7 @@
 
 namespace {
 
-using test_support::read_file;
-using test_support::ScratchFolder;
+using namespace test_support;
 
 struct Body {
   std::uint64_t id;
@@ -25,17 +24,13 @@ struct Body {
 
 std::string jt_stream(std::int32_t version, const std::vector<Body>& bodies, std::uint32_t partitions = 0) {
   const bool wide = version == 9;
-  test_support::RecordBytes out(std::endian::little);
-  out.u32(test_support::field(version)).u32(bodies.size());
+  RecordBytes out(std::endian::little);
+  out.u32(field(version)).u32(bodies.size());
   if (version > 7) out.u32(partitions);
   std::uint64_t offset = out.size() + bodies.size() * (wide ? 16 : 8);
   for (const Body& body : bodies) {
-    const std::uint64_t listed = body.listed_offset.value_or(offset);
-    if (wide) {
-      out.u64(body.id).u64(listed);
-    } else {
-      out.u32(body.id).u32(listed);
-    }
+    for (const std::uint64_t number : {body.id, body.listed_offset.value_or(offset)})
+      wide ? out.u64(number) : out.u32(number);
     offset += body.bytes.size();
   }
   for (const Body& body : bodies) out.raw(body.bytes);
@@ -58,7 +53,7 @@ struct JtRun {
 
   const std::string& errors() const { return session.output().err; }
 
-  test_support::PartSession session{"", {.name = "a.prt"}};
+  PartSession session{"", {.name = "a.prt"}};
   inspect::WrittenBodies written = {};
 };
 
@@ -88,26 +83,20 @@ TEST(JtBodies, ListsAndWritesEachBody) {
 }
 
 TEST(JtBodies, WritesTheSoundOnesAmongDamagedOffsets) {
-  const struct {
-    const char* what;
-    std::size_t number;
-    std::uint64_t offset;
-    std::vector<std::string> written;
-  } cases[] = {
+  const std::tuple<const char*, std::size_t, std::uint64_t, std::vector<std::string>> cases[] = {
       {"far outside", 1, 1ULL << 63U, {"firstsecondthirdlast", "(none)", "third", "last"}},
       {"before the table", 1, 0, {"(none)", "(none)", "third", "last"}},
       {"last one outside", 3, 5000, {"first", "second", "thirdlast", "(none)"}},
-      {"first one outside", 0, UINT64_MAX, {"(none)", "second", "third", "last"}},
-  };
-  for (const auto& c : cases) {
+      {"first one outside", 0, UINT64_MAX, {"(none)", "second", "third", "last"}}};
+  for (const auto& [what, number, offset, files] : cases) {
     const ScratchFolder scratch;
     JtRun jt;
     std::vector<Body> bodies = {{1, "first"}, {2, "second"}, {3, "third"}, {4, "last"}};
-    bodies[c.number].listed_offset = c.offset;
+    bodies[number].listed_offset = offset;
     jt.list(jt_stream(9, bodies));
-    EXPECT_TRUE(has(jt.errors(), "impossible extent")) << c.what;
+    EXPECT_TRUE(has(jt.errors(), "impossible extent")) << what;
     for (std::size_t i = 0; i < bodies.size(); ++i) {
-      EXPECT_EQ(written("jt_" + std::to_string(i + 1) + ".jt"), c.written[i]) << c.what << ", body " << i + 1;
+      EXPECT_EQ(written("jt_" + std::to_string(i + 1) + ".jt"), files[i]) << what << ", body " << i + 1;
     }
   }
 }
@@ -153,7 +142,7 @@ TEST(JtBodies, WhatCannotBeWrittenDoesNotKeepTheOthersBack) {
   std::filesystem::create_directory("jt_1.jt");
   std::filesystem::create_symlink("/dev/full", "jt_2.jt");
   std::filesystem::create_symlink("a.prt", "jt_3.jt");
-  test_support::write_file("a.prt", "the part");
+  write_file("a.prt", "the part");
   struct stat found = {};
   ASSERT_EQ(::stat("a.prt", &found), 0);
   JtRun jt;
@@ -183,7 +172,7 @@ TEST(JtBodies, ATableThatIsNotThereWholeIsReported) {
 
 TEST(JtBodies, CountsExpandedBytesOfAFramedStream) {
   const std::string body(200'000, 'x');
-  const std::string whole = test_support::lz4_frame(jt_stream(9, {{1, "one"}, {2, body}}));
+  const std::string whole = lz4_frame(jt_stream(9, {{1, "one"}, {2, body}}));
   for (const bool cut : {false, true}) {
     const ScratchFolder scratch;
     JtRun jt;

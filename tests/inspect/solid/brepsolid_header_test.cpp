@@ -9,10 +9,7 @@
 
 namespace {
 
-using test_support::PartBuilder;
-using test_support::PartSession;
-using test_support::solid_partition;
-using test_support::SolidPlan;
+using namespace test_support;
 
 /// A part that holds the partition alone.
 std::string part_with(const SolidPlan& solid) {
@@ -28,24 +25,20 @@ TEST(BrepsolidHeader, ExtensionsAreReadInBothByteOrders) {
   using namespace inspect;
   struct Case {
     std::uint16_t version;
-    std::uint8_t reference_kind;
-    std::uint8_t kept_kind;
+    std::uint8_t reference_kind, kept_kind;
     std::uint32_t flags;
-    bool wide = false;
-    bool has_second = false;
+    bool wide = false, has_second = false;
     std::vector<std::int32_t> skipped = {};
   };
-  const Case cases[] = {
-      {1, 0, 0, 0},
-      {2, 0, 0, kHasListFlag},
-      {2, 3, 1, kReferenceFlag},
-      {3, 2, 2, kReferenceFlag | kPseudoReferenceFlag},
-      {3, 3, 3, kReferenceFlag},
-      {3, 1, 1, kHasSkippedFlag, false, false, {1, 2, 3}},
-      {4, 0, 0, kHasListFlag, false, true},
-      {5, 1, 1, kReferenceFlag, true, true},
-      {6, 0, 0, 0},
-  };
+  const Case cases[] = {{1, 0, 0, 0},
+                        {2, 0, 0, kHasListFlag},
+                        {2, 3, 1, kReferenceFlag},
+                        {3, 2, 2, kReferenceFlag | kPseudoReferenceFlag},
+                        {3, 3, 3, kReferenceFlag},
+                        {3, 1, 1, kHasSkippedFlag, false, false, {1, 2, 3}},
+                        {4, 0, 0, kHasListFlag, false, true},
+                        {5, 1, 1, kReferenceFlag, true, true},
+                        {6, 0, 0, 0}};
   for (const std::endian order : {std::endian::little, std::endian::big}) {
     for (const Case& c : cases) {
       SolidPlan solid{.order = order, .block = {.data = "body"}, .extended = true, .body_tag = -77};
@@ -107,13 +100,8 @@ TEST(BrepsolidHeader, TextOf4096BytesIsTheLongest) {
 TEST(BrepsolidHeader, IsBorrowedFromTheFirstThatHasOne) {
   /// Partitions by type and header text; a text of none is no solid, one that starts with '!' lacks its
   /// marker.
-  struct Case {
-    const char* what;
-    bool has_index;
-    std::vector<std::pair<std::int32_t, std::optional<std::string>>> partitions;
-    std::string borrowed;
-  };
-  const Case cases[] = {
+  using Partitions = std::vector<std::pair<std::int32_t, std::optional<std::string>>>;
+  const std::tuple<const char*, bool, Partitions, std::string> cases[] = {
       {"behind another", true, {{14, ""}, {9, {}}, {13, "SCH=A_123456_;+"}, {10, "no"}}, "SCH=A_123456_;"},
       {"in front", true, {{14, "first"}, {13, ""}, {10, "no"}}, "first"},
       {"behind one that borrows too", true, {{10, ""}, {10, ""}, {10, "third"}}, "third"},
@@ -122,18 +110,17 @@ TEST(BrepsolidHeader, IsBorrowedFromTheFirstThatHasOne) {
       {"alone", true, {{10, ""}}, ""},
       {"directory that comes later", false, {{2, ""}, {10, "later"}}, "later"},
       {"past an unread directory", false, {{10, ""}, {3, {}}, {13, "past"}, {14, "no"}}, "past"},
-      {"none in a chain", false, {{10, ""}, {3, {}}, {13, ""}}, ""},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
+      {"none in a chain", false, {{10, ""}, {3, {}}, {13, ""}}, ""}};
+  for (const auto& [what, has_index, partitions, borrowed] : cases) {
+    SCOPED_TRACE(what);
     PartBuilder part;
-    if (!c.has_index) part.units = 0;
+    if (!has_index) part.units = 0;
     std::optional<std::size_t> borrower;
     std::int32_t number = 0;
-    for (const auto& [type, text] : c.partitions) {
+    for (const auto& [type, text] : partitions) {
       ++number;
       if (text == "" && !borrower) borrower = static_cast<std::size_t>(number - 1);
-      test_support::PartitionPlan plan{.id = number, .type = type};
+      PartitionPlan plan{.id = number, .type = type};
       if (text) plan.bytes = solid_partition({.header_text = *text, .block = {.data = "own"}});
       if (text && text->starts_with('!')) plan.marker = "gone";
       part.add(plan);
@@ -144,9 +131,9 @@ TEST(BrepsolidHeader, IsBorrowedFromTheFirstThatHasOne) {
     EXPECT_EQ(solid.data_position, part.data_offset(*borrower) + 8);
     EXPECT_EQ(has(session.output().out,
                   "Can't find a brepsolid header; writing as zero length (should be fine).\n"),
-              c.borrowed.empty());
-    EXPECT_EQ(session.verdict().failed(), has(c.what, "without a marker"));
-    EXPECT_EQ(read_header_text(session.file(), solid), c.borrowed);
+              borrowed.empty());
+    EXPECT_EQ(session.verdict().failed(), has(what, "without a marker"));
+    EXPECT_EQ(read_header_text(session.file(), solid), borrowed);
   }
 }
 
@@ -166,17 +153,11 @@ TEST(BrepsolidHeader, DataBeyondTheFileMarkThePartitionTruncated) {
 }
 
 TEST(KernelVersion, ComesFromTheSchemaName) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"a;SCH=SCH_1200000_12006;", "12.00.000"},
-      {"SCH=SCH_123456_1;", "1.23.456"},
-      {"SCH=SCH_12345_1;", "Unknown"},
-      {"SCH=SCH_1200000_12006", "Unknown"},
-      {"SCH=SCH_1200000;", "Unknown"},
-      {"SCH SCH=SCH_1200000_1;", "Unknown"},
-      {"SCH=1200000;", "Unknown"},
-      {"", "Unknown"},
-  };
-  for (const auto& [text, version] : cases) EXPECT_EQ(inspect::kernel_version_of(text), version) << text;
+  EXPECT_EQ(inspect::kernel_version_of("a;SCH=SCH_1200000_12006;"), "12.00.000");
+  EXPECT_EQ(inspect::kernel_version_of("SCH=SCH_123456_1;"), "1.23.456");
+  for (const char* text : {"SCH=SCH_12345_1;", "SCH=SCH_1200000_12006", "SCH=SCH_1200000;",
+                           "SCH SCH=SCH_1200000_1;", "SCH=1200000;", ""})
+    EXPECT_EQ(inspect::kernel_version_of(text), "Unknown") << text;
 }
 
 }  // namespace

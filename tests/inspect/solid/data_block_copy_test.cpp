@@ -4,7 +4,6 @@
 #include <zlib.h>
 
 #include <algorithm>
-#include <functional>
 #include <random>
 #include <regex>
 
@@ -20,16 +19,9 @@
 namespace {
 
 using inspect::CopyMode;
-using test_support::deflated;
-using test_support::PartBuilder;
-using test_support::PartSession;
-using test_support::read_file;
-using test_support::RecordBytes;
-using test_support::ScratchFolder;
-using test_support::SolidBlock;
-using test_support::SolidPlan;
+using namespace test_support;
 
-const std::string kHeader(test_support::kSolidHeader);
+const std::string kHeader(kSolidHeader);
 
 bool has(const std::string& text, const std::string& piece) { return text.find(piece) != std::string::npos; }
 
@@ -59,8 +51,7 @@ bool copies_all(PartSession& session, CopyMode mode) {
 struct Fault {
   const char* name;
   std::function<void(SolidBlock&)> make;
-  std::string check;
-  std::string extract;
+  std::string check, extract;
   std::size_t written;
 };
 
@@ -77,33 +68,29 @@ std::vector<Fault> faults() {
   };
   return {
       {"sound", [](SolidBlock&) {}, "", "", 5000},
-      {"size", [](SolidBlock& block) { block.saved_size = 9; },
+      {"size", [](auto& b) { b.saved_size = 9; },
        "Compressed brepsolid partition 10 had saved size 9 bytes but expanded to 5000 bytes\n",
        "Compressed brepsolid partition had saved size 9 bytes but expanded to 5000 bytes\n", 5000},
       {"stored checksum hides the other in check mode",
-       [](SolidBlock& block) {
-         block.saved_stored_checksum = 9;
-         block.saved_plain_checksum = 8;
-       },
+       [](auto& b) { b.saved_stored_checksum = 9, b.saved_plain_checksum = 8; },
        "Saved checksum for compressed brepsolid partition id 10 is 9 does not match calculated checksum \n",
        "Saved checksum for compressed brepsolid partition 9 does not match calculated checksum \n" +
            wrong_plain,
        5000},
-      {"plain checksum", [](SolidBlock& block) { block.saved_plain_checksum = 8; },
+      {"plain checksum", [](auto& b) { b.saved_plain_checksum = 8; },
        "Saved checksum for uncompressed brepsolid partition id 10 is 8 does not match calculated checksum \n",
        wrong_plain, 5000},
       {"checksum of the stream: the last piece is lost",
-       with_stream([](std::string& stored) { stored.back() = static_cast<char>(~stored.back()); }),
-       wrong_stream, wrong_stream + wrong_plain, 4096},
-      {"cut stream", with_stream([](std::string& stored) { stored.resize(stored.size() - 5); }), short_stream,
+       with_stream([](auto& s) { s.back() = static_cast<char>(~s.back()); }), wrong_stream,
+       wrong_stream + wrong_plain, 4096},
+      {"cut stream", with_stream([](auto& s) { s.resize(s.size() - 5); }), short_stream,
        short_stream + wrong_plain, 4096},
-      {"no stream", with_stream([](std::string& stored) { stored.assign(20'000, 'j'); }), wrong_stream,
+      {"no stream", with_stream([](auto& s) { s.assign(20'000, 'j'); }), wrong_stream,
        wrong_stream + wrong_plain, 0},
-      {"window size", with_stream([](std::string& stored) { stored.replace(0, 2, "\x88\x1c"); }),
-       wrong_stream, wrong_stream + wrong_plain, 0},
-      {"more stored bytes than the stream has", [](SolidBlock& block) { block.stored->append(20'000, 'j'); },
-       "", "", 5000},
-  };
+      {"window size", with_stream([](auto& s) { s.replace(0, 2, "\x88\x1c"); }), wrong_stream,
+       wrong_stream + wrong_plain, 0},
+      {"more stored bytes than the stream has", [](auto& b) { b.stored->append(20'000, 'j'); }, "", "",
+       5000}};
 }
 
 /// The findings of an output, one a line, up to what follows from the bytes.
@@ -225,7 +212,7 @@ void add_streams_of_stored_blocks(std::vector<std::string>& streams) {
       const std::string block = data.substr(at, 0xF000);
       stream.u8(0).u16(block.size()).u16(~block.size()).raw(block);
     }
-    const std::string sum = RecordBytes(std::endian::big).u32(test_support::adler_of(data)).bytes();
+    const std::string sum = RecordBytes(std::endian::big).u32(adler_of(data)).bytes();
     for (const std::string& tail :
          {std::string(), std::string("\x07"), "\x07" + more, far_back, far_back + more, last_block + sum,
           last_block + "none", last_block + sum + "xx"}) {
@@ -294,11 +281,8 @@ TEST(DataBlockCopy, BlocksComeOutWholeAndCutOnesInWholePieces) {
 TEST(DataBlockCopy, TraceShowsEachPiece) {
   PartSession session(part_with({.block = {.data = std::string(1500, 'p')}}).build(), {.trace = true});
   EXPECT_TRUE(copies_all(session.read(), CopyMode::check));
-  for (const char* text : {"Reading Brepsolid buffer of size 1024, bytes remaining = 1500: 1024 bytes @",
-                           "Reading Brepsolid buffer of size 476, bytes remaining = 476: 476 bytes @",
-                           "Brepsolid partition 10 is not compressed and has no checksum\n"}) {
-    EXPECT_TRUE(has(session.output().out, text)) << text;
-  }
+  EXPECT_TRUE(has(session.output().out, "buffer of size 1024, bytes remaining = 1500: 1024 bytes @"));
+  EXPECT_TRUE(has(session.output().out, "buffer of size 476, bytes remaining = 476: 476 bytes @"));
 }
 
 /// Latent bodies alone may lack their trailer. Counted from the entry's start, the end of the stored data
@@ -311,7 +295,7 @@ TEST(DataBlockCopy, LatentBodyWithoutTrailer) {
       solid.block = {.data = sample_data(4000), .trailer = false};
       PartBuilder part = part_with(solid);
       part.tail = "";
-      if (place != Place::last) part.add({.id = 20, .type = 10, .bytes = test_support::solid_partition({})});
+      if (place != Place::last) part.add({.id = 20, .type = 10, .bytes = solid_partition({})});
       std::string bytes = part.build();
       const auto index = bytes.begin() + 540 + 12;  // of entries of 20 bytes
       if (place == Place::listed_last) std::rotate(index, index + 20, index + 40);
@@ -323,10 +307,9 @@ TEST(DataBlockCopy, LatentBodyWithoutTrailer) {
 
 /// One stage of expansion may come to its own ratio, a framed one besides not to more.
 TEST(DataBlockCopy, ExpandsNoFurtherThanOneStageCan) {
-  const SolidPlan solid{
-      .header_text = "", .block = {.data = std::string(5'000'000, '\0')}, .compressed = true};
   for (const bool framed : {false, true}) {
-    PartSession session(part_with(solid).build());
+    const std::string zeros(5'000'000, '\0');
+    PartSession session(part_with({.header_text = "", .block = {.data = zeros}, .compressed = true}).build());
     if (framed) session.file().disk_length = 1000;
     EXPECT_EQ(copies_all(session.read(), CopyMode::check), !framed);
     EXPECT_EQ(has(session.output().err, "expand to more than 1032 times"), framed);
