@@ -33,8 +33,7 @@ support::MemorySource source_of(const std::string& bytes) {
 TEST(LZ4DecompressStream, DeliversTheSameBytesHoweverTheyAreAskedFor) {
   const std::string text = sample_text(700'001);
   const std::vector<std::size_t> block_sizes[] = {
-      {65536}, {65535}, {20'000}, {1}, {65536, 1000}, {65536, 65536, 1000}, {65536, 65536, 1, 500},
-  };
+      {65536}, {65535}, {20'000}, {1}, {65536, 1000}, {65536, 65536, 1000}, {65536, 65536, 1, 500}};
   for (const auto& blocks : block_sizes) {
     const std::string content = text.substr(0, blocks.front() == 1 ? 300 : text.size());
     const std::string frame = lz4_frame(content, blocks);
@@ -57,36 +56,28 @@ TEST(LZ4DecompressStream, DeliversTheSameBytesHoweverTheyAreAskedFor) {
 }
 
 TEST(LZ4DecompressStream, EndsWithTheStatusOfTheDamage) {
-  const std::string signature("LZ4\x01");
   const std::string sound = lz4_frame("sound block");
-  const struct {
-    std::string frame;
-    std::size_t bytes_read;
-    int status;
-  } cases[] = {
-      {"", 0, 1020029},
-      {"LZ4", 0, 1020029},
-      {"LZ4\x02", 0, 1020029},
-      {signature, 0, 0},
-      {sound, 11, 0},
-      {sound + int32_bytes(0), 11, 1020029},
-      {sound + int32_bytes(0x80000000), 11, 1020029},
-      {sound + int32_bytes(65810) + std::string(65810, 'x'), 11, 1020204},
-      {sound + int32_bytes(65809) + "x", 11, 1020023},
-      {sound + std::string(3, '\0'), 11, 1020023},
+  const std::pair<std::string, int> cases[] = {
+      {"", 1020029},
+      {"LZ4", 1020029},
+      {"LZ4\x02", 1020029},
+      {"LZ4\x01", 0},
+      {sound, 0},
+      {sound + int32_bytes(0), 1020029},
+      {sound + int32_bytes(0x80000000), 1020029},
+      {sound + int32_bytes(65810) + std::string(65810, 'x'), 1020204},
+      {sound + int32_bytes(65809) + "x", 1020023},
+      {sound + std::string(3, '\0'), 1020023},
       // Blocks that expand to nothing, or that are no LZ4, end it.
-      {sound + int32_bytes(1) + '\0' + sound.substr(4), 11, 0},
-      {sound + int32_bytes(4) + "\xFF\xFF\xFF\xFF" + sound.substr(4), 11, 0},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::PrintToString(c.frame.substr(0, 40)));
-    support::MemorySource inner = source_of(c.frame);
+      {sound + int32_bytes(1) + '\0' + sound.substr(4), 0},
+      {sound + int32_bytes(4) + "\xFF\xFF\xFF\xFF" + sound.substr(4), 0}};
+  for (const auto& [frame, wanted_status] : cases) {
+    support::MemorySource inner = source_of(frame);
     LZ4DecompressStream stream(inner);
     std::string buffer(200'000, '?');
-    for (const std::size_t expected : {c.bytes_read, std::size_t{0}}) {
+    for (const std::size_t expected : {frame.starts_with(sound) ? 11U : 0U, 0U}) {
       const auto [bytes_read, status] = stream.read(buffer.data(), 200'000);
-      EXPECT_EQ(bytes_read, expected);
-      EXPECT_EQ(status, c.status);
+      EXPECT_EQ(std::pair(bytes_read, status), std::pair(expected, wanted_status)) << frame.substr(0, 40);
     }
   }
 }
@@ -96,21 +87,16 @@ TEST(LZ4DecompressStream, SeeksForwardOnly) {
   const std::string frame = lz4_frame(text);
   support::MemorySource inner = source_of(frame);
   LZ4DecompressStream stream(inner);
-  const struct {
-    std::int64_t offset;
-    int origin;
-    std::uint64_t position;
-    int status;
-  } steps[] = {
-      {0, 2, 0, 1021254},  // the end is no origin
-      {200'000, 0, 200'000, 0},  {200'000, 0, 200'000, 0}, {0, 1, 200'000, 0}, {199'999, 0, 200'000, 1021254},
-      {-1, 1, 200'000, 1021254}, {50'000, 1, 250'000, 0},
+  const auto expect_seek = [&](std::int64_t offset, int origin, std::uint64_t wanted, int wanted_status) {
+    const auto [position, status] = stream.seek(offset, origin);
+    EXPECT_EQ(std::pair(position, status), std::pair(wanted, wanted_status)) << offset;
   };
-  for (const auto& step : steps) {
-    const auto [position, status] = stream.seek(step.offset, step.origin);
-    EXPECT_EQ(position, step.position) << step.offset;
-    EXPECT_EQ(status, step.status) << step.offset;
-  }
+  expect_seek(0, 2, 0, 1021254);  // the end is no origin
+  for (int i = 0; i < 2; ++i) expect_seek(200'000, 0, 200'000, 0);
+  expect_seek(0, 1, 200'000, 0);
+  expect_seek(199'999, 0, 200'000, 1021254);
+  expect_seek(-1, 1, 200'000, 1021254);
+  expect_seek(50'000, 1, 250'000, 0);
   std::string rest(50'000, '?');
   EXPECT_EQ(stream.read(rest.data(), 50'000).bytes_read, 50'000U);
   EXPECT_TRUE(rest == text.substr(250'000));
@@ -123,10 +109,11 @@ TEST(LZ4DecompressStream, SeeksForwardOnly) {
 TEST(ExpandedSource, ReadsAtAnyPosition) {
   const std::string text = sample_text(300'000);
   const std::string frame = lz4_frame(text);
-  const auto plain =
-      expand_when_framed(std::make_unique<support::MemorySource>(std::as_bytes(std::span(text))), "T");
-  const auto expanded =
-      expand_when_framed(std::make_unique<support::MemorySource>(std::as_bytes(std::span(frame))), "T");
+  const auto expanded_when_framed = [](std::string_view bytes) {
+    return expand_when_framed(std::make_unique<support::MemorySource>(std::as_bytes(std::span(bytes))), "T");
+  };
+  const auto plain = expanded_when_framed(text);
+  const auto expanded = expanded_when_framed(frame);
   support::MemorySource inner = source_of(frame);
   const ExpandedFile file = expand_to_temporary_file(inner, "T", frame.size());
   EXPECT_FALSE(file.failure);
@@ -150,7 +137,6 @@ TEST(ExpandedSource, NamesStreamAndStatusOfADamagedFrame) {
   EXPECT_EQ(source.read(got.data(), got.size()), text.size());
   const auto expect_failure = [](const std::string& name, const auto& action) {
     const std::string escape = test_support::escape_of(action);
-    EXPECT_TRUE(escape.starts_with("1020023 ")) << escape;
     EXPECT_NE(escape.find(name + " ends with status 1020023"), std::string::npos) << escape;
   };
   expect_failure("COMPATIBILITY", [&] { (void)source.size(); });
@@ -168,12 +154,10 @@ TEST(ExpandedSource, EndsWhereAFrameSaysFarMoreThanIsStored) {
   std::string varied(std::size_t{400'000}, '\0');
   std::mt19937 random(5);
   std::ranges::generate(varied, [&] { return static_cast<char>(random()); });
-  const struct {
-    std::string text;
-    bool is_sound;
-  } rows[] = {{std::string(limits::kExpansionFloor, 'x'), true},
-              {std::string(limits::kExpansionFloor + 1, 'x'), false},
-              {std::string(limits::kExpansionFloor + 1, 'x') + varied, true}};
+  const std::pair<std::string, bool> rows[] = {
+      {std::string(limits::kExpansionFloor, 'x'), true},
+      {std::string(limits::kExpansionFloor + 1, 'x'), false},
+      {std::string(limits::kExpansionFloor + 1, 'x') + varied, true}};
   for (const auto& [text, is_sound] : rows) {
     const std::string frame = lz4_frame(text);
     support::MemorySource inner = source_of(frame);

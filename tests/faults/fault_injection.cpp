@@ -1,7 +1,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/types.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -12,7 +11,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 
 // Preloaded into a program, makes one of its calls into the C library go wrong:
 //
@@ -27,9 +25,6 @@
 
 namespace {
 
-enum class Call { none, alloc, open, fstat, stat, read, write, close };
-constexpr const char* kCallNames[] = {"none", "alloc", "open", "fstat", "stat", "read", "write", "close"};
-
 long number(const char* name) {
   const char* text = std::getenv(name);
   return text == nullptr ? 0 : std::strtol(text, nullptr, 10);
@@ -37,15 +32,13 @@ long number(const char* name) {
 
 int open_descriptors() {
   int count = 0;
-  for (int descriptor = 0; descriptor < 64; ++descriptor) {
-    if (::fcntl(descriptor, F_GETFD) != -1) ++count;
-  }
+  for (int descriptor = 0; descriptor < 64; ++descriptor) count += ::fcntl(descriptor, F_GETFD) != -1;
   return count;
 }
 
 /// What is to happen. Nothing is counted before its constructor and behind its destructor has run.
 struct Plan {
-  Call counted = Call::none;
+  const char* counted = std::getenv("FAULT_CALL");
   long at = number("FAULT_AT");
   int error = static_cast<int>(number("FAULT_ERRNO"));
   const char* kind = std::getenv("FAULT_KIND");
@@ -53,16 +46,8 @@ struct Plan {
   long count = 0;
   int descriptors_before = open_descriptors();
 
-  Plan() {
-    if (kind == nullptr) kind = "fail";
-    const char* name = std::getenv("FAULT_CALL");
-    for (std::size_t i = 0; name != nullptr && i < std::size(kCallNames); ++i) {
-      if (std::strcmp(kCallNames[i], name) == 0) counted = static_cast<Call>(i);
-    }
-  }
-
   ~Plan() {
-    counted = Call::none;
+    counted = nullptr;
     const int more = open_descriptors() - descriptors_before;
     const char* name = std::getenv("FAULT_REPORT");
     if (name == nullptr) return;
@@ -72,14 +57,12 @@ struct Plan {
     if (::write(report, text, static_cast<std::size_t>(length)) < 0) std::abort();
     ::close(report);
   }
-  Plan(const Plan&) = delete;
-  Plan& operator=(const Plan&) = delete;
 
-  bool is(const char* wanted) const { return std::strcmp(kind, wanted) == 0; }
+  bool is(const char* wanted) const { return kind != nullptr && std::strcmp(kind, wanted) == 0; }
 
   /// True when this call is the one that goes wrong; a signal is sent here.
-  bool strikes(Call call) {
-    if (call != counted) return false;
+  bool strikes(const char* call) {
+    if (counted == nullptr || std::strcmp(counted, call) != 0) return false;
     ++count;
     if (at == 0 || (is("lasting") ? count < at : count != at)) return false;
     if (!is("signal")) return true;
@@ -88,7 +71,7 @@ struct Plan {
   }
 
   /// True when the call fails.
-  bool fails(Call call) {
+  bool fails(const char* call) {
     if (!strikes(call)) return false;
     errno = error;
     return true;
@@ -118,12 +101,12 @@ void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* block, std::size_t size);
 // NOLINTEND(bugprone-reserved-identifier)
 
-void* malloc(std::size_t size) { return plan.fails(Call::alloc) ? nullptr : __libc_malloc(size); }
+void* malloc(std::size_t size) { return plan.fails("alloc") ? nullptr : __libc_malloc(size); }
 void* calloc(std::size_t count, std::size_t size) {
-  return plan.fails(Call::alloc) ? nullptr : __libc_calloc(count, size);
+  return plan.fails("alloc") ? nullptr : __libc_calloc(count, size);
 }
 void* realloc(void* block, std::size_t size) {
-  return plan.fails(Call::alloc) ? nullptr : __libc_realloc(block, size);
+  return plan.fails("alloc") ? nullptr : __libc_realloc(block, size);
 }
 
 int open64(const char* name, int flags, ...) {
@@ -132,18 +115,18 @@ int open64(const char* name, int flags, ...) {
   const bool creates = (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
   const mode_t mode = creates ? va_arg(arguments, mode_t) : 0;
   va_end(arguments);
-  return plan.fails(Call::open) ? -1 : ::openat(AT_FDCWD, name, flags, mode);
+  return plan.fails("open") ? -1 : ::openat(AT_FDCWD, name, flags, mode);
 }
 
 int fstat64(int descriptor, struct stat64* found) {
-  return plan.fails(Call::fstat) ? -1 : ::fstatat64(descriptor, "", found, AT_EMPTY_PATH);
+  return plan.fails("fstat") ? -1 : ::fstatat64(descriptor, "", found, AT_EMPTY_PATH);
 }
 int stat64(const char* name, struct stat64* found) {
-  return plan.fails(Call::stat) ? -1 : ::fstatat64(AT_FDCWD, name, found, 0);
+  return plan.fails("stat") ? -1 : ::fstatat64(AT_FDCWD, name, found, 0);
 }
 
 ssize_t pread64(int descriptor, void* bytes, std::size_t count, off_t offset) {
-  if (plan.strikes(Call::read)) {
+  if (plan.strikes("read")) {
     errno = plan.error;
     if (plan.is("end")) return 0;
     if (!plan.is("shrink")) return -1;
@@ -154,13 +137,13 @@ ssize_t pread64(int descriptor, void* bytes, std::size_t count, off_t offset) {
 }
 
 ssize_t write(int descriptor, const void* bytes, std::size_t count) {
-  if (plan.fails(Call::write)) return -1;
+  if (plan.fails("write")) return -1;
   const iovec piece = {const_cast<void*>(bytes), plan.at_most(count)};
   return ::writev(descriptor, &piece, 1);
 }
 
 int close(int descriptor) {
-  const bool fails = plan.fails(Call::close);
+  const bool fails = plan.fails("close");
   const int result = static_cast<int>(::syscall(SYS_close, descriptor));
   return fails ? -1 : result;
 }

@@ -19,10 +19,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-constexpr int kManyCalls = 100;
-constexpr int kStep = 7;
-constexpr int kLongStep = 31;
-
 using Files = std::map<std::string, std::string>;
 
 enum class Effect { failure, none, signal };
@@ -36,32 +32,30 @@ struct Fault {
   int piece = 0;
 };
 
-const Fault kFaults[] = {
-    {"alloc", "fail", ENOMEM},
-    {"alloc", "lasting", ENOMEM},
-    {"open", "fail", EMFILE},
-    {"fstat", "fail", EIO},
-    {"read", "fail", EIO},
-    {"read", "lasting", EIO},
-    {"read", "end"},
-    {"read", "shrink"},
-    {"read", "fail", EINTR, Effect::none},
-    {"write", "fail", ENOSPC},
-    {"write", "lasting", EIO, Effect::failure, 1000},
-    {"write", "fail", EINTR, Effect::none, 10000},
-    {"close", "fail", EIO},
-    {"open", "signal", 0, Effect::signal},
-    {"fstat", "signal", 0, Effect::signal},
-    {"stat", "signal", 0, Effect::signal},
-    {"read", "signal", 0, Effect::signal},
-    {"write", "signal", 0, Effect::signal, 10000},
-    {"close", "signal", 0, Effect::signal},
-};
+const Fault kFaults[] = {{"alloc", "fail", ENOMEM},
+                         {"alloc", "lasting", ENOMEM},
+                         {"open", "fail", EMFILE},
+                         {"fstat", "fail", EIO},
+                         {"read", "fail", EIO},
+                         {"read", "lasting", EIO},
+                         {"read", "end"},
+                         {"read", "shrink"},
+                         {"read", "fail", EINTR, Effect::none},
+                         {"write", "fail", ENOSPC},
+                         {"write", "lasting", EIO, Effect::failure, 1000},
+                         {"write", "fail", EINTR, Effect::none, 10000},
+                         {"close", "fail", EIO},
+                         {"open", "signal", 0, Effect::signal},
+                         {"fstat", "signal", 0, Effect::signal},
+                         {"stat", "signal", 0, Effect::signal},
+                         {"read", "signal", 0, Effect::signal},
+                         {"write", "signal", 0, Effect::signal, 10000},
+                         {"close", "signal", 0, Effect::signal}};
 
 bool has(const std::string& text, const std::string& piece) { return text.find(piece) != std::string::npos; }
 
-std::string noise(std::size_t size, unsigned seed) {
-  std::minstd_rand random(seed);
+std::string noise(std::size_t size, int seed) {
+  std::minstd_rand random(static_cast<unsigned>(seed));
   std::string bytes(size, '\0');
   for (char& byte : bytes) byte = static_cast<char>(random());
   return bytes;
@@ -71,9 +65,9 @@ std::string noise(std::size_t size, unsigned seed) {
 std::string long_part_stream() {
   test_support::PartBuilder part;
   part.add(test_support::object_partition(1, 1, {}));
-  for (unsigned id = 10; id < 16; ++id) {
+  for (int id = 10; id < 16; ++id) {
     const test_support::SolidPlan solid = {.block = {.data = noise(120000, id)}, .compressed = id > 12};
-    part.add({.id = static_cast<std::int32_t>(id), .type = 10, .bytes = solid_partition(solid)});
+    part.add({.id = id, .type = 10, .bytes = solid_partition(solid)});
   }
   return part.build();
 }
@@ -81,11 +75,9 @@ std::string long_part_stream() {
 std::string container_of(const std::string& part_stream) {
   test_support::RecordBytes bodies(std::endian::little);
   bodies.u32(7).u32(2).u32(1).u32(24).u32(2).u32(6000).raw(noise(12000, 3));
-  return test_support::ContainerBuilder()
-      .stream("/Root/VR_PART/VR_PART", part_stream)
-      .stream("/Root/VR_PART/COMPATIBILITY", "KX 2506\n")
-      .stream("/Root/JT", bodies.bytes())
-      .bytes();
+  test_support::ContainerBuilder builder;
+  builder.stream("/Root/VR_PART/VR_PART", part_stream).stream("/Root/JT", bodies.bytes());
+  return builder.stream("/Root/VR_PART/COMPATIBILITY", "KX 2506\n").bytes();
 }
 
 std::string part_named(const std::string& name) {
@@ -155,12 +147,7 @@ class Program {
     if (fs::exists(report))
       std::istringstream(test_support::read_file(report)) >> calls_ >> descriptors_left_;
     fs::remove(report);
-    take_files();
-    if (fault.kind == "shrink") folder_.write(arguments_.back(), part_bytes_);
-  }
-
-  /// What the run has left beside the part.
-  void take_files() {
+    folder_.write(arguments_.back(), part_bytes_);  // it may have shrunk
     files_.clear();
     for (const auto& entry : fs::directory_iterator(folder_.path())) {
       const std::string name = entry.path().filename().string();
@@ -189,12 +176,11 @@ TEST_P(FaultSweep, EveryFaultEndsInAReport) {
   Program program(GetParam());
   for (const Fault& fault : kFaults) {
     const int calls = program.calls(fault);
-    const int step = calls <= kManyCalls ? 1 : calls <= 10 * kManyCalls ? kStep : kLongStep;
+    const int step = calls <= 100 ? 1 : calls <= 1000 ? 7 : 31;
     // The very first is the C++ run-time's own reserve: without it a later lack of memory cannot be thrown.
     const int first = fault.call == "alloc" && fault.kind == "lasting" ? 2 : 1;
     for (int at = first; at <= calls && !HasFailure(); at += step) {
-      SCOPED_TRACE(fault.call + " " + std::to_string(at) + " of " + std::to_string(calls) + ": " +
-                   fault.kind);
+      SCOPED_TRACE(fault.kind + " of " + fault.call + " " + std::to_string(at));
       program.strike(fault, at);
     }
   }

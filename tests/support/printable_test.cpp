@@ -4,56 +4,31 @@
 
 namespace {
 
-struct Case {
-  const char* what;
-  std::string text;
-  std::string printed;
-};
+using support::printable;
 
 TEST(Printable, EscapesWhatCouldDriveATerminal) {
-  const Case cases[] = {
-      {"plain text stays", "Bracket 7", "Bracket 7"},
-      {"an escape sequence", "\x1B[2J", "\\x1B[2J"},
-      {"line ends, tab, delete", "a\n\t\x7F", "a\\x0A\\x09\\x7F"},
-      {"valid UTF-8 stays",
-       "Stra\xC3\x9F"
-       "e \xE2\x82\xAC \xF0\x9F\x94\xA9",
-       "Stra\xC3\x9F"
-       "e \xE2\x82\xAC \xF0\x9F\x94\xA9"},
-      {"C1 controls in UTF-8",
-       "\xC2\x9B"
-       "2J",
-       "\\xC2\\x9B2J"},
-      {"a lone continuation byte",
-       "a\x80"
-       "b",
-       "a\\x80b"},
-      {"an overlong slash", "\xC0\xAF", "\\xC0\\xAF"},
-      {"an overlong three-byte form", "\xE0\x80\xAF", "\\xE0\\x80\\xAF"},
-      {"a surrogate", "\xED\xA0\x80", "\\xED\\xA0\\x80"},
-      {"beyond the last code point", "\xF4\x90\x80\x80", "\\xF4\\x90\\x80\\x80"},
-      {"a line separator, and its neighbour", "\xE2\x80\xA8\xE2\x80\xA7", "\\xE2\\x80\\xA8\xE2\x80\xA7"},
-      {"overrides of direction, and a neighbour",
-       "\xE2\x80\xAE\xE2\x80\xAF\xE2\x81\xA6\xE2\x81\xA9\xE2\x81\xAA",
-       "\\xE2\\x80\\xAE\xE2\x80\xAF\\xE2\\x81\\xA6\\xE2\\x81\\xA9\xE2\x81\xAA"},
-      {"cut in the middle of a character", "\xE2\x82", "\\xE2\\x82"},
-  };
-  for (const Case& c : cases) EXPECT_EQ(support::printable(c.text), c.printed) << c.what;
-}
-
-TEST(Printable, KeepsLayoutWhenAsked) {
-  EXPECT_EQ(support::printable("a\r\n\tb\x1B\rc\r", support::KeepLayout::yes), "a\r\n\tb\\x1B\\x0Dc\\x0D");
+  const char* const plain = "Bracket 7, Stra\u00DFe \u20AC \U0001F529";
+  EXPECT_EQ(printable(plain), plain);
+  EXPECT_EQ(printable("\x1B[2J, a\n\t\x7F"), "\\x1B[2J, a\\x0A\\x09\\x7F");
+  // C1 controls in UTF-8, a lone continuation byte, a character cut in its middle.
+  EXPECT_EQ(printable("\xC2\x9B[2J, a\x80, \xE2\x82"), "\\xC2\\x9B[2J, a\\x80, \\xE2\\x82");
+  // Overlong forms, a surrogate, what is beyond the last code point.
+  EXPECT_EQ(printable("\xC0\xAF, \xE0\x80\xAF, \xED\xA0\x80, \xF4\x90\x80\x80"),
+            "\\xC0\\xAF, \\xE0\\x80\\xAF, \\xED\\xA0\\x80, \\xF4\\x90\\x80\\x80");
+  // A line separator, overrides of direction, and their neighbours.
+  EXPECT_EQ(printable("\u2028\u2027\u202E\u202F"), "\\xE2\\x80\\xA8\u2027\\xE2\\x80\\xAE\u202F");
+  EXPECT_EQ(printable("\u2066\u2069\u206A"), "\\xE2\\x81\\xA6\\xE2\\x81\\xA9\u206A");
+  EXPECT_EQ(printable("a\r\n\tb\x1B\rc\r", support::KeepLayout::yes), "a\r\n\tb\\x1B\\x0Dc\\x0D");
 }
 
 TEST(Printable, PlainIsAsciiWithLineFeedsAndTabs) {
-  for (const std::size_t size : {std::size_t{1}, std::size_t{7}, std::size_t{8}, std::size_t{17}}) {
-    for (std::size_t at = 0; at < size; ++at) {
-      for (int byte = 0; byte < 256; ++byte) {
-        std::string text(size, at % 2 == 0 ? '~' : '\n');
-        text[at] = static_cast<char>(byte);
-        const bool plain = (byte >= ' ' && byte < 0x7F) || byte == '\n' || byte == '\t';
-        ASSERT_EQ(support::is_plain(text), plain) << size << ' ' << at << ' ' << byte;
-      }
+  for (const std::size_t size : {1, 7, 8, 17}) {
+    for (std::size_t place = 0; place < size * 256; ++place) {
+      std::string text(size, place % 2 == 0 ? '~' : '\n');
+      const int byte = static_cast<int>(place / size);
+      text[place % size] = static_cast<char>(byte);
+      const bool plain = (byte >= ' ' && byte < 0x7F) || byte == '\n' || byte == '\t';
+      ASSERT_EQ(support::is_plain(text), plain) << size << ' ' << place % size << ' ' << byte;
     }
   }
   EXPECT_TRUE(support::is_plain(""));

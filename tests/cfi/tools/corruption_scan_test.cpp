@@ -25,19 +25,24 @@ const std::string kNoZero =
     possible("part contains no zero bytes (0x00)",
              "This is often the result of incorrectly transferring the part between systems\n");
 
+using Scanned = std::pair<ScanVerdict, std::string>;
+
+Scanned scan(const cfi_tools::CorruptionScanRequest& request, bool announces, bool statistics = false) {
+  Scanned scanned;
+  inspect::CorruptionScanText text({.announces = announces, .statistics = statistics});
+  const auto run = [&] { scanned.first = cfi_tools::scan_for_corruption(request, text); };
+  scanned.second = test_support::captured(run).out;
+  return scanned;
+}
+
 /// What a scan prints; whether it finds corruption must be what the expected text says.
 void expect_scan(const std::string& content, std::int32_t version, bool statistics,
                  const std::string& expected) {
   static const test_support::TemporaryFolder folder;
-  const std::string file = folder.write("part", content);
-  ScanVerdict verdict = {};
-  const auto output = test_support::captured([&] {
-    inspect::CorruptionScanText text({.statistics = statistics});
-    verdict = cfi_tools::scan_for_corruption({.file_name = file, .version = version}, text);
-  });
-  EXPECT_EQ(output.out, expected);
   const bool corrupt = expected.find("corruption") != std::string::npos;
-  EXPECT_EQ(verdict, corrupt ? ScanVerdict::corrupt : ScanVerdict::clean) << expected;
+  EXPECT_EQ(scan({.file_name = folder.write("part", content), .version = version}, false, statistics),
+            Scanned(corrupt ? ScanVerdict::corrupt : ScanVerdict::clean, expected))
+      << testing::PrintToString(content.substr(0, 300));
 }
 
 /// The zero-block findings and the statistics by rules that look at one byte after the other.
@@ -115,11 +120,7 @@ TEST(CorruptionScan, SaysWhatTheEndAndTheLineEndsTell) {
   const std::string no_cr = text_file("part contains no Carriage Returns (0x0d)");
   const std::string lf_on_cr = text_file("Linefeeds found on all Carriage Returns");
   const std::string sound("\r \n\0 \xff", 6);
-  const struct {
-    std::string content;
-    std::int32_t version;
-    std::string output;
-  } cases[] = {
+  const std::tuple<std::string, std::int32_t, std::string> cases[] = {
       {sound, 70, ""},
       {sound + "x", 15, terminator},
       {sound + "x", 14, ""},  // too old to tell
@@ -136,38 +137,19 @@ TEST(CorruptionScan, SaysWhatTheEndAndTheLineEndsTell) {
       {"x", -939, kNoZero},  // version not read
       {"", 15, terminator + boundary + no_lf + no_cr + kNoZero},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::PrintToString(c.content));
-    expect_scan(c.content, c.version, false, c.output);
-  }
+  for (const auto& [content, version, output] : cases) expect_scan(content, version, false, output);
 }
 
 TEST(CorruptionScan, SpeaksOnlyWhenAsked) {
   const test_support::TemporaryFolder folder;
   const std::string file = folder.write("part", std::string("\r \n\0 \xff", 6));
   const std::string announced = "     Scanning for some known file copying corruptions ....\n";
-  const struct {
-    std::string name;
-    bool silent;
-    bool announces;
-    ScanVerdict verdict;
-    std::string output;
-  } cases[] = {
-      {file, false, true, ScanVerdict::clean, announced + "Found no known file copying corruptions\n"},
-      {file, false, false, ScanVerdict::clean, ""},
-      {"/nonexistent/part", false, true, ScanVerdict::not_opened, announced},
-      {"/nonexistent/part", true, false, ScanVerdict::clean, ""},
-      {"/tmp", false, false, ScanVerdict::not_opened, ""},
-  };
-  for (const auto& c : cases) {
-    const auto output = test_support::captured([&] {
-      inspect::CorruptionScanText text({.announces = c.announces});
-      EXPECT_EQ(
-          cfi_tools::scan_for_corruption({.file_name = c.name, .silent = c.silent, .version = 70}, text),
-          c.verdict);
-    });
-    EXPECT_EQ(output.out, c.output);
-  }
+  const std::string clean = announced + "Found no known file copying corruptions\n";
+  EXPECT_EQ(scan({.file_name = file, .version = 70}, true), Scanned(ScanVerdict::clean, clean));
+  EXPECT_EQ(scan({.file_name = file, .version = 70}, false), Scanned(ScanVerdict::clean, ""));
+  EXPECT_EQ(scan({.file_name = "/nonexistent/part"}, true), Scanned(ScanVerdict::not_opened, announced));
+  EXPECT_EQ(scan({.file_name = "/nonexistent/part", .silent = true}, false), Scanned(ScanVerdict::clean, ""));
+  EXPECT_EQ(scan({.file_name = "/tmp"}, false), Scanned(ScanVerdict::not_opened, ""));
 }
 
 }  // namespace

@@ -12,15 +12,12 @@ namespace {
 
 using namespace VRX::System::CFI;
 using test_support::ContainerBuilder;
-using test_support::ContainerDamage;
 
 std::string list(CFI_storage_t root) {
   std::string end;
-  const auto output = test_support::captured([&] {
-    inspect::StorageListingText text;
-    end = test_support::escape_of([&] { cfi_tools::list_storages(CFI_storage_file(root), text); });
-  });
-  return output.out + end;
+  inspect::StorageListingText text;
+  const auto run = [&] { cfi_tools::list_storages(CFI_storage_file(root), text); };
+  return test_support::captured([&] { end = test_support::escape_of(run); }).out + end;
 }
 
 std::string list(const std::string& bytes, const char* options = "R") {
@@ -41,8 +38,8 @@ TEST(StorageListing, ShowsAFileThatIsReadUpdatedOrWritten) {
   const std::string bytes =
       ContainerBuilder().part_header(header_copy).stream("/Root/FastLoad/JT", "jt").bytes();
   const std::string listing = list(bytes);
-  EXPECT_NE(listing.find("\nFast Load Partition version: 9\nFast Load Partition End: 4098\n"),
-            std::string::npos);
+  const char* const fast_load = "\nFast Load Partition version: 9\nFast Load Partition End: 4098\n";
+  EXPECT_NE(listing.find(fast_load), std::string::npos);
   EXPECT_EQ(list(bytes, "W"), listing);
 
   const test_support::TemporaryFolder folder;
@@ -78,15 +75,6 @@ TEST(StorageListing, PadsNamesToColumnForty) {
     const std::string listing = list(ContainerBuilder().no_footer().stream(path, "x").bytes());
     EXPECT_NE(listing.find("\n" + line), std::string::npos) << path << "\n" << listing;
   }
-}
-
-TEST(StorageListing, ShowsWhatIsReadableOfADamagedFile) {
-  const std::string sound =
-      ContainerBuilder().stream("/Root/FastLoad/JT", "jt").stream("/Root/other", "o").bytes();
-  const std::string listing = list(ContainerDamage(sound).wrong_checksum(IndexArea::footer).bytes());
-  EXPECT_NE(listing.find("Stream JT"), std::string::npos);
-  EXPECT_NE(listing.find("File does not appear to have been truncated.\n1021501"), std::string::npos)
-      << listing;
 }
 
 TEST(StorageListing, WalksNestedStoragesWithoutRecursion) {

@@ -10,6 +10,8 @@ namespace {
 
 using namespace VRX::System::CFI;
 
+constexpr char kFramed[] = "LZ4\x01 is copied as it is";
+
 class StreamExtraction : public testing::Test {
  protected:
   std::string extract(const std::string& stream_path, const std::string& output) {
@@ -24,17 +26,17 @@ class StreamExtraction : public testing::Test {
 
   const std::string big_ = std::string(1'200'000, 'b') + "end";
   test_support::TemporaryFolder folder_;
-  std::string part_ = folder_.write("part", test_support::ContainerBuilder()
-                                                .stream("/Root/top", "top")
+  test_support::ContainerBuilder builder_;
+  std::string part_ = folder_.write("part", builder_.stream("/Root/top", "top")
                                                 .stream("/Root/a/b/big", big_)
-                                                .stream("/Root/a/framed", "LZ4\x01 is copied as it is")
+                                                .stream("/Root/a/framed", kFramed)
                                                 .stream("/Root/a/empty", "")
                                                 .bytes());
 };
 
 TEST_F(StreamExtraction, CopiesTheStoredBytes) {
   const std::pair<const char*, std::string> cases[] = {
-      {"a/b/big", big_}, {"top", "top"}, {"a/framed", "LZ4\x01 is copied as it is"}, {"a/empty", ""}};
+      {"a/b/big", big_}, {"top", "top"}, {"a/framed", kFramed}, {"a/empty", ""}};
   for (const auto& [path, content] : cases) {
     EXPECT_EQ(extract(path, output_path()), "") << path;
     EXPECT_TRUE(folder_.read("out") == content) << path;
@@ -49,24 +51,16 @@ TEST_F(StreamExtraction, RefusesWhatCannotBe) {
   // What begins like a part is one by its container's signature, or by its name.
   const std::string refusal = "641001 can not open output file ";
   const std::string ole = "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1 and more";
-  const struct {
-    const char* name;
-    std::string bytes;
-    bool refused;
-  } outputs[] = {
-      {"part2", folder_.read("part"), true},
-      {"document", ole, true},
-      {"flat.prt", std::string("\x0A\0...", 5), true},
-      {"big.prt", std::string("\0\x0C...", 5), true},
-      {"cut.PRT", "\x0D\x01", true},
-      {"flat.bin", std::string("\x0A\0...", 5), false},
-      {"text.prt", "no part", false},
-      {"empty.prt", "", false},
-  };
-  for (const auto& output : outputs) {
-    const std::string path = folder_.write(output.name, output.bytes);
-    EXPECT_EQ(extract("top", path), output.refused ? refusal + path : "") << output.name;
-    EXPECT_EQ(folder_.read(output.name), output.refused ? output.bytes : "top") << output.name;
+  const std::string flat("\x0A\0...", 5);
+  const std::string flat_big("\0\x0C...", 5);
+  const std::tuple<const char*, std::string, bool> outputs[] = {
+      {"part2", folder_.read("part"), true}, {"document", ole, true},       {"flat.prt", flat, true},
+      {"big.prt", flat_big, true},           {"cut.PRT", "\x0D\x01", true}, {"flat.bin", flat, false},
+      {"text.prt", "no part", false},        {"empty.prt", "", false}};
+  for (const auto& [name, bytes, refused] : outputs) {
+    const std::string path = folder_.write(name, bytes);
+    EXPECT_EQ(extract("top", path), refused ? refusal + path : "") << name;
+    EXPECT_EQ(folder_.read(name), refused ? bytes : "top") << name;
   }
   std::filesystem::create_symlink("flat.prt", folder_.path() / "alias");
   EXPECT_NE(extract("top", folder_.path() / "alias"), "");
