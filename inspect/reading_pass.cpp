@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <vector>
 
+#include "inspect/records/object_manager_checksum.h"
 #include "inspect/records/object_manager_header.h"
 #include "inspect/records/part_header_reader.h"
 #include "inspect/records/partition_index.h"
 #include "inspect/solid/brepsolid_header.h"
 #include "inspect/solid/header_lender.h"
-#include "inspect/records/object_manager_checksum.h"
 #include "inspect/solid/transmit_extraction.h"
 
 namespace inspect {
