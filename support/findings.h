@@ -74,7 +74,7 @@ enum class Manner : std::uint8_t {
 };
 
 struct Finding {
-  Rule rule;
+  Rule rule = {};
   Manner manner = Manner::problem;
   Place place;
   std::string message;  ///< for people; texts from the file in it are escaped
