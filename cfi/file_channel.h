@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -122,6 +123,10 @@ class ChannelSource final : public support::ByteSource {
   std::uint64_t size() const override { return size_; }
   std::uint64_t available() const override {
     return std::min(size_, channel_.size() - std::min(offset_, channel_.size()));
+  }
+  std::optional<std::uint64_t> file_offset(std::uint64_t position) const override {
+    if (position > size_) return std::nullopt;
+    return offset_ + position;
   }
 
  private:
