@@ -30,7 +30,7 @@ class BoundedText {
                         format_text("buffer size %zd is too small for source string length %zd",
                                     static_cast<ssize_t>(Size), static_cast<ssize_t>(length_ + text.size())));
     }
-    std::memcpy(bytes_ + length_, text.data(), text.size());
+    if (!text.empty()) std::memcpy(bytes_ + length_, text.data(), text.size());
     length_ += text.size();
     bytes_[length_] = '\0';
   }
