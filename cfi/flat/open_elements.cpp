@@ -124,18 +124,23 @@ bool OpenElements::close(Storage& storage) {
   return true;
 }
 
+// The stream goes before the storages above it: what it reads through belongs to the file.
 void OpenElements::close(Stream& stream) {
-  const std::unique_ptr<Stream> closed = std::move(streams_.extract(&stream).mapped());
+  std::unique_ptr<Stream> closed = std::move(streams_.extract(&stream).mapped());
+  Storage& parent = closed->parent_;
+  const auto end = [&] {
+    closed.reset();
+    child_closed(&parent);
+  };
   try {
     if (closed->container_ != nullptr) {
-      closed->parent_.root_.writable->writer().release(
-          static_cast<TopStorageWriter::Number>(closed->element()));
+      parent.root_.writable->writer().release(static_cast<TopStorageWriter::Number>(closed->element()));
     }
   } catch (const support::ErrorEscape&) {
-    child_closed(&closed->parent_);
+    end();
     throw;
   }
-  child_closed(&closed->parent_);
+  end();
 }
 
 // Also ends the storages above that were closed before their children; a loop, since they may be nested deep.
