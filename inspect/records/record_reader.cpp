@@ -145,13 +145,7 @@ std::uint32_t RecordReader::append_bytes(std::uint32_t value, int further) {
 
 std::int32_t RecordReader::read_compact_int(Encoding encoding, const FieldLabel& label) {
   begin_composed(label, "1 int");
-  if (encoding == Encoding::plain) {
-    std::int32_t value = 0;
-    field_size_ = sizeof value;
-    take(&value, sizeof value);
-    convert(std::span(&value, 1));
-    return value;
-  }
+  if (encoding == Encoding::plain) return take_plain<std::int32_t>();
   field_size_ = 1;
   const std::uint8_t lead = read_byte();
   if (lead < 0x80) return lead - 1;
@@ -162,13 +156,7 @@ std::int32_t RecordReader::read_compact_int(Encoding encoding, const FieldLabel&
 
 std::int32_t RecordReader::read_compact_short(Encoding encoding, const FieldLabel& label) {
   begin_composed(label, "1 short");
-  if (encoding == Encoding::plain) {
-    std::int16_t value = 0;
-    field_size_ = sizeof value;
-    take(&value, sizeof value);
-    convert(std::span(&value, 1));
-    return value;
-  }
+  if (encoding == Encoding::plain) return take_plain<std::int16_t>();
   field_size_ = 1;
   const std::uint8_t lead = read_byte();
   if (lead < 0x80) return lead - 1;

@@ -146,6 +146,17 @@ class RecordReader {
   void end_field_line(std::string_view end);
   [[noreturn]] void report_overlap() const;
   void take(void* destination, std::size_t count);
+
+  /// A field whose line of the trace has been begun.
+  template <FieldInteger T>
+  T take_plain() {
+    T value = {};
+    field_size_ = sizeof value;
+    take(&value, sizeof value);
+    convert(std::span(&value, 1));
+    return value;
+  }
+
   std::uint8_t read_byte();
   std::uint32_t append_bytes(std::uint32_t value, int further);
   void swap(std::span<std::byte> bytes, std::size_t width);
