@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "cfi/container_facts.h"
+#include "cfi/container_layout.h"
 #include "cfi/element.h"
 #include "cfi/file_channel.h"
 #include "support/byte_source.h"
@@ -78,6 +80,17 @@ class StorageFile {
 
   /// True when what has been loaded so far reaches beyond the end of the file. Loads nothing itself.
   virtual bool is_truncated() = 0;
+
+  /// Hands over who owns which byte of the file, the streams in runs. Loads all that the file lists; what is
+  /// damaged leaves gaps, and is raised by load_all(), open_stream() or told by damage(). Takes time in
+  /// proportion to the file, and no memory for what it hands over.
+  virtual void lay_out(LayoutSink& sink) { static_cast<void>(sink); }
+
+  /// What is known of the container itself; loads all that the file lists.
+  virtual ContainerFacts facts() { return {}; }
+
+  /// Overlaps and names listed twice; loads all that the file lists.
+  virtual LayoutFaults layout_faults() { return {}; }
 };
 
 /// A stream wanted by its name alone: in "/Root", "/Root/VR_PART", "/Root/FastLoad", then in the rest of the
@@ -86,5 +99,9 @@ std::optional<ElementId> find_stream_by_name(StorageFile& file, std::string_view
 
 /// The open container over the channel, which must outlive it; nothing when the file is of neither kind.
 std::unique_ptr<StorageFile> open_storage_file(FileChannel& channel);
+
+/// For a file that open_storage_file() raises for: what is known of it up to the damage, and the ranges that
+/// are certain, none of them a stream's. Raises 1020059 alone.
+ContainerFacts lay_out_damaged(FileChannel& channel, LayoutSink& sink);
 
 }  // namespace VRX::System::CFI
