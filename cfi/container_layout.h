@@ -71,10 +71,13 @@ enum class LayoutFaultKind : std::uint8_t {
 
 struct LayoutFault {
   LayoutFaultKind kind = LayoutFaultKind::streams_overlap;
-  std::uint64_t offset = 0;  ///< of the bytes that both claim, from the start of the file
-  std::uint64_t length = 0;  ///< in bytes, as listed: may reach beyond the file; 0 when it is about names
-  std::string path;          ///< without "/Root/"; the owner's name when it is a range of the container's own
-  std::string other;         ///< the same of what was there first
+  /// The bytes that both claim, of elements listed twice those of the second stream: from the start of the
+  /// file, as listed, so that they may lie beyond its end; 0 of storages and where streams lie in pieces.
+  std::uint64_t offset = 0;
+  std::uint64_t length = 0;
+
+  std::string path;  ///< without "/Root/", empty for the root; or the owner of a range of the container's own
+  std::string other;  ///< the same of what was there first
 };
 
 /// The first faults of each kind, and how many there are.

@@ -128,6 +128,9 @@ class ChannelSource final : public support::ByteSource {
     if (position > size_) return std::nullopt;
     return offset_ + position;
   }
+  std::uint64_t contiguous(std::uint64_t position) const override {
+    return size_ - std::min(position, size_);
+  }
 
  private:
   bool borrow();

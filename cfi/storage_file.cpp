@@ -1,6 +1,9 @@
 #include "cfi/storage_file.h"
 
+#include "cfi/compound/compound_layout.h"
 #include "cfi/compound/microsoft_storage_file.h"
+#include "cfi/damage_barrier.h"
+#include "cfi/kvpm/kvpm_layout.h"
 #include "cfi/kvpm/kvpm_storage_file.h"
 #include "cfi/stream_names.h"
 #include "support/byte_order.h"
@@ -26,6 +29,24 @@ std::unique_ptr<StorageFile> open_storage_file(FileChannel& channel) {
       break;
   }
   return nullptr;
+}
+
+ContainerFacts lay_out_damaged(FileChannel& channel, LayoutSink& sink) {
+  const FileKind kind = recognise(channel);
+  if (kind == FileKind::kvpm) {
+    const KvpmFacts facts = survey_kvpm(channel);
+    lay_out_tables(facts, channel.size(), sink);
+    return facts;
+  }
+  if (kind == FileKind::flat) return {};
+  ContainerFacts facts;
+  const bool readable = gets_through([&] {
+    SectorAllocationTable table(channel);
+    CompoundLayout(table, sink).add_tables();
+    facts = compound_facts(table);
+  });
+  if (!readable) sink.structure({0, support::kSignatureSize, "container.header", Protection::decoded});
+  return facts;
 }
 
 std::optional<std::uint16_t> StorageFile::part_header_unit(std::size_t number) const {

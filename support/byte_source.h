@@ -39,6 +39,13 @@ class ByteSource {
     return std::nullopt;
   }
 
+  /// How many bytes from a position on lie side by side in the file; 0 where file_offset() has nothing to
+  /// say, and at the end.
+  virtual std::uint64_t contiguous(std::uint64_t position) const {
+    static_cast<void>(position);
+    return 0;
+  }
+
   /// As read(), but what lies ready is taken without a virtual call: for readers that take a field, or a
   /// byte, at a time.
   std::size_t take(void* destination, std::size_t count) {

@@ -56,6 +56,11 @@ inline constexpr std::uint32_t kCachedSectorBytes = 32U * 1024 * 1024;
 /// and their number.
 inline constexpr std::size_t kReportedEntries = 20;
 
+/// Faults of a layout of each kind that are told by themselves, and bytes of the end of a path that tell
+/// which element is meant: a file may hold as many faults as elements, each under a path of many megabytes.
+inline constexpr std::size_t kLayoutFaults = 100;
+inline constexpr std::size_t kFaultPathBytes = 4096;
+
 /// Runs kept of a sector chain, and marks kept instead of one in more runs, which may be as many as it has
 /// sectors: half a MiB and one MiB. Marks stand 64 sectors apart, or further in a chain above 8 GiB.
 inline constexpr std::size_t kSectorRuns = 65536;

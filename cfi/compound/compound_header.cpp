@@ -63,6 +63,8 @@ CompoundHeader read_compound_header(FileChannel& channel) {
   result.first_directory_sector = long_at(bytes, header::kFirstDirectorySector);
   result.first_mini_fat_sector = long_at(bytes, header::kFirstMiniFatSector);
   result.first_difat_sector = long_at(bytes, header::kFirstDifatSector);
+  result.mini_fat_sector_count = long_at(bytes, header::kMiniFatSectorCount);
+  result.difat_sector_count = long_at(bytes, header::kDifatSectorCount);
   for (std::size_t i = 0; i < header::kDifatEntries; ++i) {
     result.difat[i] = long_at(bytes, header::kDifat + kFatEntrySize * i);
   }

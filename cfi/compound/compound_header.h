@@ -15,6 +15,8 @@ struct CompoundHeader {
   std::uint32_t first_directory_sector = 0;
   std::uint32_t first_mini_fat_sector = 0;
   std::uint32_t first_difat_sector = 0;
+  std::uint32_t mini_fat_sector_count = 0;  ///< as stored
+  std::uint32_t difat_sector_count = 0;     ///< as stored
   std::array<std::uint32_t, compound::header::kDifatEntries> difat = {};
 
   /// Length of the file in bytes, and the sectors that begin inside it; the last may be cut short.

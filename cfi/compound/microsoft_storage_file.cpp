@@ -6,6 +6,7 @@
 #include "cfi/compound/element_name.h"
 #include "cfi/compound/sector_chain_source.h"
 #include "cfi/compound/truncation_search.h"
+#include "cfi/damage_barrier.h"
 
 namespace VRX::System::CFI {
 
@@ -81,6 +82,12 @@ bool MicrosoftStorageFile::is_truncated() {
     truncated_ = directory_.cut() || table_.header().counts_beyond_file || any_stream_beyond_file();
   }
   return *truncated_;
+}
+
+void MicrosoftStorageFile::lay_out(LayoutSink& sink) {
+  CompoundLayout layout(table_, sink);
+  layout.add_tables();
+  gets_through([&] { layout.add_streams(directory_, mini_stream()); });
 }
 
 std::vector<ElementId> MicrosoftStorageFile::streams_named(std::string_view name) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cfi/compound/compound_directory.h"
+#include "cfi/compound/compound_layout.h"
 #include "cfi/compound/mini_stream.h"
 #include "cfi/compound/sector_allocation_table.h"
 #include "cfi/storage_file.h"
@@ -40,6 +41,12 @@ class MicrosoftStorageFile final : public StorageFile {
   /// the search ends after as many steps as the file has sectors. Raises 1021266 when the chain of DIFAT
   /// sectors runs in a circle.
   bool is_truncated() override;
+
+  void lay_out(LayoutSink& sink) override;
+  ContainerFacts facts() override { return compound_facts(table_); }
+
+  /// Names listed twice alone: streams that share sectors show in the layout.
+  LayoutFaults layout_faults() override { return find_equal_names(directory_); }
 
   std::span<const std::string> damage() const override { return directory_.damage(); }
 

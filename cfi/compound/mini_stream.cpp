@@ -45,17 +45,27 @@ std::uint32_t MiniStream::next(std::uint32_t mini_sector) {
 std::vector<std::uint32_t> MiniStream::follow(std::uint32_t first, std::uint64_t size) {
   chain_.require_no_circle("the mini stream");
   mini_fat_.require_no_circle("the mini FAT");
+  std::optional<std::vector<std::uint32_t>> found = try_follow(first, size);
+  if (!found) throw make_error(kDamagedCompoundFile, "the mini sector chain of a stream runs in a circle");
+  return *std::move(found);
+}
+
+std::optional<std::vector<std::uint32_t>> MiniStream::try_follow(std::uint32_t first, std::uint64_t size) {
+  if (chain_.runs_in_circle() || mini_fat_.runs_in_circle()) return std::nullopt;
   std::vector<std::uint32_t> found;
   const std::uint64_t wanted = mini_sectors_for(size);
   std::uint32_t sector = first;
   while (found.size() < wanted && holds(sector)) {
     found.push_back(sector);
     sector = next(sector);
-    if (std::ranges::find(found, sector) != found.end()) {
-      throw make_error(kDamagedCompoundFile, "the mini sector chain of a stream runs in a circle");
-    }
+    if (std::ranges::find(found, sector) != found.end()) return std::nullopt;
   }
   return found;
+}
+
+std::uint32_t MiniStream::mini_sector_count() const {
+  const std::uint64_t count = mini_sectors_for(std::min(size_, chain_.capacity()));
+  return static_cast<std::uint32_t>(std::min<std::uint64_t>(count, kMaxRegularSector));
 }
 
 bool MiniStream::position_beyond_file(std::uint64_t position, std::uint64_t count) {
@@ -78,10 +88,15 @@ bool MiniStream::reaches_beyond_file(std::uint32_t first, std::uint64_t size) {
   return false;
 }
 
-std::size_t MiniStream::read_at(std::uint64_t position, void* destination, std::size_t count) {
+std::size_t MiniStream::read_at(std::uint64_t position, void* destination, std::size_t count) const {
   if (position >= size_) return 0;
   count = static_cast<std::size_t>(std::min<std::uint64_t>(count, size_ - position));
   return chain_.read_at(position, destination, count);
+}
+
+std::optional<std::uint64_t> MiniStream::file_offset(std::uint64_t position) const {
+  if (position >= std::min(size_, chain_.capacity())) return std::nullopt;
+  return chain_.place_of(position, 1).offset;
 }
 
 MiniStreamSource::MiniStreamSource(MiniStream& mini_stream, std::uint32_t first, std::uint64_t size)
@@ -105,6 +120,27 @@ std::size_t MiniStreamSource::read(void* destination, std::size_t count) {
     if (got < asked) break;
   }
   return total;
+}
+
+std::optional<std::uint64_t> MiniStreamSource::file_offset(std::uint64_t position) const {
+  if (position > size_ || size_ == 0) return std::nullopt;
+  // The end lies behind the last byte.
+  const std::uint64_t byte = position == size_ ? position - 1 : position;
+  const std::uint64_t sector = mini_sectors_[static_cast<std::size_t>(byte >> kMiniSectorShift)];
+  const auto found = mini_stream_.file_offset((sector << kMiniSectorShift) + (byte & (kMiniSectorSize - 1)));
+  if (!found) return std::nullopt;
+  return *found + (position - byte);
+}
+
+std::uint64_t MiniStreamSource::contiguous(std::uint64_t position) const {
+  const std::optional<std::uint64_t> start = file_offset(position);
+  if (!start) return 0;
+  std::uint64_t count = 0;
+  while (position + count < size_ && file_offset(position + count) == *start + count) {
+    const std::uint64_t to_next = kMiniSectorSize - ((position + count) & (kMiniSectorSize - 1));
+    count = std::min(count + to_next, size_ - position);
+  }
+  return count;
 }
 
 }  // namespace VRX::System::CFI

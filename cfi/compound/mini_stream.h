@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "cfi/compound/sector_chain.h"
@@ -19,11 +20,29 @@ class MiniStream {
   /// circle.
   std::vector<std::uint32_t> follow(std::uint32_t first, std::uint64_t size);
 
+  /// The same without an error: nothing when anything runs in a circle.
+  std::optional<std::vector<std::uint32_t>> try_follow(std::uint32_t first, std::uint64_t size);
+
+  /// Mini sectors that the sectors of the mini stream have room for, the last perhaps cut short.
+  std::uint32_t mini_sector_count() const;
+
+  /// True when the mini FAT has it for free, or does not go that far; of a mini sector below
+  /// mini_sector_count().
+  bool is_free(std::uint32_t mini_sector) { return next(mini_sector) == compound::kFreeSector; }
+
+  /// The sectors that the mini stream takes.
+  const SectorChain& chain() const { return chain_; }
+  std::uint64_t size() const { return size_; }
+
   /// True when any of the `size` bytes of a stream, or the links to them, lie beyond the end of the file.
   bool reaches_beyond_file(std::uint32_t first, std::uint64_t size);
 
   /// Reads `count` bytes from `position` of the mini stream; fewer only at its end.
-  std::size_t read_at(std::uint64_t position, void* destination, std::size_t count);
+  std::size_t read_at(std::uint64_t position, void* destination, std::size_t count) const;
+
+  /// Where the byte at a position of the mini stream lies in the file: nothing beyond the sectors that it
+  /// has.
+  std::optional<std::uint64_t> file_offset(std::uint64_t position) const;
 
   FileChannel& channel() const { return table_.channel(); }
 
@@ -50,6 +69,8 @@ class MiniStreamSource final : public support::ByteSource {
 
   /// The recorded size, or what the chain has room for when that is less.
   std::uint64_t size() const override { return size_; }
+  std::optional<std::uint64_t> file_offset(std::uint64_t position) const override;
+  std::uint64_t contiguous(std::uint64_t position) const override;
 
  private:
   MiniStream& mini_stream_;

@@ -25,7 +25,6 @@ std::uint32_t SectorAllocationTable::entry_of(std::uint32_t table_sector, std::u
   return support::load_little<std::uint32_t>(bytes.data() + at);
 }
 
-/// The DIFAT sector at place `index` of their chain.
 std::uint32_t SectorAllocationTable::difat_sector(std::uint32_t index) {
   if (difat_sectors_.empty()) difat_sectors_.push_back(header_.first_difat_sector);
   const std::uint32_t link = (1U << entry_bits_) - 1;
@@ -39,7 +38,6 @@ std::uint32_t SectorAllocationTable::difat_sector(std::uint32_t index) {
   return index < difat_sectors_.size() ? difat_sectors_[index] : difat_sectors_.back();
 }
 
-/// The sector that holds the FAT's sector number `index`.
 std::uint32_t SectorAllocationTable::fat_sector(std::uint32_t index) {
   if (index < header_.difat.size()) return header_.difat[index];
   const std::uint32_t listed = index - static_cast<std::uint32_t>(header_.difat.size());

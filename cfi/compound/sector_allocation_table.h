@@ -30,9 +30,18 @@ class SectorAllocationTable {
   /// Raises 1021266 when the DIFAT runs in a circle.
   std::uint32_t next(std::uint32_t sector);
 
- private:
+  /// The links that a sector of the FAT holds.
+  std::uint32_t links_in_sector() const { return 1U << entry_bits_; }
+
+  /// The sector that holds the FAT's sector number `index`: no sector of the file where the FAT has ended,
+  /// and where it lists none. Raises 1021266 when the DIFAT runs in a circle.
   std::uint32_t fat_sector(std::uint32_t index);
+
+  /// The DIFAT sector at place `index` of their chain, no sector of the file behind the last. Raises as
+  /// fat_sector() does.
   std::uint32_t difat_sector(std::uint32_t index);
+
+ private:
   std::uint32_t entry_of(std::uint32_t table_sector, std::uint32_t index);
 
   FileChannel& channel_;

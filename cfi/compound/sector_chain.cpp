@@ -18,6 +18,7 @@ SectorChain::SectorChain(SectorAllocationTable& table, std::uint32_t first, std:
       ++sector_count_;
     }
     sector = table_.next(sector);
+    ++link_count_;
     runs_in_circle_ = guard.comes_back(sector);
   }
   leaves_file_ = !runs_in_circle_ && sector_count_ < wanted && sector <= compound::kMaxRegularSector;
@@ -56,9 +57,7 @@ void SectorChain::append_to_marks(std::uint32_t index, std::uint32_t sector) {
   if (index >> mark_bits_ == marks_.size()) marks_.push_back(sector);
 }
 
-/// The sector at `index` and how many sectors from there on lie side by side in the file; of a scattered
-/// chain at most as many as are wanted.
-SectorChain::Piece SectorChain::piece_at(std::uint64_t index, std::uint64_t wanted) {
+SectorChain::Piece SectorChain::piece_at(std::uint64_t index, std::uint64_t wanted) const {
   return is_scattered_ ? piece_behind_mark(index, wanted) : piece_in_runs(index);
 }
 
@@ -70,7 +69,7 @@ SectorChain::Piece SectorChain::piece_in_runs(std::uint64_t index) const {
   return {run.sector + static_cast<std::uint32_t>(index - run.index), end - index};
 }
 
-SectorChain::Piece SectorChain::piece_behind_mark(std::uint64_t index, std::uint64_t wanted) {
+SectorChain::Piece SectorChain::piece_behind_mark(std::uint64_t index, std::uint64_t wanted) const {
   const auto mark = static_cast<std::uint32_t>(index >> mark_bits_);
   const bool goes_on = last_.index <= index && last_.index >> mark_bits_ == mark;
   Run at = goes_on ? last_ : Run{mark << mark_bits_, marks_[mark]};
@@ -86,20 +85,22 @@ SectorChain::Piece SectorChain::piece_behind_mark(std::uint64_t index, std::uint
   return piece;
 }
 
-std::size_t SectorChain::read_at(std::uint64_t position, void* destination, std::size_t count) {
+SectorChain::Place SectorChain::place_of(std::uint64_t position, std::uint64_t wanted) const {
+  const CompoundHeader& header = table_.header();
+  const std::uint64_t skipped = position & (header.sector_size() - 1);
+  const Piece piece = piece_at(position >> header.sector_shift, header.sectors_for(skipped + wanted));
+  return {header.offset_of(piece.sector) + skipped, (piece.count << header.sector_shift) - skipped};
+}
+
+std::size_t SectorChain::read_at(std::uint64_t position, void* destination, std::size_t count) const {
   if (position >= capacity()) return 0;
   count = static_cast<std::size_t>(std::min<std::uint64_t>(count, capacity() - position));
-  const CompoundHeader& header = table_.header();
   auto* next = static_cast<std::byte*>(destination);
   std::size_t total = 0;
   while (total < count) {
-    const std::uint64_t at = position + total;
-    const std::uint64_t skipped = at & (header.sector_size() - 1);
-    const Piece piece = piece_at(at >> header.sector_shift, header.sectors_for(skipped + count - total));
-    const std::uint64_t adjoining = (piece.count << header.sector_shift) - skipped;
-    const auto asked = static_cast<std::size_t>(std::min<std::uint64_t>(count - total, adjoining));
-    const std::size_t got =
-        table_.channel().read_at(header.offset_of(piece.sector) + skipped, next + total, asked);
+    const Place place = place_of(position + total, count - total);
+    const auto asked = static_cast<std::size_t>(std::min<std::uint64_t>(count - total, place.adjoining));
+    const std::size_t got = table_.channel().read_at(place.offset, next + total, asked);
     total += got;
     if (got < asked) break;
   }

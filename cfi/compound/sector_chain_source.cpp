@@ -20,4 +20,16 @@ std::size_t SectorChainSource::read(void* destination, std::size_t count) {
   return got;
 }
 
+std::optional<std::uint64_t> SectorChainSource::file_offset(std::uint64_t position) const {
+  if (position > size_ || size_ == 0) return std::nullopt;
+  // The end lies behind the last byte: there may be no sector that it could begin.
+  if (position == size_) return chain_.place_of(size_ - 1, 1).offset + 1;
+  return chain_.place_of(position, 1).offset;
+}
+
+std::uint64_t SectorChainSource::contiguous(std::uint64_t position) const {
+  if (position >= size_) return 0;
+  return std::min(size_ - position, chain_.place_of(position, size_ - position).adjoining);
+}
+
 }  // namespace VRX::System::CFI

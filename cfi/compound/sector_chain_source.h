@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 
 #include "cfi/compound/sector_chain.h"
 #include "support/byte_source.h"
@@ -21,6 +22,8 @@ class SectorChainSource final : public support::ByteSource {
   /// The recorded size, or what the chain has room for when that is less.
   std::uint64_t size() const override { return size_; }
   std::uint64_t available() const override { return std::min(size_, channel_.size()); }
+  std::optional<std::uint64_t> file_offset(std::uint64_t position) const override;
+  std::uint64_t contiguous(std::uint64_t position) const override;
 
  private:
   FileChannel::User user_;

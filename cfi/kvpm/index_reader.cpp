@@ -25,8 +25,9 @@ void read_signature(FileContainer& in, IndexArea area) {
                                                                : "wrong signature of the footer index");
 }
 
-std::int32_t read_count(FileContainer& in) {
+std::int32_t read_count(FileContainer& in, IndexFacts& facts) {
   const std::int32_t count = in.read_int32("element count");
+  facts.elements = count;
   if (count < 0) throw damaged_index("Number of index entries should not be negative");
   if (static_cast<std::uint64_t>(count) > in.bytes_left() / kSmallestEntrySize)
     throw make_error(kEndOfStream);
@@ -80,21 +81,56 @@ void read_part_header(FileContainer& in, std::vector<std::byte>& part_header) {
   in.read_bytes(part_header.data(), part_header.size(), "part file header");
 }
 
-void check_checksum(FileContainer& in) {
-  const std::uint32_t computed = in.digest();
-  const auto stored = static_cast<std::uint32_t>(in.read_int32("index checksum"));
-  if (computed != stored) throw make_error(kIndexChecksumMismatch, computed, stored);
+void read_checksum(FileContainer& in, IndexFacts& facts) {
+  facts.xxh32_computed = in.digest();
+  facts.xxh32_stored = static_cast<std::uint32_t>(in.read_int32("index checksum"));
 }
+
+/// Notes how long an index turned out to be, whatever ended the reading of it.
+class LengthNote {
+ public:
+  LengthNote(const FileContainer& in, IndexFacts& facts) : in_(in), facts_(facts) {}
+  ~LengthNote() { facts_.length = in_.position() - facts_.offset; }
+  LengthNote(const LengthNote&) = delete;
+  LengthNote& operator=(const LengthNote&) = delete;
+
+ private:
+  const FileContainer& in_;
+  IndexFacts& facts_;
+};
 
 }  // namespace
 
-void read_index(FileContainer& in, int version, IndexArea area, StorageIndex& index,
+void read_fixed_header(FileContainer& in, KvpmFacts& facts) {
+  const int version = in.read_byte("file format version");
+  facts.format_version = version;
+  if (version > kCurrentVersion) {
+    throw make_error(kVersionTooNew, static_cast<unsigned>(version), unsigned{kCurrentVersion});
+  }
+  if (version >= kFirstVersionWithFastLoadEnd) {
+    facts.fast_load_end = in.read_int64("end fast load data offset");
+  }
+  facts.footer_offset = in.read_int64("start footer offset");
+}
+
+void read_index(FileContainer& in, IndexArea area, KvpmFacts& facts, StorageIndex& index,
                 std::vector<std::byte>& part_header) {
+  const int version = facts.format_version.value();
+  IndexFacts& found = (area == IndexArea::header ? facts.header_index : facts.footer_index).emplace();
+  found.offset = in.position();
+  const LengthNote note(in, found);
   if (version >= kFirstVersionWithChecksum) in.start_digest();
   if (version >= kFirstVersionWithIndexSignature) read_signature(in, area);
-  for (std::int32_t count = read_count(in); count > 0; --count) read_entry(in, index);
-  if (area == IndexArea::header && version >= kFirstVersionWithPartHeader) read_part_header(in, part_header);
-  if (version >= kFirstVersionWithChecksum) check_checksum(in);
+  for (std::int32_t count = read_count(in, found); count > 0; --count) read_entry(in, index);
+  if (area == IndexArea::header && version >= kFirstVersionWithPartHeader) {
+    read_part_header(in, part_header);
+    facts.part_header_copy = {in.position() - part_header.size(), part_header.size()};
+  }
+  if (version >= kFirstVersionWithChecksum) read_checksum(in, found);
+  found.is_whole = true;
+  if (found.xxh32_computed != found.xxh32_stored) {
+    throw make_error(kIndexChecksumMismatch, *found.xxh32_computed, *found.xxh32_stored);
+  }
   // Only now: a path that a flipped bit made ill-formed is named as what it is, a wrong checksum.
   if (index.broken_path()) check_path(*index.broken_path());
 }

@@ -2,6 +2,7 @@
 
 #include "cfi/cfi_error_codes.h"
 #include "cfi/element_path.h"
+#include "cfi/kvpm/kvpm_layout.h"
 
 namespace VRX::System::CFI {
 
@@ -52,12 +53,16 @@ std::vector<ElementId> KVPMStorageFile::children(ElementId storage) {
   return tree().children(storage);
 }
 
-std::vector<ElementId> KVPMStorageFile::readable_children(ElementId storage) {
+void KVPMStorageFile::load_readable() {
   try {
     top_.load_footer();
   } catch (const support::ErrorEscape&) {
     // Remembered by the top storage, and raised for whoever asks for what the footer lists.
   }
+}
+
+std::vector<ElementId> KVPMStorageFile::readable_children(ElementId storage) {
+  load_readable();
   return tree().children(storage);
 }
 
@@ -76,6 +81,22 @@ std::vector<ElementId> KVPMStorageFile::streams_named(std::string_view name) {
   if (found.size() > 1) return StorageFile::streams_named(name);
   if (found.empty()) return {};
   return {StorageIndex::listed(found.front())};
+}
+
+void KVPMStorageFile::lay_out(LayoutSink& sink) {
+  load_readable();
+  lay_out_tables(top_.facts(), top_.channel().size(), sink);
+  lay_out_streams(top_.index(), top_.channel().size(), sink);
+}
+
+ContainerFacts KVPMStorageFile::facts() {
+  load_readable();
+  return top_.facts();
+}
+
+LayoutFaults KVPMStorageFile::layout_faults() {
+  load_readable();
+  return find_layout_faults(top_.index(), top_.facts(), top_.channel().size());
 }
 
 }  // namespace VRX::System::CFI

@@ -39,10 +39,16 @@ class KVPMStorageFile final : public StorageFile {
   /// Loads the footer index.
   std::vector<ElementId> streams_named(std::string_view name) override;
 
+  /// A footer index that cannot be loaded only hides what it lists, here and in the two calls below.
+  void lay_out(LayoutSink& sink) override;
+  ContainerFacts facts() override;
+  LayoutFaults layout_faults() override;
+
   bool footer_is_loaded() const { return top_.footer_is_loaded(); }
 
  private:
   KVPMTree& tree();
+  void load_readable();
 
   TopStorage top_;
   std::unique_ptr<KVPMTree> tree_;

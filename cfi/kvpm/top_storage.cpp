@@ -15,23 +15,12 @@ namespace VRX::System::CFI {
 
 TopStorage::TopStorage(FileChannel& channel) : channel_(channel) {
   FileContainer in(channel, kVersionOffset);
-  read_fixed_header(in);
-  read_index(in, version_, IndexArea::header, index_, part_header_);
+  read_fixed_header(in, facts_);
+  read_index(in, IndexArea::header, facts_, index_, part_header_);
   index_.start_footer();
-  if (footer_offset_ == kNoFooter) footer_state_ = FooterState::loaded;
+  if (footer_offset() == kNoFooter) footer_state_ = FooterState::loaded;
   structured_storage_channel().print("%s: version %d, header index with %" PRIu32 " entries\n",
-                                     support::printable(channel.name()).c_str(), version_, index_.size());
-}
-
-void TopStorage::read_fixed_header(FileContainer& in) {
-  version_ = in.read_byte("file format version");
-  if (version_ > kCurrentVersion) {
-    throw make_error(kVersionTooNew, static_cast<unsigned>(version_), unsigned{kCurrentVersion});
-  }
-  if (version_ >= kFirstVersionWithFastLoadEnd) {
-    stored_fast_load_end_ = in.read_int64("end fast load data offset");
-  }
-  footer_offset_ = in.read_int64("start footer offset");
+                                     support::printable(channel.name()).c_str(), version(), index_.size());
 }
 
 void TopStorage::load_footer() {
@@ -50,10 +39,10 @@ void TopStorage::load_footer() {
 }
 
 void TopStorage::read_footer_index() {
-  if (footer_offset_ < 0) throw make_error(kSeekToNegativeLocation, static_cast<long long>(footer_offset_));
+  if (footer_offset() < 0) throw make_error(kSeekToNegativeLocation, static_cast<long long>(footer_offset()));
   const std::uint32_t listed = index_.size();
-  FileContainer in(channel_, static_cast<std::uint64_t>(footer_offset_));
-  read_index(in, version_, IndexArea::footer, index_, part_header_);
+  FileContainer in(channel_, static_cast<std::uint64_t>(footer_offset()));
+  read_index(in, IndexArea::footer, facts_, index_, part_header_);
   structured_storage_channel().print("%s: footer index with %" PRIu32 " entries\n",
                                      support::printable(channel_.name()).c_str(), index_.size() - listed);
 }
@@ -68,7 +57,7 @@ std::optional<ElementId> TopStorage::find(std::string_view path) {
   thread_check_.require_own_thread();
   std::optional<ElementId> found = find_loaded(path);
   if (found) return found;
-  if (HeaderPaths::standard().contains(version_, path)) {
+  if (HeaderPaths::standard().contains(version(), path)) {
     found = index_.find_implied(path);
     if (found || footer_is_loaded() || !load_sound_footer()) return found;
   } else {
@@ -90,9 +79,9 @@ bool TopStorage::load_sound_footer() {
 }
 
 std::int64_t TopStorage::fast_load_end() const {
-  if (version_ >= kFirstVersionToTrustFastLoadEnd) return stored_fast_load_end_;
+  if (version() >= kFirstVersionToTrustFastLoadEnd) return facts_.fast_load_end.value();
   std::uint64_t end = 0;
-  for (const HeaderPath& path : HeaderPaths::standard().of(version_)) {
+  for (const HeaderPath& path : HeaderPaths::standard().of(version())) {
     if (path.number > kLastFastLoadNumber) continue;
     const std::optional<std::uint32_t> number = index_.find(path.path);
     if (number && !index_.entry(*number).is_storage()) end = std::max(end, index_.entry(*number).end());
@@ -102,7 +91,7 @@ std::int64_t TopStorage::fast_load_end() const {
 
 bool TopStorage::is_truncated() const {
   const bool footer_beyond =
-      footer_offset_ > 0 && static_cast<std::uint64_t>(footer_offset_) > channel_.size();
+      footer_offset() > 0 && static_cast<std::uint64_t>(footer_offset()) > channel_.size();
   return footer_beyond || index_.highest_end() > channel_.size() ||
          (footer_failure_ && footer_failure_->code() == kEndOfStream);
 }

@@ -8,14 +8,13 @@
 #include <string_view>
 #include <vector>
 
+#include "cfi/container_facts.h"
 #include "cfi/file_channel.h"
 #include "cfi/kvpm/storage_index.h"
 #include "cfi/thread_check.h"
 #include "support/error_escape.h"
 
 namespace VRX::System::CFI {
-
-class FileContainer;
 
 /// The reader of the maker's format: fixed header and header index when it is made, footer index on the
 /// first need of it. `find` and `load_footer` are for the thread that made it (1021253).
@@ -26,7 +25,7 @@ class TopStorage {
   explicit TopStorage(FileChannel& channel);
 
   /// The file format number, 0 to 6.
-  int version() const { return version_; }
+  int version() const { return facts_.format_version.value(); }
 
   /// The part file header kept in the header index: its bytes as stored, empty before version 3.
   std::span<const std::byte> part_header() const { return part_header_; }
@@ -49,21 +48,22 @@ class TopStorage {
   /// ended inside the footer index. Loads nothing.
   bool is_truncated() const;
 
+  /// What has been learned of the file so far, up to the damage of a footer index that could not be loaded.
+  const KvpmFacts& facts() const { return facts_; }
+
   const StorageIndex& index() const { return index_; }
   FileChannel& channel() const { return channel_; }
 
  private:
   enum class FooterState { to_load, loaded, failed };
 
-  void read_fixed_header(FileContainer& in);
+  std::int64_t footer_offset() const { return facts_.footer_offset.value(); }
   void read_footer_index();
   bool load_sound_footer();
   std::optional<ElementId> find_loaded(std::string_view path) const;
 
   FileChannel& channel_;
-  int version_ = 0;
-  std::int64_t stored_fast_load_end_ = 0;
-  std::int64_t footer_offset_ = 0;
+  KvpmFacts facts_;
   StorageIndex index_;
   std::vector<std::byte> part_header_;
   FooterState footer_state_ = FooterState::to_load;
