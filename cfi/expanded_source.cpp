@@ -9,12 +9,12 @@
 
 #include "cfi/cfi_error_codes.h"
 #include "cfi/file_channel.h"
-#include "cfi/temporary_file.h"
 #include "support/byte_copy.h"
 #include "support/environment.h"
 #include "support/limits.h"
 #include "support/output_file.h"
 #include "support/printable.h"
+#include "support/temporary_file.h"
 #include "support/text_format.h"
 
 namespace VRX::System::CFI {
@@ -153,7 +153,7 @@ ExpandedFile expand_to_temporary_file(support::ByteSource& framed, const std::st
   const std::uint64_t budget = expansion_budget(std::min(framed.size(), file_length));
   framed.set_position(0);
   LZ4DecompressStream decoder(framed);
-  support::OutputFile file = open_temporary_file();
+  support::OutputFile file = support::open_temporary_file();
   if (!file.is_open()) throw temporary_file_failure(file.error());
   ExpandedFile expanded;
   const auto failure = expand_all(decoder, budget, name, [&](std::span<const std::byte> bytes) {

@@ -6,9 +6,9 @@
 #include "cfi/cfi_error_codes.h"
 #include "cfi/flat/cfi_storage.h"
 #include "cfi/flat/handle_access.h"
-#include "cfi/temporary_file.h"
 #include "support/byte_copy.h"
 #include "support/output_file.h"
+#include "support/temporary_file.h"
 
 using namespace VRX::System::CFI;
 
@@ -50,7 +50,7 @@ void take_back(int channel, Container& container) {
 
 int CFI_convert_stream_to_fileid(CFI_stream_t stream) {
   show_call("CFI_convert_stream_to_fileid", *stream);
-  support::OutputFile file = open_temporary_file();
+  support::OutputFile file = support::open_temporary_file();
   if (!file.is_open()) throw system_call_failed(file.error());
   support::ByteSource& source = stream->source();
   const std::uint64_t position = source.position();

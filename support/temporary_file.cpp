@@ -1,4 +1,4 @@
-#include "cfi/temporary_file.h"
+#include "support/temporary_file.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -9,17 +9,17 @@
 
 #include "support/environment.h"
 
-namespace VRX::System::CFI {
+namespace support {
 
-support::OutputFile open_temporary_file() {
-  const std::string folder = support::temporary_folder();
+OutputFile open_temporary_file() {
+  const std::string folder = temporary_folder();
   const int unnamed = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
-  if (unnamed >= 0) return support::OutputFile(unnamed);
+  if (unnamed >= 0) return OutputFile(unnamed);
   std::string name = folder + "/vr_inspect_XXXXXX";  // not every file system has files without a name
   const int named = ::mkostemp(name.data(), O_CLOEXEC);
-  if (named < 0) return support::OutputFile(named, errno);
+  if (named < 0) return OutputFile(named, errno);
   ::unlink(name.c_str());
-  return support::OutputFile(named);
+  return OutputFile(named);
 }
 
-}  // namespace VRX::System::CFI
+}  // namespace support
