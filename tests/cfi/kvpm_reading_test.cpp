@@ -11,6 +11,7 @@
 #include "cfi/writing/index_writer.h"
 #include "tests/support/captured.h"
 #include "tests/support/container_builder.h"
+#include "tests/support/layout_guard.h"
 #include "tests/support/memory_file.h"
 #include "tests/support/program_runner.h"
 
@@ -65,6 +66,9 @@ ContainerBuilder small_container(int version) {
 std::string outcome(const std::string& bytes, const std::function<void(Opened&)>& use) {
   return test_support::escape_of([&] {
     Opened opened(bytes);
+    test_support::LayoutGuard guard(bytes.size());
+    opened.file.lay_out(guard);
+    EXPECT_TRUE(guard.all_inside());
     use(opened);
   });
 }

@@ -10,6 +10,7 @@
 #include "support/printable.h"
 #include "tests/support/captured.h"
 #include "tests/support/compound_builder.h"
+#include "tests/support/layout_guard.h"
 #include "tests/support/memory_file.h"
 
 namespace {
@@ -83,6 +84,9 @@ Outcome outcome_of(const MemoryFile& memory) {
     FileChannel channel(memory.name());
     MicrosoftStorageFile file(channel);
     outcome.truncated = file.is_truncated();
+    test_support::LayoutGuard guard(channel.size());
+    file.lay_out(guard);
+    EXPECT_TRUE(guard.all_inside());
     outcome.listed = listing(file);
     for (const std::string& line : file.damage()) outcome.listed += line + "\n";
   });

@@ -1,3 +1,4 @@
+#include <cstdlib>
 #include <span>
 #include <vector>
 
@@ -10,6 +11,7 @@
 #include "inspect/report/storage_listing_text.h"
 #include "support/error_escape.h"
 #include "tests/fuzz/fuzz_targets.h"
+#include "tests/support/layout_guard.h"
 #include "tests/support/memory_file.h"
 
 namespace fuzz {
@@ -65,6 +67,21 @@ void walk(StorageFile& file) {
   attempt([&] { file.is_truncated(); });
 }
 
+/// Nothing may be said of bytes that the file does not have.
+void lay_out(FileChannel& channel) {
+  test_support::LayoutGuard guard(channel.size());
+  try {
+    if (const auto file = open_storage_file(channel)) {
+      file->lay_out(guard);
+      file->facts();
+      file->layout_faults();
+    }
+  } catch (const support::ErrorEscape&) {
+    lay_out_damaged(channel, guard);
+  }
+  if (!guard.all_inside()) std::abort();
+}
+
 template <typename Format>
 void walk_and_list(std::string_view input) {
   const test_support::MemoryFile memory(input);
@@ -77,6 +94,10 @@ void walk_and_list(std::string_view input) {
     FileChannel channel(memory.name());
     inspect::StorageListingText text;
     if (const auto file = open_storage_file(channel)) cfi_tools::list_storages(*file, text);
+  });
+  attempt([&] {
+    FileChannel channel(memory.name());
+    lay_out(channel);
   });
 }
 
