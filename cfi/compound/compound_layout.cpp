@@ -145,7 +145,7 @@ void CompoundLayout::add_chain(std::uint32_t first, std::string_view owner) {
 }
 
 void CompoundLayout::add_streams(const CompoundDirectory& directory, MiniStream& mini_stream) {
-  links_left_ = table_.header().sector_count;
+  links_left_ = std::uint64_t{count_fat_places(table_)} * table_.links_in_sector();
   mini_links_left_ = mini_stream.mini_sector_count();
   for (std::uint32_t i = 0; i < directory.size(); ++i) {
     const CompoundElement& stream = directory.element(i);

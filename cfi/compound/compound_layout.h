@@ -12,7 +12,8 @@
 namespace VRX::System::CFI {
 
 /// Hands over who owns which sectors of a compound file. The chains of all streams together are followed for
-/// as many links as the file has sectors, and so are those of mini sectors: streams beyond that share theirs.
+/// as many links as the FAT holds, those in the mini stream for as many as it has mini sectors: streams
+/// beyond that share theirs, and are left out.
 class CompoundLayout {
  public:
   CompoundLayout(SectorAllocationTable& table, LayoutSink& sink) : table_(table), sink_(sink) {}

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <bit>
 #include <span>
 #include <vector>
 
@@ -20,6 +21,9 @@ class RangeKeeper final : public LayoutSink {
  private:
   std::vector<LayoutRange> ranges_;
 };
+
+/// A hash of a path stands above the number of its entry.
+constexpr unsigned kNumberBits = 32;
 
 class FaultSearch {
  public:
@@ -43,6 +47,8 @@ class FaultSearch {
   std::vector<Start> sorted_streams() const;
   void hold_against_farthest(std::uint32_t number);
   bool same_path(std::uint32_t left, std::uint32_t right) const;
+  std::vector<std::uint32_t> path_hashes();
+  std::vector<std::uint64_t> repeated_hashes();
   void report_equal_paths(std::span<const std::uint64_t> alike);
   std::string path(std::uint32_t number) const;
 
@@ -137,7 +143,7 @@ bool FaultSearch::same_path(std::uint32_t left, std::uint32_t right) const {
          index_.entry(left).name == index_.entry(right).name;
 }
 
-/// Entries whose paths have the same hash, in the order listed.
+/// Of entries whose paths have the same hash, in the order listed.
 void FaultSearch::report_equal_paths(std::span<const std::uint64_t> alike) {
   const auto number_of = [](std::uint64_t key) { return static_cast<std::uint32_t>(key); };
   for (std::size_t i = 1; i < alike.size(); ++i) {
@@ -153,25 +159,49 @@ void FaultSearch::report_equal_paths(std::span<const std::uint64_t> alike) {
   }
 }
 
-void FaultSearch::find_equal_paths() {
+std::vector<std::uint32_t> FaultSearch::path_hashes() {
   parent_hashes_.reserve(index_.parents().size());
   for (std::uint32_t parent = 0; parent < index_.parents().size(); ++parent) {
     parent_hashes_.push_back(support::keyed_hash(index_.parent_path(parent)));
   }
-  // Half of a hash of the path, above the entry's number.
-  constexpr std::uint64_t kHashBits = ~std::uint64_t{UINT32_MAX};
   constexpr std::uint64_t kGoldenRatio = 0x9E3779B97F4A7C15;
-  std::vector<std::uint64_t> keys;
-  keys.reserve(index_.size());
+  std::vector<std::uint32_t> hashes;
+  hashes.reserve(index_.size());
   for (std::uint32_t number = 0; number < index_.size(); ++number) {
     const std::uint64_t parent = parent_hashes_[index_.parent_of(number)] * kGoldenRatio;
     const std::uint64_t name = support::keyed_hash(index_.entry(number).name);
-    keys.push_back(((parent ^ name) & kHashBits) | number);
+    hashes.push_back(static_cast<std::uint32_t>((parent ^ name) >> 32U));
   }
-  std::ranges::sort(keys);
+  return hashes;
+}
+
+/// Sorting the hashes of all entries would take longer than all else that is done with an index, so that most
+/// of those that stand alone are left out first.
+std::vector<std::uint64_t> FaultSearch::repeated_hashes() {
+  constexpr std::size_t kBitsForEntry = 8;
+  const std::vector<std::uint32_t> hashes = path_hashes();
+  const std::size_t bits = std::bit_ceil(kBitsForEntry * hashes.size() + 1);
+  std::vector<bool> seen(bits);
+  std::vector<bool> seen_again(bits);
+  for (const std::uint32_t hash : hashes) {
+    const std::size_t bit = hash & (bits - 1);
+    if (seen[bit]) seen_again[bit] = true;
+    seen[bit] = true;
+  }
+  std::vector<std::uint64_t> found;
+  for (std::uint32_t number = 0; number < hashes.size(); ++number) {
+    if (!seen_again[hashes[number] & (bits - 1)]) continue;
+    found.push_back(std::uint64_t{hashes[number]} << kNumberBits | number);
+  }
+  std::ranges::sort(found);
+  return found;
+}
+
+void FaultSearch::find_equal_paths() {
+  const std::vector<std::uint64_t> keys = repeated_hashes();
   for (auto first = keys.begin(); first != keys.end();) {
-    const auto end =
-        std::find_if(first, keys.end(), [&](std::uint64_t key) { return (key ^ *first) & kHashBits; });
+    const auto end = std::find_if(
+        first, keys.end(), [&](std::uint64_t key) { return key >> kNumberBits != *first >> kNumberBits; });
     report_equal_paths({first, end});
     first = end;
   }
