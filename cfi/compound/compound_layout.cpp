@@ -1,7 +1,6 @@
 #include "cfi/compound/compound_layout.h"
 
 #include <algorithm>
-#include <optional>
 
 #include "cfi/compound/sector_chain.h"
 #include "cfi/damage_barrier.h"

@@ -33,8 +33,9 @@ class ParentTable {
       length += names.back().size() + 1;
     }
     std::string parent;
-    for (auto above = names.rbegin(); above != names.rend(); ++above) {
-      parent = parent.empty() ? *above : joined_path(parent, *above);
+    std::ranges::reverse(names);
+    for (const std::string& above : names) {
+      parent = parent.empty() ? above : joined_path(parent, above);
     }
     return fault_path(parent, name(number));
   }

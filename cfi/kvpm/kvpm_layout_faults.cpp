@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <bit>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "cfi/kvpm/kvpm_layout.h"
@@ -39,7 +40,6 @@ class FaultSearch {
   struct Start {
     std::uint64_t offset;
     std::uint32_t number;
-    auto operator<=>(const Start&) const = default;
   };
 
   bool is_filled_stream(const IndexEntry& entry) const { return !entry.is_storage() && entry.size() > 0; }
@@ -82,7 +82,7 @@ std::vector<FaultSearch::Start> FaultSearch::sorted_streams() const {
     const IndexEntry entry = index_.entry(number);
     if (is_filled_stream(entry)) starts.push_back({entry.offset(), number});
   }
-  std::ranges::sort(starts);
+  std::ranges::sort(starts, {}, [](const Start& start) { return std::pair(start.offset, start.number); });
   return starts;
 }
 

@@ -302,7 +302,7 @@ TEST(ContainerLayout, KeepsTheFirstFaultsOfMany) {
   const std::string folder = "/Root/" + std::string(10'000, 'f') + "/";
   for (int i = 100; i < 300; ++i) builder.stream(folder + std::to_string(i), "content");
   ContainerDamage damaged(builder.bytes());
-  const std::size_t inside = damaged.bytes().find("content") + 1;
+  const auto inside = static_cast<std::int64_t>(damaged.bytes().find("content") + 1);
   for (int i = 101; i < 300; ++i) damaged.stream_place(folder + std::to_string(i), inside, 1);
   const LaidOut laid_out(damaged.fix_checksums().bytes());
   const LayoutFaults faults = laid_out.file->layout_faults();
