@@ -4,7 +4,7 @@
 #include <string>
 
 #include "cfi/file_channel.h"
-#include "support/unfinished_output.h"
+#include "support/pending_file.h"
 
 namespace VRX::System::CFI {
 
@@ -13,13 +13,8 @@ namespace VRX::System::CFI {
 /// 1020059 when the system refuses.
 class ReplacementFile {
  public:
-  /// Creates the temporary file in the folder of `name`.
+  /// Creates the temporary file in the folder of `name`. It is removed unless it was committed.
   explicit ReplacementFile(std::string name);
-
-  /// Removes the temporary file unless it was committed.
-  ~ReplacementFile();
-  ReplacementFile(const ReplacementFile&) = delete;
-  ReplacementFile& operator=(const ReplacementFile&) = delete;
 
   /// The temporary file, open for reading and writing.
   FileChannel& channel() const { return *channel_; }
@@ -28,14 +23,8 @@ class ReplacementFile {
   void commit();
 
  private:
-  struct Reserved {};
-  ReplacementFile(std::string name, Reserved);
-
-  support::UnfinishedOutput unfinished_;
-  std::string name_;
-  std::string temporary_name_;
+  support::PendingFile file_;
   std::unique_ptr<FileChannel> channel_;
-  bool is_committed_ = false;
 };
 
 }  // namespace VRX::System::CFI
