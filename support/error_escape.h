@@ -8,7 +8,8 @@ namespace support {
 
 /// The one exception for trouble with a file's content or with the system: raised where it is found,
 /// caught by the per-file driver. `code` says who raised it: 1020000 to 1024999 the container, 99 an error
-/// in a file's content that has been reported already, 641001 the inspector, 1510005 a text too long.
+/// in a file's content that has been reported already, 641001 the inspector, 641002 a call of the system,
+/// 1510005 a text too long.
 class ErrorEscape : public std::exception {
  public:
   // __builtin_LINE: clang 14 cannot read this library's <source_location>.
