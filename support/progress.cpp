@@ -18,13 +18,7 @@ constexpr std::uint64_t kLookInterval = std::uint64_t{4} << 20U;
 constexpr std::chrono::seconds kQuietTime{1};
 constexpr std::chrono::milliseconds kShowInterval{200};
 constexpr double kBytesPerMegabyte = 1e6;
-
-std::size_t terminal_columns() {
-  constexpr std::size_t kUsualColumns = 80;
-  winsize size = {};
-  if (::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsualColumns;
-  return size.ws_col;
-}
+bool progress_hidden = false;
 
 /// The last `limit` bytes of `text`, less the rest of a UTF-8 character that the cut would split.
 std::string_view tail(std::string_view text, std::size_t limit) {
@@ -35,6 +29,13 @@ std::string_view tail(std::string_view text, std::size_t limit) {
 }
 
 }  // namespace
+
+std::size_t terminal_columns() {
+  constexpr std::size_t kUsualColumns = 80;
+  winsize size = {};
+  if (::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsualColumns;
+  return size.ws_col;
+}
 
 std::string progress_text(std::string_view file_name, std::uint64_t done_bytes, std::uint64_t total_bytes,
                           double seconds, std::size_t columns) {
@@ -50,9 +51,11 @@ std::string progress_text(std::string_view file_name, std::uint64_t done_bytes, 
   return text.substr(0, columns - std::min<std::size_t>(columns, 1));
 }
 
+void hide_progress_lines() { progress_hidden = true; }
+
 ProgressLine::ProgressLine(std::string_view file_name, std::uint64_t total_bytes)
     : total_bytes_(total_bytes), next_look_(std::numeric_limits<std::uint64_t>::max()) {
-  if (::isatty(STDERR_FILENO) == 0) return;
+  if (progress_hidden || ::isatty(STDERR_FILENO) == 0) return;
   file_name_ = printable(file_name);
   next_look_ = kLookInterval;
   start_ = Clock::now();

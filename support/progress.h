@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -39,6 +40,12 @@ class ProgressLine {
   Clock::time_point start_;
   Clock::time_point next_show_;
 };
+
+/// From now on no ProgressLine shows anything: somebody else tells how far the work has come.
+void hide_progress_lines();
+
+/// Of the terminal on standard error; 80 when that is none.
+std::size_t terminal_columns();
 
 /// The line as shown, at most `columns` - 1 bytes: the front of a file name that does not fit is left out.
 std::string progress_text(std::string_view file_name, std::uint64_t done_bytes, std::uint64_t total_bytes,
