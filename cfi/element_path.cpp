@@ -47,6 +47,11 @@ void check_path(std::string_view path) {
   if (const char* condition = shape_of_path(path).broken_condition) raise_check_failure(path, condition);
 }
 
+std::string_view path_below_root(std::string_view path) {
+  if (path.starts_with(kRootPath)) path.remove_prefix(kRootPathLength);
+  return path.starts_with('/') ? path.substr(1) : path;
+}
+
 std::string joined_path(std::string_view parent, std::string_view name) {
   std::string path;
   path.reserve(parent.size() + 1 + name.size());

@@ -26,6 +26,9 @@ void check_name(std::string_view name);
 /// The same for a path given by a caller.
 void check_path(std::string_view path);
 
+/// What follows "/Root/" in a full path; empty for the root storage.
+std::string_view path_below_root(std::string_view path);
+
 /// `parent`/`name`.
 std::string joined_path(std::string_view parent, std::string_view name);
 

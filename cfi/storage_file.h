@@ -61,6 +61,9 @@ class StorageFile {
   virtual ElementRecord record(ElementId element) = 0;
   virtual ElementNode node(ElementId element) = 0;
 
+  /// The path of an element below the root storage, names separated by "/"; empty for the root storage.
+  virtual std::string path(ElementId element) = 0;
+
   /// All children of a storage in the order in which the format enumerates them.
   virtual std::vector<ElementId> children(ElementId storage) = 0;
 

@@ -36,6 +36,24 @@ ElementNode MicrosoftStorageFile::node(ElementId id) {
   return {.type = shown.type, .name = node_name_, .size = shown.size};
 }
 
+std::string MicrosoftStorageFile::path(ElementId id) {
+  if (parents_.empty()) {
+    parents_.resize(directory_.size());
+    for (std::uint32_t parent = 0; parent < directory_.size(); ++parent) {
+      const CompoundElement& of = directory_.element(parent);
+      std::fill_n(parents_.begin() + of.first_child, of.child_count, parent);
+    }
+  }
+  std::vector<std::string> names;
+  for (ElementId at = id; at != kRootElement; at = parents_.at(at)) names.push_back(record(at).name);
+  std::string path;
+  for (; !names.empty(); names.pop_back()) {
+    if (!path.empty()) path += '/';
+    path += names.back();
+  }
+  return path;
+}
+
 std::vector<ElementId> MicrosoftStorageFile::children(ElementId storage) {
   const CompoundElement& parent = element(storage);
   std::vector<ElementId> found(parent.child_count);

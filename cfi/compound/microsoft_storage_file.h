@@ -30,6 +30,7 @@ class MicrosoftStorageFile final : public StorageFile {
   std::optional<ElementId> find_child(ElementId storage, std::string_view name) override;
   ElementRecord record(ElementId element) override;
   ElementNode node(ElementId element) override;
+  std::string path(ElementId element) override;
   std::vector<ElementId> children(ElementId storage) override;
 
   /// Raises 1021266 when the chain of the stream runs in a circle.
@@ -63,7 +64,8 @@ class MicrosoftStorageFile final : public StorageFile {
   CompoundDirectory directory_;
   std::optional<MiniStream> mini_stream_;
   std::optional<bool> truncated_;
-  std::string node_name_;  ///< of the last node() given out
+  std::string node_name_;               ///< of the last node() given out
+  std::vector<std::uint32_t> parents_;  ///< by element number; filled for the first path
 };
 
 }  // namespace VRX::System::CFI

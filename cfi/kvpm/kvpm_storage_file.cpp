@@ -48,6 +48,10 @@ ElementNode KVPMStorageFile::node(ElementId element) {
   return node;
 }
 
+std::string KVPMStorageFile::path(ElementId element) {
+  return std::string(path_below_root(top_.index().element_path(element)));
+}
+
 std::vector<ElementId> KVPMStorageFile::children(ElementId storage) {
   top_.load_footer();
   return tree().children(storage);

@@ -27,6 +27,7 @@ class KVPMStorageFile final : public StorageFile {
   std::optional<ElementId> find_child(ElementId storage, std::string_view name) override;
   ElementRecord record(ElementId element) override;
   ElementNode node(ElementId element) override;
+  std::string path(ElementId element) override;
 
   /// In listing order; loads the footer index.
   std::vector<ElementId> children(ElementId storage) override;

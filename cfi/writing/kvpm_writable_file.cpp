@@ -38,6 +38,10 @@ ElementNode KVPMWritableFile::node(ElementId element) {
           writer_.size(number)};
 }
 
+std::string KVPMWritableFile::path(ElementId element) {
+  return std::string(path_below_root(writer_.element(number_of(element)).path));
+}
+
 std::vector<ElementId> KVPMWritableFile::children(ElementId storage) {
   const std::vector<TopStorageWriter::Number> numbers = writer_.children(number_of(storage));
   return {numbers.begin(), numbers.end()};

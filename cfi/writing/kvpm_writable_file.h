@@ -32,6 +32,7 @@ class KVPMWritableFile final : public StorageFile {
 
   /// A stream's start offset is 0 until it has its place.
   ElementNode node(ElementId element) override;
+  std::string path(ElementId element) override;
   std::vector<ElementId> children(ElementId storage) override;
   std::vector<ElementId> readable_children(ElementId storage) override;
   std::unique_ptr<support::ByteSource> open_stream(ElementId stream) override;

@@ -1,0 +1,35 @@
+#include "cfi/tools/file_digest.h"
+
+#include <nettle/sha2.h>
+
+#include <array>
+#include <cstdint>
+#include <memory>
+
+#include "cfi/file_channel.h"
+
+namespace cfi_tools {
+
+std::string sha256_of_file(const std::string& name) {
+  constexpr std::size_t kPiece = std::size_t{256} * 1024;
+  VRX::System::CFI::FileChannel channel(name);
+  const auto buffer = std::make_unique_for_overwrite<std::uint8_t[]>(kPiece);
+  sha256_ctx context;
+  sha256_init(&context);
+  std::uint64_t at = 0;
+  while (const std::size_t count = channel.read_at(at, buffer.get(), kPiece)) {
+    sha256_update(&context, count, buffer.get());
+    at += count;
+  }
+  std::array<std::uint8_t, SHA256_DIGEST_SIZE> digest = {};
+  sha256_digest(&context, digest.size(), digest.data());
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::string text;
+  for (const std::uint8_t byte : digest) {
+    text += kDigits[byte >> 4U];
+    text += kDigits[byte & 15U];
+  }
+  return text;
+}
+
+}  // namespace cfi_tools

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "cfi/container_facts.h"
+#include "inspect/records/object_manager_partition.h"
+#include "inspect/report/json_writer.h"
+#include "inspect/sections/filing_history.h"
+#include "inspect/sections/part_facts.h"
+#include "inspect/sections/release.h"
+
+/// The members of a part's document, one function each. All write a value behind a key that has been written,
+/// or whole members of the object that is open.
+namespace inspect {
+
+void write_release(JsonWriter& json, const ReleaseSection& release);
+void write_header(JsonWriter& json, const HeaderSection& header);
+
+/// The members of "container" but its storages.
+void write_container_members(JsonWriter& json, const VRX::System::CFI::ContainerFacts& facts);
+void write_storage(JsonWriter& json, const StorageRow& storage);
+void write_stream(JsonWriter& json, const StreamRow& stream);
+
+/// The members of a partition but what it holds.
+void write_partition_members(JsonWriter& json, const PartitionRow& row);
+void write_solid(JsonWriter& json, const SolidSection& solid);
+
+/// The members of "object_manager", by the steps in which they become known.
+void write_om_identity(JsonWriter& json, const PartitionEntry& partition, const ObjectManagerPartition& om);
+void write_om_counts(JsonWriter& json, const ObjectManagerPartition& om);
+void write_om_classes(JsonWriter& json, const PartitionEntry& partition, const ObjectManagerPartition& om);
+void write_om_root(JsonWriter& json, const PartitionEntry& partition, const ObjectManagerPartition& om);
+void write_audit_trail(JsonWriter& json, const PartitionEntry& partition, const ObjectManagerPartition& om);
+void write_entity_chains(JsonWriter& json, const EntityTypeChains& heads, Encoding encoding);
+void write_old_entity_chains(JsonWriter& json, std::span<const std::int16_t> words);
+
+/// The saves of one record manager, as elements of an array.
+void write_saves(JsonWriter& json, const FilingHistory& history);
+
+}  // namespace inspect

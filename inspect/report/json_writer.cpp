@@ -1,0 +1,196 @@
+#include "inspect/report/json_writer.h"
+
+#include <rapidjson/prettywriter.h>
+#include <rapidjson/writer.h>
+
+#include <array>
+#include <cstdio>
+#include <ctime>
+#include <string>
+#include <variant>
+
+#include "support/utf8.h"
+
+namespace inspect {
+
+namespace {
+
+/// What the library writes to: characters, gathered for the sink.
+class Output {
+ public:
+  using Ch = char;
+
+  explicit Output(support::ByteSink& sink) : sink_(sink) {}
+
+  void Put(char c) {
+    if (held_ == buffer_.size()) Flush();
+    buffer_[held_++] = c;
+  }
+  void Flush() {
+    sink_.write({buffer_.data(), held_});
+    held_ = 0;
+  }
+
+ private:
+  support::ByteSink& sink_;
+  std::array<char, 16384> buffer_;
+  std::size_t held_ = 0;
+};
+
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+
+/// The bytes of the text that are UTF-8, from its start.
+std::size_t sound_length(std::string_view text) {
+  std::size_t at = 0;
+  while (at < text.size()) {
+    if (static_cast<unsigned char>(text[at]) < 0x80) {
+      ++at;
+      continue;
+    }
+    const std::size_t length = support::first_utf8_character(text.substr(at)).length;
+    if (length == 0) break;
+    at += length;
+  }
+  return at;
+}
+
+std::string replaced(std::string_view text) {
+  std::string sound;
+  for (;;) {
+    const std::size_t length = sound_length(text);
+    sound += text.substr(0, length);
+    if (length == text.size()) return sound;
+    sound += kReplacement;
+    text.remove_prefix(length + 1);
+  }
+}
+
+std::string base64(std::string_view bytes) {
+  constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string text;
+  for (std::size_t at = 0; at < bytes.size(); at += 3) {
+    const std::size_t count = std::min<std::size_t>(3, bytes.size() - at);
+    std::uint32_t group = 0;
+    for (std::size_t i = 0; i < 3; ++i) {
+      group = group << 8U | (i < count ? static_cast<unsigned char>(bytes[at + i]) : 0U);
+    }
+    for (std::size_t i = 0; i < 4; ++i) {
+      text += i <= count ? kDigits[group >> (18 - 6 * i) & 63U] : '=';
+    }
+  }
+  return text;
+}
+
+}  // namespace
+
+class JsonWriter::Engine {
+ public:
+  Engine(support::ByteSink& out, Layout layout) : output_(out) {
+    if (layout == Layout::one_line) {
+      writer_.emplace<Plain>(output_);
+    } else {
+      writer_.emplace<Pretty>(output_).SetIndent(' ', 1);
+    }
+  }
+
+  template <typename Call>
+  void run(Call call) {
+    if (Plain* plain = std::get_if<Plain>(&writer_)) {
+      call(*plain);
+    } else {
+      call(std::get<Pretty>(writer_));
+    }
+  }
+
+  void flush() { output_.Flush(); }
+
+ private:
+  using Plain = rapidjson::Writer<Output>;
+  using Pretty = rapidjson::PrettyWriter<Output>;
+
+  Output output_;
+  std::variant<std::monostate, Plain, Pretty> writer_;
+};
+
+JsonWriter::JsonWriter(support::ByteSink& out, Layout layout)
+    : engine_(std::make_unique<Engine>(out, layout)) {}
+
+JsonWriter::JsonWriter() = default;
+JsonWriter::~JsonWriter() = default;
+
+void JsonWriter::begin_object() {
+  if (engine_) engine_->run([](auto& writer) { writer.StartObject(); });
+}
+void JsonWriter::end_object() {
+  if (engine_) engine_->run([](auto& writer) { writer.EndObject(); });
+}
+void JsonWriter::begin_array() {
+  if (engine_) engine_->run([](auto& writer) { writer.StartArray(); });
+}
+void JsonWriter::end_array() {
+  if (engine_) engine_->run([](auto& writer) { writer.EndArray(); });
+}
+void JsonWriter::key(std::string_view name) {
+  if (engine_) engine_->run([&](auto& writer) {
+    writer.Key(name.data(), static_cast<rapidjson::SizeType>(name.size()));
+  });
+}
+void JsonWriter::null() {
+  if (engine_) engine_->run([](auto& writer) { writer.Null(); });
+}
+void JsonWriter::value(bool truth) {
+  if (engine_) engine_->run([=](auto& writer) { writer.Bool(truth); });
+}
+void JsonWriter::signed_number(std::int64_t number) {
+  if (engine_) engine_->run([=](auto& writer) { writer.Int64(number); });
+}
+void JsonWriter::unsigned_number(std::uint64_t number) {
+  if (engine_) engine_->run([=](auto& writer) { writer.Uint64(number); });
+}
+
+void JsonWriter::value(std::string_view text) {
+  if (!engine_) return;
+  if (sound_length(text) < text.size()) return value(std::string_view(replaced(text)));
+  if (engine_) engine_->run([&](auto& writer) {
+    writer.String(text.data() == nullptr ? "" : text.data(), static_cast<rapidjson::SizeType>(text.size()));
+  });
+}
+
+void JsonWriter::text_member(std::string_view name, std::string_view text) {
+  if (!engine_) return;
+  member(name, text);
+  if (sound_length(text) == text.size()) return;
+  member(std::string(name) + "_base64", std::string_view(base64(text)));
+}
+
+void JsonWriter::text_or_null(std::string_view name, std::string_view text) {
+  if (text.empty()) return null_member(name);
+  text_member(name, text);
+}
+
+void JsonWriter::checksum_member(std::string_view name, std::uint64_t checksum) {
+  if (!engine_) return;
+  char digits[20];
+  const int width = checksum >> 32U != 0 ? 16 : 8;
+  std::snprintf(digits, sizeof digits, "0x%0*llx", width, static_cast<unsigned long long>(checksum));
+  member(name, std::string_view(digits));
+}
+
+void JsonWriter::time_member(std::string_view name, std::int64_t seconds) {
+  if (!engine_) return;
+  char form[32];
+  member(name, utc_time(seconds, form));
+}
+
+void JsonWriter::flush() {
+  if (engine_) engine_->flush();
+}
+
+std::string_view utc_time(std::int64_t seconds, char (&form)[32]) {
+  const std::time_t time = seconds;
+  std::tm parts = {};
+  if (gmtime_r(&time, &parts) == nullptr) return "";
+  return {form, std::strftime(form, sizeof form, "%Y-%m-%dT%H:%M:%SZ", &parts)};
+}
+
+}  // namespace inspect

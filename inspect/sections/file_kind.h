@@ -1,0 +1,19 @@
+#pragma once
+
+#include <span>
+#include <string_view>
+
+namespace inspect {
+
+/// What the first bytes of a file that is no part look like: "PDF", "ZIP", "text", ...; "binary data" when
+/// nothing is recognised. `bytes` are the first few hundred of the file, or all of a shorter one.
+std::string_view file_kind(std::span<const unsigned char> bytes);
+
+/// True when a flat file begins like a part header, whatever follows.
+bool begins_like_part_header(std::span<const unsigned char> bytes);
+
+/// True when a flat file begins like a part header that was changed by a copy as text: a carriage return of
+/// the first word was taken out, or put in front of its line feed.
+bool begins_like_text_copy(std::span<const unsigned char> bytes);
+
+}  // namespace inspect
