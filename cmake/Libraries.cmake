@@ -15,6 +15,7 @@ endfunction()
 vrii_import(vrii_zlib z zlib.h)
 vrii_import(vrii_lz4 lz4 lz4.h)
 vrii_import(vrii_xxhash xxhash xxhash.h)
+vrii_import(vrii_nettle nettle nettle/sha2.h)
 
 # ISA-L is packaged as a shared library only, and is loaded by the program when there is something to expand.
 add_library(vrii_isal INTERFACE)

@@ -13,6 +13,7 @@ struct CorruptionScanRequest {
   std::string file_name;
   bool silent = false;                     ///< a file that cannot be opened is clean
   std::int32_t version = kVersionNotRead;  ///< of the part; kVersionNotRead leaves out what depends on it
+  bool show_progress = true;               ///< on a terminal
 };
 
 enum class ScanVerdict {
