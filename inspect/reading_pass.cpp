@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "inspect/records/inspect_errors.h"
 #include "inspect/records/object_manager_checksum.h"
 #include "inspect/records/object_manager_header.h"
 #include "inspect/records/part_header_reader.h"
@@ -19,17 +20,43 @@ namespace {
 /// finished when it is.
 class ReadingPass {
  public:
-  ReadingPass(InspectFile& file, PassChecks checks, SolidSink& sink)
-      : file_(file), checks_(checks == PassChecks::all), sink_(sink) {}
+  ReadingPass(InspectFile& file, const PassRequest& request, SolidSink& sink)
+      : file_(file),
+        checks_(request.checks == PassChecks::all),
+        goes_on_(request.damage == PassDamage::ends_partition),
+        sink_(sink) {}
 
   void run() {
+    step([this] { read_index(); });
     auto& partitions = file_.records.partitions;
     // By number: a directory header may append the next directory.
-    for (std::size_t next = 0; next < partitions.size();) visit(partitions[next++]);
-    for (PartitionEntry* partition : waiting_) finish_borrower(*partition);
+    for (std::size_t next = 0; next < partitions.size();) {
+      PartitionEntry& partition = partitions[next++];
+      step([&] { visit(partition); });
+    }
+    for (PartitionEntry* partition : waiting_) {
+      step([&] { finish_borrower(*partition); });
+    }
   }
 
  private:
+  template <typename Step>
+  void step(Step step) {
+    if (goes_on_) {
+      attempt(file_, step);
+    } else {
+      step();
+    }
+  }
+
+  void read_index() {
+    if (file_.records.has_markers) {
+      read_partition_index(file_);
+    } else {
+      start_directory_chain(file_);
+    }
+  }
+
   void visit(PartitionEntry& partition) {
     if (check_partition_start(file_, partition)) return;
     if (holds_modeller_data(partition)) {
@@ -56,11 +83,12 @@ class ReadingPass {
   }
 
   void check(const PartitionEntry& partition) {
-    if (checks_) check_partition(file_, partition, CopyMode::scan, sink_);
+    if (checks_) check_partition(file_, partition, goes_on_ ? CopyMode::examine : CopyMode::scan, sink_);
   }
 
   InspectFile& file_;
   bool checks_;
+  bool goes_on_;
   SolidSink& sink_;
   std::vector<PartitionEntry*> waiting_;
 };
@@ -77,15 +105,10 @@ std::size_t memory_of_partitions(const PartRecords& part) {
 
 }  // namespace
 
-void read_part(InspectFile& file, std::span<const std::byte> header_copy, PassChecks checks,
+void read_part(InspectFile& file, std::span<const std::byte> header_copy, const PassRequest& request,
                SolidSink& sink) {
   read_part_header(file, header_copy);
-  if (file.records.has_markers) {
-    read_partition_index(file);
-  } else {
-    start_directory_chain(file);
-  }
-  ReadingPass(file, checks, sink).run();
+  ReadingPass(file, request, sink).run();
   file.partition_memory = memory_of_partitions(file.records);
 }
 

@@ -214,11 +214,11 @@ bool PartFileDriver::is_clean() const {
 
 void PartFileDriver::read_content() {
   if (!options_.scan) {
-    read_part(file_, container_.header_copy(), PassChecks::none, report_);
+    read_part(file_, container_.header_copy(), {}, report_);
     return;
   }
   if (scan_finds_corruption()) return;
-  read_part(file_, container_.header_copy(), PassChecks::all, report_);
+  read_part(file_, container_.header_copy(), {.checks = PassChecks::all}, report_);
   if (!is_clean()) return;
   UnseenToggles unseen;
   attempt([&] { check_toggles(unseen); });

@@ -73,7 +73,8 @@ struct InspectFile {
   std::size_t lender_search_start = 0;           ///< no partition before it can lend a Brepsolid header
   std::size_t partition_memory = 0;              ///< bytes that the partitions take once all are read
   std::map<std::int32_t, std::int32_t> sources;  ///< partition id to source partition id, for output names
-  bool development_warnings = false;             ///< those of VRII_DISPLAY_DEBUG
+  bool steps_over_damage = false;     ///< damage behind which fields keep their places ends nothing
+  bool development_warnings = false;  ///< those of VRII_DISPLAY_DEBUG
 };
 
 }  // namespace inspect

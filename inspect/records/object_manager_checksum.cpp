@@ -41,17 +41,32 @@ std::uint32_t read_checksum(InspectFile& file, const FieldLabel& label) {
 
 /// `length` of the partition's data at the stream's position. A length without room for the values, or beyond
 /// the end of the stream, can not be right.
-bool is_sound(InspectFile& file, std::int64_t length) {
+ObjectManagerChecksum measure(InspectFile& file, const PartitionEntry& entry, std::int64_t length) {
+  ObjectManagerChecksum checksum = {entry.number, std::nullopt, 0};
   const std::uint64_t remembered = file.reader.position();
   const std::uint64_t left = file.records.length - std::min(remembered, file.records.length);
-  if (length < kTrailerSize || static_cast<std::uint64_t>(length) > left) return false;
+  if (length < kTrailerSize || static_cast<std::uint64_t>(length) > left) return checksum;
   PieceReader pieces(file, RunKind::checksummed, static_cast<std::uint64_t>(length - kTrailerSize));
-  const std::uint32_t computed = fold_rest(pieces, 1);
-  const std::uint32_t total = read_checksum(file, "total_checksum");
+  checksum.computed = fold_rest(pieces, 1);
+  checksum.stored = read_checksum(file, "total_checksum");
   read_checksum(file, "checksum1");
   read_checksum(file, "checksum2");
   file.reader.move_to(remembered);
-  return total == computed;
+  return checksum;
+}
+
+void report_mismatch(const InspectFile& file, const PartitionEntry& entry, std::uint64_t data,
+                     std::int64_t length, const ObjectManagerChecksum& checksum) {
+  support::Finding finding;
+  finding.rule = Rule::om_checksum;
+  finding.place = file.reader.place(data, static_cast<std::uint64_t>(std::max<std::int64_t>(length, 0)));
+  finding.place.partition = entry.id;
+  finding.place.field = "object_manager_data";
+  if (checksum.stored) {
+    finding.found.push_back({"adler32", std::uint64_t{checksum.computed}});
+    finding.expected.push_back({"adler32", std::uint64_t{*checksum.stored}});
+  }
+  report_finding(file, std::move(finding), "**** Partition id %d has invalid check sum\n", entry.id);
 }
 
 }  // namespace
@@ -64,9 +79,9 @@ void check_object_manager_checksum(InspectFile& file, const PartitionEntry& entr
   if (carries_checksum(file)) {
     file.records.has_om_checksums = true;
     file.reader.move_to(data);
-    if (!is_sound(file, length)) {
-      report_problem(file, Rule::om_checksum, "**** Partition id %d has invalid check sum\n", entry.id);
-    }
+    const ObjectManagerChecksum checksum = measure(file, entry, length);
+    file.records.om_checksums.push_back(checksum);
+    if (!checksum.matches()) report_mismatch(file, entry, data, length, checksum);
   }
   file.reader.move_to(remembered);
 }

@@ -184,6 +184,16 @@ void take_texts(InspectFile& file, HeaderWords& words, PartHeader& header) {
   std::copy_n(words.bytes(kTransferCheck), header.transfer_check.size(), header.transfer_check.begin());
 }
 
+void report_transfer(InspectFile& file, Rule rule, const char* what) {
+  constexpr const char* kForm = "%s\n Parts should be copied using binary (not ascii) mode ftp\n";
+  if (!file.steps_over_damage) inspect_error(file.reader, rule, kForm, what);
+  support::Finding finding;
+  finding.rule = rule;
+  finding.place = file.reader.place(2 + kTransferCheck, 4);
+  finding.place.field = "header.transfer_check";
+  report_finding(file, std::move(finding), kForm, what);
+}
+
 /// Four bytes that a transfer as text would have changed.
 void check_transfer_bytes(InspectFile& file, const PartHeader& header) {
   if (header.version < 18) return;
@@ -191,13 +201,10 @@ void check_transfer_bytes(InspectFile& file, const PartHeader& header) {
   if (check[0] == 0 && check[1] == 0) return;
   if (check == std::array<std::uint8_t, 4>{0x0D, 0x00, 0xFF, 0x00}) return;
   if (check[0] == 0x0D && check[1] == 0xFF) {
-    inspect_error(file.reader, Rule::transfer_vms,
-                  "*** Part file probably corrupted by ASCII ftp from VMS\n"
-                  " Parts should be copied using binary (not ascii) mode ftp\n");
+    return report_transfer(file, Rule::transfer_vms,
+                           "*** Part file probably corrupted by ASCII ftp from VMS");
   }
-  inspect_error(file.reader, Rule::transfer_bytes,
-                "*** Part file is corrupt (FTP bytes not as expected)\n"
-                " Parts should be copied using binary (not ascii) mode ftp\n");
+  report_transfer(file, Rule::transfer_bytes, "*** Part file is corrupt (FTP bytes not as expected)");
 }
 
 void take_units(InspectFile& file, const HeaderWords& words, PartHeader& header) {

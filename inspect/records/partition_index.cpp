@@ -92,6 +92,7 @@ std::uint32_t next_directory(const InspectFile& file, const PartitionEntry& part
 }  // namespace
 
 void read_partition_index(InspectFile& file) {
+  file.records.index_offset = file.stream->position();
   std::int32_t format = 0;
   file.reader.read(format, "Partition index format (should be 1 or 2)");
   if (format != 1 && format != kWideIndexFormat) {
@@ -118,6 +119,7 @@ void read_partition_index(InspectFile& file) {
                    partition_type_name(entry.type), static_cast<ull>(entry.offset), entry.data);
     }
     check_index_entry(file, entry, i);
+    file.records.index_length = file.stream->position() - file.records.index_offset;
     entry.number = static_cast<std::uint32_t>(file.records.partitions.size());
     PartitionEntry& kept = file.records.partitions.emplace_back(std::move(entry));
     if (!file.records.has_markers || kept.type == kOldBrepsolid || kept.type == kPattern) {

@@ -199,6 +199,16 @@ void SilentReading::report(const support::Finding& finding) {
   if (finding.rule == Rule::file_read_error) findings_->report(finding);
 }
 
+support::Place RecordReader::place(std::uint64_t offset, std::uint64_t length) const {
+  support::Place place;
+  place.partition = partition_;
+  place.stream = stream_name_;
+  place.stream_offset = offset;
+  place.length = length;
+  if (source_ != nullptr) place.file_offset = source_->file_offset(offset);
+  return place;
+}
+
 support::Place RecordReader::last_field() const {
   support::Place place;
   place.partition = partition_;

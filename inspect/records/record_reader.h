@@ -127,6 +127,9 @@ class RecordReader {
   /// The partition whose records are read, for the places of findings.
   void set_partition(std::optional<std::int32_t> id) { partition_ = id; }
 
+  /// Bytes of the stream, as the place of a finding.
+  support::Place place(std::uint64_t offset, std::uint64_t length) const;
+
   /// Where the last field began, and its name.
   support::Place last_field() const;
 

@@ -30,17 +30,44 @@ std::uint64_t next_start(InspectFile& file, const PartitionEntry& entry) {
 }
 
 /// A difference between trailer and data, as the mode demands: told by the check, or a problem.
-template <typename Saved, typename Found>
-support::Finding difference(Rule rule, const PartitionEntry& entry, CopyMode mode, Saved saved, Found found) {
-  support::Finding finding;
-  finding.rule = rule;
-  finding.manner = mode == CopyMode::extract ? support::Manner::problem : support::Manner::result;
-  finding.place.partition = entry.id;
-  finding.place.field = "trailer";
-  finding.found.push_back({"value", std::uint64_t{found}});
-  finding.expected.push_back({"value", std::uint64_t{saved}});
-  return finding;
-}
+class Differences {
+ public:
+  Differences(const InspectFile& file, const DataBlockResult& result, CopyMode mode)
+      : file_(file), result_(result), mode_(mode) {}
+
+  support::Finding size() const {
+    return finding(Rule::solid_size, 1, "trailer.expanded_length", "expanded_length", result_.saved_size,
+                   result_.found_size);
+  }
+  support::Finding stored() const {
+    return finding(Rule::solid_adler32_stored, 2, "trailer.adler32_stored", "adler32",
+                   result_.saved_stored_checksum, result_.found_stored_checksum);
+  }
+  support::Finding expanded() const {
+    return finding(Rule::solid_adler32_expanded, 0, "trailer.adler32_expanded", "adler32",
+                   result_.saved_expanded_checksum, result_.found_expanded_checksum);
+  }
+
+ private:
+  support::Finding finding(Rule rule, std::size_t value_number, const char* field, std::string_view what,
+                           std::uint64_t saved, std::uint64_t found) const {
+    const std::uint64_t width = result_.wide ? sizeof(std::uint64_t) : sizeof(std::uint32_t);
+    support::Finding finding;
+    finding.rule = rule;
+    finding.manner = mode_ == CopyMode::extract ? support::Manner::problem : support::Manner::result;
+    finding.place =
+        file_.reader.place(result_.data_position + result_.stored_size + value_number * width, width);
+    finding.place.partition = result_.partition.id;
+    finding.place.field = field;
+    finding.found.push_back({what, found});
+    finding.expected.push_back({what, saved});
+    return finding;
+  }
+
+  const InspectFile& file_;
+  const DataBlockResult& result_;
+  CopyMode mode_;
+};
 
 }  // namespace
 
@@ -70,29 +97,26 @@ bool is_trailer_missing(InspectFile& file, const PartitionEntry& entry, const Da
 }
 
 bool report_differences(const InspectFile& file, const DataBlockResult& result, CopyMode mode) {
-  const PartitionEntry& entry = result.partition;
+  const Differences differences(file, result, mode);
   const bool stored_differs = result.stored_differs();
   // A check looks at the expanded data only where the stored bytes are what was saved.
-  const bool expanded_differs = result.expanded_differs() &&
-                                (mode == CopyMode::extract || (!stored_differs && result.inflate_error == 0));
+  const bool looks_at_all = mode == CopyMode::extract || mode == CopyMode::examine;
+  const bool expanded_differs =
+      result.expanded_differs() && (looks_at_all || (!stored_differs && result.inflate_error == 0));
   if (result.size_differs()) {
-    report_finding(file, difference(Rule::solid_size, entry, mode, result.saved_size, result.found_size),
+    report_finding(file, differences.size(),
                    "Compressed brepsolid partition had saved size %llu bytes but expanded to %llu bytes",
                    static_cast<ull>(result.saved_size), static_cast<ull>(result.found_size));
   }
   if (stored_differs) {
     report_finding(
-        file,
-        difference(Rule::solid_adler32_stored, entry, mode, result.saved_stored_checksum,
-                   result.found_stored_checksum),
+        file, differences.stored(),
         "Saved checksum for compressed brepsolid partition %llu does not match calculated checksum %ld",
         static_cast<ull>(result.saved_stored_checksum), static_cast<long>(result.found_stored_checksum));
   }
   if (expanded_differs) {
     report_finding(
-        file,
-        difference(Rule::solid_adler32_expanded, entry, mode, result.saved_expanded_checksum,
-                   result.found_expanded_checksum),
+        file, differences.expanded(),
         "Saved checksum for uncompressed brepsolid partition %llu does not match calculated checksum %ld",
         static_cast<ull>(result.saved_expanded_checksum), static_cast<long>(result.found_expanded_checksum));
   }

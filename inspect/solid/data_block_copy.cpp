@@ -21,7 +21,13 @@ void copy_plain(InspectFile& file, std::uint64_t length, TransmitFile* output) {
 /// After a fault the stored bytes are checked on their own, from their start.
 void check_stored_after_error(InspectFile& file, const PartitionEntry& entry, std::uint64_t start,
                               std::uint64_t stored_length, DeflatedResult& result) {
-  report_problem(file, Rule::solid_inflate, "decompression failure %d for partition %d - current offset %llu",
+  support::Finding finding;
+  finding.rule = Rule::solid_inflate;
+  finding.place = file.reader.place(start, stored_length);
+  finding.place.partition = entry.id;
+  finding.place.field = "data";
+  finding.found = {{"expanded_length", result.produced}, {"zlib_status", std::int64_t{result.error}}};
+  report_finding(file, std::move(finding), "decompression failure %d for partition %d - current offset %llu",
                  result.error, entry.id, static_cast<unsigned long long>(file.reader.position()));
   file.reader.move_to(start);
   PieceReader pieces(file, RunKind::deflated, stored_length);
@@ -39,9 +45,12 @@ void report_missing_trailer(InspectFile& file, const PartitionEntry& entry, Copy
                  "Development Warning: Compressed brepsolid partition %d has a missing trailer\n", entry.id);
 }
 
-DataBlockResult block_result(const PartitionEntry& entry, const ChecksumTrailer& saved,
-                             const DeflatedResult& found) {
+DataBlockResult block_result(const PartitionEntry& entry, const DataBlock& block, std::uint64_t start,
+                             const ChecksumTrailer& saved, const DeflatedResult& found) {
   return {entry,
+          start,
+          block.stored_length,
+          block.wide,
           found.error,
           saved.expanded_size,
           found.produced,
@@ -64,7 +73,8 @@ bool copy_deflated(InspectFile& file, const PartitionEntry& entry, const DataBlo
     report_missing_trailer(file, entry, mode, sink);
     return sound;
   }
-  const DataBlockResult compared = block_result(entry, read_checksum_trailer(file, block), result);
+  const DataBlockResult compared =
+      block_result(entry, block, start, read_checksum_trailer(file, block), result);
   if (mode != CopyMode::extract) sink.take_checked_block(compared);
   return report_differences(file, compared, mode) && sound;
 }

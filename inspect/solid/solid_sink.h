@@ -24,13 +24,17 @@ enum class CopyMode : std::uint8_t {
   extract,  ///< findings are problems of the file
   check,    ///< -check_checksums: findings are results
   scan,     ///< -scan: as check, silent about plain data
+  examine,  ///< as scan, and all that differs is a result, also what follows from other differences
 };
 
 /// Sizes and checksums of one deflated data block, as saved in its trailer and as found.
 struct DataBlockResult {
   const PartitionEntry& partition;
-  int inflate_error = 0;         ///< zlib's code; 0 none
-  std::uint64_t saved_size = 0;  ///< in bytes, expanded
+  std::uint64_t data_position = 0;  ///< of the stored bytes in the part stream; the trailer follows them
+  std::uint64_t stored_size = 0;    ///< in bytes
+  bool wide = false;                ///< a trailer of 24 bytes, else of 12
+  int inflate_error = 0;            ///< zlib's code; 0 none
+  std::uint64_t saved_size = 0;     ///< in bytes, expanded
   std::uint64_t found_size = 0;
   std::uint64_t saved_stored_checksum = 0;  ///< Adler-32 of the stored bytes
   std::uint32_t found_stored_checksum = 0;

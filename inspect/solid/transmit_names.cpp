@@ -68,9 +68,16 @@ std::string with_extension(const NameText& name, const std::string& extension) {
 
 }  // namespace
 
+std::optional<TransmitFormat> known_transmit_format(std::int32_t type,
+                                                    std::optional<std::string_view> value) {
+  if (!value || *value == "binary")
+    return TransmitFormat{true, partition_kind(type).binary_extension, ".m_b"};
+  if (*value == "text") return TransmitFormat{false, ".x_t", ".m_t"};
+  return std::nullopt;
+}
+
 TransmitFormat transmit_format(InspectFile& file, std::int32_t type, std::optional<std::string_view> value) {
-  if (!value || *value == "binary") return {true, partition_kind(type).binary_extension, ".m_b"};
-  if (*value == "text") return {false, ".x_t", ".m_t"};
+  if (auto format = known_transmit_format(type, value)) return *std::move(format);
   inspect_error(file.reader, Rule::solid_format, "Unknown file format");
 }
 

@@ -16,6 +16,10 @@ struct TransmitFormat {
   std::string second_extension;  ///< of the file for the second data block
 };
 
+/// The form by the FORMAT value of the header text; binary when there is none. Nothing for a value that does
+/// not exist.
+std::optional<TransmitFormat> known_transmit_format(std::int32_t type, std::optional<std::string_view> value);
+
 /// The form by the FORMAT value of the header text; binary when there is none. Raises inspect_error "Unknown
 /// file format".
 TransmitFormat transmit_format(InspectFile& file, std::int32_t type, std::optional<std::string_view> value);

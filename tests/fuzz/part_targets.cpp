@@ -73,7 +73,7 @@ void run_part_index(std::string_view input) {
   PartSession part(std::string(input), {.trace = selector.next()});
   const PassChecks checks = selector.next() ? PassChecks::all : PassChecks::none;
   attempt(part.file(), [&] {
-    read_part(part.file(), {}, checks, part.report());
+    read_part(part.file(), {}, {.checks = checks}, part.report());
     read_part_summary(part.file(), {.display_jt = true}, part.report());
   });
 }

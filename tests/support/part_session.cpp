@@ -39,7 +39,7 @@ PartSession& PartSession::read_list() {
 }
 
 PartSession& PartSession::read(inspect::PassChecks checks) {
-  run([&](inspect::InspectFile& file) { inspect::read_part(file, {}, checks, report_); });
+  run([&](inspect::InspectFile& file) { inspect::read_part(file, {}, {.checks = checks}, report_); });
   return *this;
 }
 
