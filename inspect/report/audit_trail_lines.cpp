@@ -36,17 +36,21 @@ std::string_view ShownTexts::text_of(TextId id) const {
   return text.substr(0, text.find('\0'));
 }
 
+ShownTexts::Shown ShownTexts::take(TextId id) {
+  const std::string_view text = text_of(id);
+  const bool cut = text.size() > kLongText && !shown_.insert(id).second;
+  return {cut ? text.substr(0, kCutText) : text, cut};
+}
+
 void ShownTexts::append(std::string& line, TextId id, std::size_t width) {
   const std::size_t begin = line.size();
-  std::string_view text = text_of(id);
-  const bool cut = text.size() > kLongText && !shown_.insert(id).second;
-  if (cut) text = text.substr(0, kCutText);
+  const Shown shown = take(id);
   if (id == kNoText) {
     line += "<none>";
   } else {
-    support::append_printable(line, text);
+    support::append_printable(line, shown.text);
   }
-  if (cut) line += "...";
+  if (shown.cut) line += "...";
   pad_to(line, begin + width);
 }
 

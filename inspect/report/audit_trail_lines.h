@@ -18,6 +18,14 @@ class ShownTexts {
   ShownTexts(const PartitionEntry& partition, const ObjectManagerPartition& om)
       : texts_(om.texts), shared_(partition.shared_strings) {}
 
+  struct Shown {
+    std::string_view text;  ///< as stored
+    bool cut = false;       ///< only the beginning of it
+  };
+
+  /// What is to be shown of the text this time; empty for kNoText.
+  Shown take(TextId id);
+
   /// Appends the text, padded with blanks to `width` bytes; "<none>" for kNoText.
   void append(std::string& line, TextId id, std::size_t width = 0);
 

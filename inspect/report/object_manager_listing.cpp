@@ -28,11 +28,6 @@ constexpr std::array kVersionTexts = {
     "(no superclass table)",    "(schemas and class entries)",
 };
 
-const char* version_text(std::int32_t version) {
-  const bool known = version >= kFirstOmVersion && version <= kLastOmVersion;
-  return known ? kVersionTexts[static_cast<std::size_t>(version - kFirstOmVersion)] : "";
-}
-
 void append_hex(std::string& line, std::int32_t value) {
   constexpr char kDigits[] = "0123456789abcdef";
   for (int shift = 28; shift >= 0; shift -= 4)
@@ -88,6 +83,11 @@ void print_classes(const ObjectManagerPartition& om, ShownTexts& texts) {
 
 }  // namespace
 
+const char* om_version_text(std::int32_t version) {
+  const bool known = version >= kFirstOmVersion && version <= kLastOmVersion;
+  return known ? kVersionTexts[static_cast<std::size_t>(version - kFirstOmVersion)] : "";
+}
+
 void print_partition_heading(const PartitionEntry& partition) {
   print("\n--------- Contents of %s directory ----------\n", partition_type_name(partition.type));
   print("Partition id: %d\n", partition.id);
@@ -109,7 +109,7 @@ void print_om_identity(const PartitionEntry& partition, const ObjectManagerParti
   print("Machine format: %s\n", printable(om.machine_name).c_str());
   print("Time of saving: %s", support::local_time_line(om.save_time).c_str());
   print("OM file name: %s\n", printable(om.file_name).c_str());
-  print("OM file format version: %d %s\n", om.version, version_text(om.version));
+  print("OM file format version: %d %s\n", om.version, om_version_text(om.version));
   print("Number encoding: %s\n", partition.encoding == Encoding::compact ? "compact" : "plain");
   print("Carries a checksum: %s\n", om.has_checksum ? "yes" : "no");
   print("Number of objects: %d\n", om.object_count);

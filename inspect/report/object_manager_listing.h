@@ -6,6 +6,9 @@
 /// The listing of an object-manager partition, one function for each step of reading it.
 namespace inspect {
 
+/// What sets an OM version apart, in brackets; empty for a version that does not exist.
+const char* om_version_text(std::int32_t version);
+
 void print_partition_heading(const PartitionEntry& partition);
 void print_not_om(const PartitionEntry& partition);
 void print_om_start(const ObjectManagerStart& om);

@@ -1,7 +1,6 @@
 #include "inspect/report/summary_text.h"
 
 #include <algorithm>
-#include <bit>
 #include <ctime>
 #include <string>
 
@@ -130,9 +129,7 @@ void print_display_stamp(const PartHeader& header) {
     print_text("<none>\n");
     return;
   }
-  const std::int64_t seconds =
-      ((std::int64_t{header.stamp_days} - 3) * 14400 + header.stamp_ticks) * 6 + 28800;
-  print_text(support::local_time_line(seconds));
+  print_text(support::local_time_line(display_stamp_seconds(header)));
 }
 
 void print_machine(const SummaryDetails& details) {
@@ -141,9 +138,8 @@ void print_machine(const SummaryDetails& details) {
     print_text("Entity count: Unknown in pre-V9 parts\n");
     print_text("Machine format: Unknown in pre-V9 parts\n");
   } else if (is_v10(part)) {
-    const bool big_machine = std::endian::native == std::endian::big;
     print("Machine format: %s\n", support::printable(details.machine_name).c_str());
-    print("Data format: %s endian\n", part.other_byte_order != big_machine ? "Big" : "Little");
+    print("Data format: %s endian\n", part.is_big_endian() ? "Big" : "Little");
     print("Unique part identifier (UID): %s\n", support::printable(part.header.unique_identifier).c_str());
   } else {
     print("Entity count: %d\n", part.header.entity_count);

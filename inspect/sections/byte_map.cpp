@@ -11,8 +11,8 @@ constexpr std::size_t kKeptOverlaps = 20;
 }  // namespace
 
 std::string_view protection_name(Protection protection) {
-  constexpr std::array<std::string_view, kProtectionCount> kNames = {"verified", "failed", "decoded", "opaque",
-                                                                     "unclaimed"};
+  constexpr std::array<std::string_view, kProtectionCount> kNames = {"verified", "failed", "decoded",
+                                                                     "opaque", "unclaimed"};
   return kNames[static_cast<std::size_t>(protection)];
 }
 
@@ -53,7 +53,8 @@ void ByteMap::settle() {
   }
   add_gap(size_);
   claims_ = std::move(settled);
-  for (const ByteClaim& range : claims_) sums_[static_cast<std::size_t>(range.owner.protection)] += range.length;
+  for (const ByteClaim& range : claims_)
+    sums_[static_cast<std::size_t>(range.owner.protection)] += range.length;
 }
 
 const ByteClaim& ByteMap::at(std::uint64_t offset) const {

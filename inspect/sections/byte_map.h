@@ -22,9 +22,9 @@ struct ByteOwner {
 
   Kind kind = Kind::none;
   Protection protection = Protection::unclaimed;
-  std::int32_t partition = 0;       ///< id
-  std::uint64_t stream = 0;         ///< number of the stream, for its path
-  std::string_view field;           ///< of a container: whole name; of part and partition: without those words
+  std::int32_t partition = 0;  ///< id
+  std::uint64_t stream = 0;    ///< number of the stream, for its path
+  std::string_view field;      ///< of a container: whole name; of part and partition: without those words
 };
 
 /// A range of the file, in bytes. A range of the part stream knows where in that stream it begins.

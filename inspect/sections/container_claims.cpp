@@ -21,7 +21,8 @@ void ContainerClaims::stream_run(const StreamRun& run) {
     runs_.push_back(run);
     return;
   }
-  const Protection protection = request_.protection_of ? request_.protection_of(run.stream) : Protection::opaque;
+  const Protection protection =
+      request_.protection_of ? request_.protection_of(run.stream) : Protection::opaque;
   map_.claim({run.file_offset,
               run.length,
               run.stream_offset == 0 ? ByteClaim::kNoOffset : run.stream_offset,

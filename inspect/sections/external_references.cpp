@@ -30,12 +30,6 @@ void read_table(ReferenceList list, support::ByteSource* stream, SectionSink& si
 
 char lower_case(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-bool names_part(std::string_view text) {
-  const auto same = [](char a, char b) { return lower_case(a) == b; };
-  return std::search(text.begin(), text.end(), kPartExtension.begin(), kPartExtension.end(), same) !=
-         text.end();
-}
-
 /// Calls `visit(name)` for every text of the streams that names a part.
 template <typename Visit>
 void visit_part_names(support::ByteSource* part_stream, support::ByteSource* fast_load_stream, Visit visit) {
@@ -74,6 +68,12 @@ class RemainingNames {
 };
 
 }  // namespace
+
+bool names_part(std::string_view text) {
+  const auto same = [](char a, char b) { return lower_case(a) == b; };
+  return std::search(text.begin(), text.end(), kPartExtension.begin(), kPartExtension.end(), same) !=
+         text.end();
+}
 
 void read_external_references(support::ByteSource* part_stream, support::ByteSource* fast_load_stream,
                               SectionSink& sink) {

@@ -21,6 +21,9 @@ enum class ReferenceList : std::uint8_t {
   all,                ///< each time it is named
 };
 
+/// True when the text names a ".prt" file.
+bool names_part(std::string_view text);
+
 /// Hands over every text of both streams, each stream as a list of its own.
 void read_external_references(support::ByteSource* part_stream, support::ByteSource* fast_load_stream,
                               SectionSink& sink);

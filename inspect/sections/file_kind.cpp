@@ -38,7 +38,10 @@ constexpr Signature kSignatures[] = {
     {0, "GIF8"sv, "GIF"},
     {0, "II*\0"sv, "TIFF"},
     {0, "MM\0*"sv, "TIFF"},
-    {0, "\x7F" "ELF"sv, "ELF program"},
+    {0,
+     "\x7F"
+     "ELF"sv,
+     "ELF program"},
     {0, "MZ"sv, "Windows program"},
     {0, "SQLite format 3\0"sv, "SQLite database"},
     {0, "ISO-10303-21;"sv, "STEP"},

@@ -92,7 +92,8 @@ std::string effect_of_zeroes(const Finding& finding, const ByteMap& map) {
   const std::uint64_t begin = finding.place.file_offset.value_or(0);
   const auto ids = partitions_in(map, begin, begin + finding.place.length.value_or(0));
   if (ids.empty()) return "no partition is touched";
-  if (ids.size() == 1) return "partition " + std::to_string(ids[0]) + " is hit; no other partition is touched";
+  if (ids.size() == 1)
+    return "partition " + std::to_string(ids[0]) + " is hit; no other partition is touched";
   std::string text = "the partitions ";
   for (std::size_t i = 0; i < ids.size(); ++i) text += (i == 0 ? "" : ", ") + std::to_string(ids[i]);
   return text + " are hit; no other partition is touched";

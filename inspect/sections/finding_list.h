@@ -45,9 +45,9 @@ class FindingList final : public support::FindingSink {
   }
   std::uint64_t left_out() const { return left_out_; }
 
-  /// Puts causes in front of what follows from them: damage that is known by its place explains what was found
-  /// in the same bytes or the same partition. Says of each what it touches. `map` is settled; `path_of` names
-  /// its streams, the part stream is `part_stream`.
+  /// Puts causes in front of what follows from them: damage that is known by its place explains what was
+  /// found in the same bytes or the same partition. Says of each what it touches. `map` is settled; `path_of`
+  /// names its streams, the part stream is `part_stream`.
   void explain(const ByteMap& map, std::string_view part_stream,
                const std::function<std::string(std::uint64_t)>& path_of);
 

@@ -38,7 +38,8 @@ void check_jt_body_starts(const InspectFile& file, support::ByteSource& stream, 
     if (bodies[i].offset >= end) continue;  // an empty body, or one that the reading has reported
     std::array<char, kJtStart.size()> start = {};
     stream.set_position(bodies[i].offset);
-    const std::size_t wanted = static_cast<std::size_t>(std::min<std::uint64_t>(start.size(), end - bodies[i].offset));
+    const std::size_t wanted =
+        static_cast<std::size_t>(std::min<std::uint64_t>(start.size(), end - bodies[i].offset));
     const std::size_t count = stream.read(start.data(), wanted);
     if (count == 0 || kJtStart.starts_with(std::string_view(start.data(), count))) continue;
     ++reported;

@@ -77,7 +77,8 @@ void PartStreamClaims::claim_header() {
   part(0, kCountSize, "header_word_count");
   part(kCountSize, 2 * words, "header");
   if (!part_records.entity_chain_words.empty()) {
-    part(kCountSize + 2 * words, kCountSize + 2 * part_records.entity_chain_words.size(), "entity_chain_header");
+    part(kCountSize + 2 * words, kCountSize + 2 * part_records.entity_chain_words.size(),
+         "entity_chain_header");
   }
   part(part_records.index_offset, part_records.index_length, "partition_index");
 }
@@ -100,8 +101,8 @@ void PartStreamClaims::claim_objects(const PartitionEntry& partition, const Obje
   constexpr std::string_view kData = "object_manager_data";
   of(partition, place.start - place.length_size, place.length_size, "length");
   const auto& checksums = file_.records.om_checksums;
-  const auto checksum = std::ranges::lower_bound(checksums, partition.number, {},
-                                                 &ObjectManagerChecksum::partition_number);
+  const auto checksum =
+      std::ranges::lower_bound(checksums, partition.number, {}, &ObjectManagerChecksum::partition_number);
   const bool has_checksum = checksum != checksums.end() && checksum->partition_number == partition.number &&
                             checksum->stored && place.length >= kObjectChecksumSize + kObjectHeadSize;
   if (!has_checksum) return of(partition, place.start, place.length, kData);
@@ -139,7 +140,8 @@ void PartStreamClaims::claim_empty_directory(const PartitionEntry& partition) {
   for (const PartitionEntry& other : file_.records.partitions) {
     if (other.offset > partition.offset) end = std::min(end, other.offset - kMarkerSize);
   }
-  if (end > partition.base) of(partition, partition.base, end - partition.base, "contents", Protection::opaque);
+  if (end > partition.base)
+    of(partition, partition.base, end - partition.base, "contents", Protection::opaque);
 }
 
 void PartStreamClaims::claim_block(const PartitionEntry& partition, const CheckedBlock& block, bool second) {
@@ -156,7 +158,8 @@ void PartStreamClaims::claim_terminator() {
   if (file_.bytes_there() < records.length || file_.stream == nullptr) return;
   std::uint8_t last = 0;
   file_.stream->set_position(records.length - 1);
-  if (file_.stream->read(&last, 1) == 1 && last == kTerminator) part(records.length - 1, 1, "terminating_byte");
+  if (file_.stream->read(&last, 1) == 1 && last == kTerminator)
+    part(records.length - 1, 1, "terminating_byte");
 }
 
 std::uint64_t blocks_end(const PartitionEntry& partition, std::span<const CheckedBlock> blocks) {
@@ -165,7 +168,8 @@ std::uint64_t blocks_end(const PartitionEntry& partition, std::span<const Checke
   if (blocks.empty()) end += unchecked_trailer_size(partition);
   if (!solid.bits.compressed) end += solid.bits.second_size;
   for (const CheckedBlock& block : blocks) {
-    end = std::max(end, block.data_position + block.stored_size + block.trailer_size() + block.padding_size());
+    end =
+        std::max(end, block.data_position + block.stored_size + block.trailer_size() + block.padding_size());
   }
   return end;
 }

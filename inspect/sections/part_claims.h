@@ -44,8 +44,8 @@ struct ObjectDataPlace {
 
 /// What is known of the records of a part when their places are asked for.
 struct PartPlaces {
-  std::vector<CheckedBlock> blocks;           ///< by partition number
-  std::vector<ObjectDataPlace> object_data;   ///< by partition number
+  std::vector<CheckedBlock> blocks;          ///< by partition number
+  std::vector<ObjectDataPlace> object_data;  ///< by partition number
 
   const ObjectDataPlace* find_object_data(std::uint32_t partition_number) const;
 

@@ -24,7 +24,7 @@ struct FileFacts {
 
 /// One storage of a container.
 struct StorageRow {
-  std::string_view path;  ///< below the root storage, which has an empty one
+  std::string_view path;                             ///< below the root storage, which has an empty one
   std::optional<VRX::System::CFI::IndexArea> index;  ///< in the maker's format
   VRX::System::CFI::ClassId class_id;
 };
@@ -61,17 +61,17 @@ struct PartitionRow {
 
 /// How the solid of a partition can be got out.
 struct SolidExtract {
-  bool possible = false;        ///< false for a reference and for data that are cut
-  std::optional<bool> sound;    ///< nothing was found; none when it cannot be told
-  std::string suffix;           ///< of the transmit file, ".x_b"
-  std::string_view format;      ///< "binary", "text"; empty when it is unknown
+  bool possible = false;      ///< false for a reference and for data that are cut
+  std::optional<bool> sound;  ///< nothing was found; none when it cannot be told
+  std::string suffix;         ///< of the transmit file, ".x_b"
+  std::string_view format;    ///< "binary", "text"; empty when it is unknown
 };
 
 /// A modeller partition with its header text and its checks.
 struct SolidSection {
   const PartitionEntry& partition;
-  std::string_view header_text;     ///< own or borrowed
-  std::string kernel_version;       ///< of this text; empty when it names none
+  std::string_view header_text;  ///< own or borrowed
+  std::string kernel_version;    ///< of this text; empty when it names none
   std::span<const CheckedBlock> blocks;
   SolidExtract extract;
 };

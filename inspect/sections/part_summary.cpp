@@ -36,21 +36,11 @@ void report_bad_format(const InspectFile& file) {
 
 void read_properties(const InspectFile& file, SectionSink& sink) {
   report_bad_format(file);
-  SummaryProperties properties = {file.records, std::nullopt};
-  const auto& partitions = file.records.partitions;
-  const auto solid = std::ranges::find(partitions, kOldBrepsolid, &PartitionEntry::type);
-  if (solid != partitions.end()) properties.solid_offset = solid->base;
-  sink.take_summary_properties(properties);
+  sink.take_summary_properties({file.records, find_solid_offset(file.records)});
 }
 
 void read_part_modules(InspectFile& file, SectionSink& sink) {
-  PartModuleReferences modules;
-  attempt(file, [&] {
-    if (const auto source =
-            open_child_stream(file, stream_names::kPartStorage, stream_names::kExternalReferences)) {
-      modules = find_part_modules(*source);
-    }
-  });
+  const PartModuleReferences modules = find_part_modules(file);
   const PartHeader& header = file.records.header;
   sink.take_part_modules(
       {modules.main_parts, modules.linked_parts, header.part_module, header.intrapart_module});
@@ -66,24 +56,42 @@ void read_streams(InspectFile& file, const SummaryRequest& request, SectionSink&
                      [&](auto& source) { read_jt_bodies(file, source, stream_names::kDisplayJt, sink); });
 }
 
+void report_retrieval(const InspectFile& file) {
+  if (retrieval_of(file.records) == Retrieval::possible) return;
+  support::Finding finding;
+  finding.rule = support::Rule::header_not_retrievable;
+  finding.manner = support::Manner::result;
+  report_finding(file, std::move(finding), "current releases cannot retrieve a part of this format");
+}
+
+}  // namespace
+
 Retrieval retrieval_of(const PartRecords& part) {
   if (part.header.pre_v10_layout) return Retrieval::pre_v10_layout;
   if (part.header.old_concept_data) return Retrieval::old_concept_data;
   return part.version == kFirstV10 ? Retrieval::obsolete_v10 : Retrieval::possible;
 }
 
-void read_retrieval(const InspectFile& file, SectionSink& sink) {
-  const Retrieval retrieval = retrieval_of(file.records);
-  if (retrieval != Retrieval::possible) {
-    support::Finding finding;
-    finding.rule = support::Rule::header_not_retrievable;
-    finding.manner = support::Manner::result;
-    report_finding(file, std::move(finding), "current releases cannot retrieve a part of this format");
-  }
-  sink.take_retrieval(retrieval);
+PartModuleReferences find_part_modules(InspectFile& file) {
+  PartModuleReferences modules;
+  attempt(file, [&] {
+    if (const auto source =
+            open_child_stream(file, stream_names::kPartStorage, stream_names::kExternalReferences)) {
+      modules = find_part_modules(*source);
+    }
+  });
+  return modules;
 }
 
-}  // namespace
+std::optional<std::uint64_t> find_solid_offset(const PartRecords& part) {
+  const auto solid = std::ranges::find(part.partitions, kOldBrepsolid, &PartitionEntry::type);
+  return solid != part.partitions.end() ? std::optional(solid->base) : std::nullopt;
+}
+
+void report_header_oddities(const InspectFile& file) {
+  report_bad_format(file);
+  report_retrieval(file);
+}
 
 void read_part_summary(InspectFile& file, const SummaryRequest& request, SectionSink& sink) {
   const PartRecords& part = file.records;
@@ -96,7 +104,8 @@ void read_part_summary(InspectFile& file, const SummaryRequest& request, Section
   sink.take_summary_details({part, is_v10(part) ? find_machine_name(file) : std::string()});
   read_streams(file, request, sink);
   sink.take_directories(part);
-  read_retrieval(file, sink);
+  report_retrieval(file);
+  sink.take_retrieval(retrieval_of(part));
 }
 
 }  // namespace inspect

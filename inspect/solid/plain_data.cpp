@@ -38,7 +38,8 @@ void check_plain_data(InspectFile& file, const PartitionEntry& partition) {
   finding.place = file.reader.place(solid.data_position, solid.bits.rest_size);
   finding.place.partition = partition.id;
   finding.place.field = "data";
-  report_finding(file, std::move(finding), "the plain data of solid %d begin like deflated ones", partition.id);
+  report_finding(file, std::move(finding), "the plain data of solid %d begin like deflated ones",
+                 partition.id);
 }
 
 }  // namespace inspect
