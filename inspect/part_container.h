@@ -33,6 +33,13 @@ class PartContainer {
   /// How many sources over the file live: streams that were opened and not let go of.
   std::size_t open_source_count() const { return channel_ != nullptr ? channel_->user_count() : 0; }
 
+  bool is_open() const { return channel_ != nullptr; }
+
+  /// Reads bytes that lie alone, from a place in the file; fewer at its end. Raises 1020059.
+  std::size_t read_apart(std::uint64_t offset, std::span<unsigned char> bytes) const {
+    return channel_->read_apart_at(offset, bytes.data(), bytes.size());
+  }
+
   /// Null for a flat file.
   VRX::System::CFI::StorageFile* storage_file() const { return file_.get(); }
 

@@ -32,13 +32,33 @@ constexpr std::size_t kHeadBytes = 512;
 constexpr std::int16_t kFirstTerminated = 15;
 constexpr std::uint8_t kTerminator = 0xFF;
 
-/// A scan whose findings alone matter.
-class UnseenScan final : public cfi_tools::CorruptionScanSink {
+/// Keeps the counts of a scan: what they say about line ends is told only where it can be no chance.
+class ScanCounts final : public cfi_tools::CorruptionScanSink {
  public:
   void begin() override {}
   void finding(const cfi_tools::ScanFinding&) override {}
-  void statistics(const cfi_tools::ByteCounts&) override {}
+  void statistics(const cfi_tools::ByteCounts& counts) override { counts_ = counts; }
   void end(cfi_tools::ScanVerdict) override {}
+
+  bool is_telling(Rule rule, std::uint64_t file_size) const {
+    constexpr std::uint64_t kBytesWithEveryValue = 4096;  // without one of 256 values: once in ten million
+    constexpr std::uint64_t kBytesBesideTheOther = 4;
+    switch (rule) {
+      case Rule::copy_no_line_feeds:
+      case Rule::copy_no_carriage_returns:
+      case Rule::copy_no_zeroes:
+        return file_size >= kBytesWithEveryValue;
+      case Rule::copy_all_line_feeds_with_cr:
+        return counts_.line_feeds >= kBytesBesideTheOther;
+      case Rule::copy_all_carriage_returns_with_lf:
+        return counts_.carriage_returns >= kBytesBesideTheOther;
+      default:
+        return true;
+    }
+  }
+
+ private:
+  cfi_tools::ByteCounts counts_;
 };
 
 /// What keeps a file from being examined, and says nothing of what it holds.
@@ -212,19 +232,17 @@ void PartExamination::scan_bytes() {
   const std::size_t count = read_bytes(0, bytes);
   const bool text_copy = not_a_part_ && begins_like_text_copy(std::span(bytes).first(count));
   FindingList found;
-  UnseenScan unseen;
-  ScanFindings sink(not_a_part_ ? found : findings_, unseen);
+  ScanCounts counts;
+  ScanFindings sink(found, counts);
   const std::int32_t version = text_copy ? kLastRelease : file_.records.version;
   attempt(file_, [&] {
     cfi_tools::scan_for_corruption(
         {.file_name = facts_.name, .silent = true, .version = version, .show_progress = false}, sink);
   });
-  if (!not_a_part_) return;
-  const auto is_telling = [&](const ListedFinding& row) {
-    return text_copy || row.finding.rule == Rule::copy_only_zeroes;
-  };
   for (const ListedFinding& row : found.rows()) {
-    if (!is_telling(row)) continue;
+    const Rule rule = row.finding.rule;
+    if (!counts.is_telling(rule, *facts_.size)) continue;
+    if (not_a_part_ && !text_copy && rule != Rule::copy_only_zeroes) continue;
     findings_.report(row.finding);
     not_a_part_ = false;
     looks_like_ = {};
@@ -293,8 +311,8 @@ void PartExamination::report_absent_checksums() {
   support::Finding finding;
   finding.rule = Rule::om_checksum_absent;
   finding.place.partition = first;
-  finding.message = "the object-manager partitions " + ids +
-                    " carry no checksum: their bytes were read, not verified";
+  finding.message =
+      "the object-manager partitions " + ids + " carry no checksum: their bytes were read, not verified";
   finding.effect = "a changed byte in them may go unnoticed";
   findings_.report(finding);
 }

@@ -109,7 +109,8 @@ class PartExamination {
   FileFacts facts_;
   FindingList findings_;
   PartContainer container_;  // outlives the sources that the file's readers hold
-  std::unique_ptr<VRX::System::CFI::FileChannel> damaged_;  ///< over a file that could not be opened as what it is
+  std::unique_ptr<VRX::System::CFI::FileChannel>
+      damaged_;  ///< over a file that could not be opened as what it is
   InspectFile file_;
   std::optional<VRX::System::CFI::ContainerFacts> container_facts_;
   std::optional<VRX::System::CFI::ElementId> part_element_;

@@ -80,10 +80,9 @@ void PartExamination::settle_map() {
 
 void PartExamination::claim_container() {
   const bool by_record = has_part_ && !part_is_framed_;
-  ContainerClaims claims(*map_, {.kept = by_record ? part_element_ : std::nullopt,
-                                 .protection_of = [this](CFI::ElementId stream) {
-                                   return protection_of(stream);
-                                 }});
+  ContainerClaims claims(*map_,
+                         {.kept = by_record ? part_element_ : std::nullopt,
+                          .protection_of = [this](CFI::ElementId stream) { return protection_of(stream); }});
   attempt(file_, [&] { file_.container->lay_out(claims); });
   if (!by_record) return;
   claim_part_stream(file_, places_, [&](const ByteClaim& claim) { claims.claim_in_kept(claim); });
@@ -139,7 +138,8 @@ std::optional<std::uint8_t> PartExamination::fill_of(const ByteClaim& range) {
     const std::size_t count = read_bytes(at, std::span(piece).first(wanted));
     if (count == 0) return std::nullopt;
     if (!fill) fill = piece[0];
-    if (std::ranges::any_of(std::span(piece).first(count), [&](unsigned char byte) { return byte != *fill; })) {
+    if (std::ranges::any_of(std::span(piece).first(count),
+                            [&](unsigned char byte) { return byte != *fill; })) {
       return std::nullopt;
     }
     at += count;

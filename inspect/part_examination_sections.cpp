@@ -51,9 +51,10 @@ void PartExamination::write_container(PartDocument& document) {
           {path, has_areas ? std::optional(area) : std::nullopt, container->record(element).class_id});
     };
     row(CFI::kRootElement, "", CFI::IndexArea::header);
-    visit_elements(*container, [&](CFI::ElementId element, const CFI::ElementNode& node, std::string_view path) {
-      if (node.type == CFI::ElementType::storage) row(element, path, node.area);
-    });
+    visit_elements(*container,
+                   [&](CFI::ElementId element, const CFI::ElementNode& node, std::string_view path) {
+                     if (node.type == CFI::ElementType::storage) row(element, path, node.area);
+                   });
   }
   document.end_container();
 }
@@ -232,7 +233,7 @@ void PartExamination::take_toggle_checksums(const support::ByteSource& source,
     report_finding(file_, std::move(finding), "the checksum of the feature toggles does not match");
   }
   const bool covered = source.file_offset(0).has_value() && source.position() == source.size();
-  const Protection protection = !covered ? Protection::decoded
+  const Protection protection = !covered  ? Protection::decoded
                                 : matches ? Protection::verified
                                           : Protection::failed;
   note_child_stream(stream_names::kPartStorage, stream_names::kFeatureToggles, protection);

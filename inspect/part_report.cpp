@@ -12,7 +12,8 @@ namespace inspect {
 
 namespace {
 
-/// Writes an object behind the members of another that is still open: the brace that opens it becomes a comma.
+/// Writes an object behind the members of another that is still open: the brace that opens it becomes a
+/// comma.
 class Continuation final : public support::ByteSink {
  public:
   explicit Continuation(support::ByteSink& out) : out_(out) {}

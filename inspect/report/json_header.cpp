@@ -94,16 +94,16 @@ void write_clone_operations(JsonWriter& json, const PartHeader& header) {
     if (code != 0) json.value(clone_operation_name(code));
   }
   json.end_array();
-  json.member("template",
-              header.template_type != 0
-                  ? std::optional<std::string_view>(template_type_name(header.template_type))
-                  : std::nullopt);
+  json.member("template", header.template_type != 0
+                              ? std::optional<std::string_view>(template_type_name(header.template_type))
+                              : std::nullopt);
 }
 
 void write_format(JsonWriter& json, const PartRecords& part) {
   const std::int32_t format = part.header.format_word;
   const bool known = !is_v10(part) && (format == 1 || format == 2);
-  json.member("format", known ? std::optional<std::string_view>(filing_mode_name(format == 1)) : std::nullopt);
+  json.member("format",
+              known ? std::optional<std::string_view>(filing_mode_name(format == 1)) : std::nullopt);
 }
 
 void write_display_stamp(JsonWriter& json, const PartHeader& header) {
@@ -116,9 +116,9 @@ void write_machine(JsonWriter& json, const HeaderSection& section) {
   const bool has_name = is_v10(part) && section.machine_name != "Unknown";
   json.text_or_null("machine_name", has_name ? section.machine_name : std::string_view());
   const bool has_word = part.version >= 11 && !is_v10(part);
-  json.member("machine_format", has_word ? std::optional<std::string_view>(
-                                               machine_format_name(part.header.machine_format_word))
-                                         : std::nullopt);
+  json.member("machine_format",
+              has_word ? std::optional<std::string_view>(machine_format_name(part.header.machine_format_word))
+                       : std::nullopt);
   json.member("entity_count",
               has_word ? std::optional<std::int32_t>(part.header.entity_count) : std::nullopt);
 }

@@ -89,9 +89,7 @@ void write_second_block(JsonWriter& json, const SolidSection& section) {
   json.end_object();
 }
 
-std::string_view marker_state(const PartitionEntry& partition) {
-  return partition.bad ? "missing" : "sound";
-}
+std::string_view marker_state(const PartitionEntry& partition) { return partition.bad ? "missing" : "sound"; }
 
 }  // namespace
 

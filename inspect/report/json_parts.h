@@ -3,7 +3,6 @@
 #include <span>
 #include <string_view>
 
-#include "cfi/container_facts.h"
 #include "inspect/records/object_manager_partition.h"
 #include "inspect/report/json_writer.h"
 #include "inspect/sections/filing_history.h"

@@ -131,9 +131,9 @@ void JsonWriter::end_array() {
   if (engine_) engine_->run([](auto& writer) { writer.EndArray(); });
 }
 void JsonWriter::key(std::string_view name) {
-  if (engine_) engine_->run([&](auto& writer) {
-    writer.Key(name.data(), static_cast<rapidjson::SizeType>(name.size()));
-  });
+  if (engine_)
+    engine_->run(
+        [&](auto& writer) { writer.Key(name.data(), static_cast<rapidjson::SizeType>(name.size())); });
 }
 void JsonWriter::null() {
   if (engine_) engine_->run([](auto& writer) { writer.Null(); });
@@ -151,9 +151,10 @@ void JsonWriter::unsigned_number(std::uint64_t number) {
 void JsonWriter::value(std::string_view text) {
   if (!engine_) return;
   if (sound_length(text) < text.size()) return value(std::string_view(replaced(text)));
-  if (engine_) engine_->run([&](auto& writer) {
-    writer.String(text.data() == nullptr ? "" : text.data(), static_cast<rapidjson::SizeType>(text.size()));
-  });
+  if (engine_)
+    engine_->run([&](auto& writer) {
+      writer.String(text.data() == nullptr ? "" : text.data(), static_cast<rapidjson::SizeType>(text.size()));
+    });
 }
 
 void JsonWriter::text_member(std::string_view name, std::string_view text) {

@@ -42,8 +42,7 @@ class JsonWriter {
   void value(const char* text) { value(std::string_view(text)); }
 
   template <std::integral Number>
-    requires(!std::same_as<Number, bool>)
-  void value(Number number) {
+  requires(!std::same_as<Number, bool>) void value(Number number) {
     if constexpr (std::signed_integral<Number>) {
       signed_number(number);
     } else {
