@@ -7,9 +7,9 @@
 
 namespace inspect {
 
-/// Hands JSON text on in a form that can stand inside an element of a page: '<', '>', '&', U+2028 and U+2029 become
-/// escapes of six characters. In JSON they occur inside strings only, where the escapes mean the same. A
-/// character may be split over two writes.
+/// Hands JSON text on in a form that can stand inside an element of a page: '<', '>', '&', U+2028 and U+2029
+/// become escapes of six characters. In JSON they occur inside strings only, where the escapes mean the same.
+/// A character may be split over two writes.
 class MarkupSafeJson final : public support::ByteSink {
  public:
   explicit MarkupSafeJson(support::ByteSink& out) : out_(out) {}

@@ -5,15 +5,15 @@
 
 namespace inspect {
 
-/// One self-contained HTML page that shows the documents of parts, for the eye: nothing is fetched, and no script
-/// or style runs but the page's own. Several documents get a table of files in front.
-/// The page is written as the documents come; it is whole after end(). Raises what the sink raises.
+/// One self-contained HTML page that shows the documents of parts, for the eye: nothing is fetched, and no
+/// script or style runs but the page's own. Several documents get a table of files in front. The page is
+/// written as the documents come; it is whole after end(). Raises what the sink raises.
 class PartPage {
  public:
   explicit PartPage(support::ByteSink& out);
 
-  /// Takes one document, a JSON object in UTF-8, until the next is asked for or the page ends. What a document
-  /// says cannot become markup.
+  /// Takes one document, a JSON object in UTF-8, until the next is asked for or the page ends. What a
+  /// document says cannot become markup.
   support::ByteSink& next_document();
 
   /// Ends the page; without documents it says so.

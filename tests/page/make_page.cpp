@@ -1,5 +1,5 @@
-// Writes a page of documents to standard output, for the test that opens it in a browser. The documents are handed over
-// byte by byte, as the least convenient writer would.
+// Writes a page of documents to standard output, for the test that opens it in a browser. The documents are
+// handed over byte by byte, as the least convenient writer would.
 //
 //   vrii_make_page FILE.json...
 

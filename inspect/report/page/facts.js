@@ -63,6 +63,14 @@ function facts(object, skipped = [], depth = 0) {
   return made;
 }
 
+// A value in one line where it fits: "expanded length 81,861 \u00b7 zlib status -5".
+function shortFacts(value) {
+  if (isScalar(value)) return [scalar(value)];
+  const members = Object.entries(value);
+  if (Array.isArray(value) || !members.every(([, one]) => isScalar(one))) return [fact("", value, 1)];
+  return members.flatMap(([member, one], at) => [`${at > 0 ? " \u00b7 " : ""}${label(member).toLowerCase()} `, scalar(one)]);
+}
+
 function objectTable(caption, rows, depth = 0) {
   const members = new Set();
   for (const row of rows.slice(0, 1000)) {

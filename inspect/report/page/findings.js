@@ -91,7 +91,7 @@ class Findings {
   card(finding, at) {
     const severity = severityOf(finding);
     const term = (title, ...content) => element("div", {}, element("dt", { text: title }), element("dd", {}, ...content));
-    const value = (member) => isScalar(finding[member]) ? scalar(finding[member]) : facts(finding[member], [], 1);
+    const value = (member) => shortFacts(finding[member]);
     const given = (member) => finding[member] !== null && finding[member] !== undefined && finding[member] !== "";
     const place = placeText(finding.where);
     const known = ["rule", "severity", "where", "message", "found", "expected", "caused_by", "effect", "advice"];
@@ -103,14 +103,14 @@ class Findings {
       element("h3", {}, name(finding.message ?? finding.rule ?? "")),
       element("dl", { class: "terms" },
         place !== "" && term("Where", name(place), this.stretches[at] !== null && [" ", this.link(at, "Show in the map")]),
-        given("found") && term("Found", value("found")),
-        given("expected") && term("Expected", value("expected")),
+        given("found") && term("Found", ...value("found")),
+        given("expected") && term("Expected", ...value("expected")),
         given("effect") && term("Effect", value("effect")),
         this.causes[at] >= 0 && term("Follows from", this.reference(this.causes[at]), " ", code(this.list[this.causes[at]].rule ?? "")),
-        this.causes[at] < 0 && given("caused_by") && term("Caused by", value("caused_by")),
+        this.causes[at] < 0 && given("caused_by") && term("Caused by", ...value("caused_by")),
         this.effects.has(at) && term("Explains", this.references(this.effects.get(at))),
         given("advice") && element("div", { class: "advice" }, element("dt", { text: "What to do" }), element("dd", {}, name(finding.advice))),
-        more.map((member) => term(label(member), value(member)))));
+        more.map((member) => term(label(member), ...value(member)))));
   }
 
   section() {

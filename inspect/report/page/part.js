@@ -97,7 +97,7 @@ function selectionPanel(context) {
       element("h3", {}, about === null ? name(inside ? ownerText(range.owner) : "not in the map")
         : [`Finding ${count(about + 1)}: `, name(findings.list[about].message ?? "")]),
       element("p", {}, `${byteSpan(start, end - start)} (${plural(end - start, "byte")}, ${percent(end - start, ranges.size)} of the file)`,
-        element("span", { class: "quiet", text: ` \u00b7 ${hex(start)}` }), stream !== null && [" \u00b7 ", name(stream)].map((one) => one)),
+        element("span", { class: "quiet", text: ` \u00b7 ${hex(start)}` }), stream !== null && [" \u00b7 ", name(stream)]),
       about !== null && inside ? element("p", {}, "In ", name(ownerText(range.owner)), ends(ranges, at, end)) : "",
       protection === null ? "" : element("p", {}, element("span", { class: `swatch by-${protection.name}`, "aria-hidden": "true" }),
         ` ${protection.title}: ${protection.meaning}.`, inside && range.fill ? ` Filled with 0x${visible(range.fill)}.` : ""),
@@ -129,7 +129,8 @@ function mapLegend(ranges) {
     kinds.map((kind, at) => sums[at] > 0 && element("li", {},
       element("span", { class: `swatch kind-${kind.name}`, "aria-hidden": "true" }), `${kind.title} `,
       element("span", { class: "quiet", text: percent(sums[at], ranges.size) }))),
-    element("li", {}, element("span", { class: "swatch by-failed", "aria-hidden": "true" }), "hatched: failed"),
+    ranges.protections.includes(protectionFailed)
+      && element("li", {}, element("span", { class: "swatch by-failed", "aria-hidden": "true" }), "hatched: failed"),
     element("li", {}, element("span", { class: "swatch pale", "aria-hidden": "true" }), "pale: no checksum"));
 }
 

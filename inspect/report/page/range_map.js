@@ -4,7 +4,7 @@
 const protections = [
   { name: "verified", title: "Verified", meaning: "under a checksum that agrees" },
   { name: "failed", title: "Failed", meaning: "under a checksum that does not agree" },
-  { name: "decoded", title: "Read", meaning: "read and plausible, but no checksum guards it" },
+  { name: "decoded", title: "Read", meaning: "understood and plausible, but no checksum guards it" },
   { name: "opaque", title: "Opaque", meaning: "not interpreted, and no checksum guards it" },
   { name: "unclaimed", title: "Unclaimed", meaning: "belongs to nothing that is known" },
 ];
@@ -39,7 +39,7 @@ function kindOf(range, solids) {
 
 // "partition 10.data" reads "partition 10 - data".
 function ownerText(owner) {
-  if (typeof owner !== "string" || owner === "") return "nothing known";
+  if (typeof owner !== "string" || owner === "") return "unclaimed bytes";
   if (owner.startsWith("stream ")) return visible(owner);
   return visible(owner).replace(".", " \u00b7 ").replaceAll("_", " ");
 }

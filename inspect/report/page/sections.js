@@ -50,7 +50,7 @@ function summarySection(report) {
     ["Unique part identifier", text(header.unique_part_identifier)],
     ["Marks", listOf(header.marks).length > 0 ? fact("marks", header.marks, 0) : null],
     ["Container", text(objectOf(report.container).kind)],
-    ["File size", size === null ? null : `${shortSize(size)} (${plural(size, "byte")})`],
+    ["File size", size === null ? null : `${shortSize(size)} (${plural(file.size, "byte")})`],
     ["File modified", text(file.modified)],
     ["SHA-256", file.sha256 ? code(file.sha256) : null],
   ]), Object.keys(header).length > 0 && lazyDetails("All facts of the header", () => facts(header)));

@@ -171,12 +171,9 @@ class Strip {
   drawLabel(at, left, right, middle) {
     const pen = this.pen;
     const inset = 6 * this.scale;
-    const text = ownerText(this.map.ranges[at].owner);
+    const text = this.fitting(ownerText(this.map.ranges[at].owner), right - left - 2 * inset);
+    if (text === "") return;
     const width = pen.measureText(text).width;
-    pen.save();
-    pen.beginPath();
-    pen.rect(left, 0, right - left - inset, this.height);
-    pen.clip();
     const protection = this.map.protections[at];
     if (protection === protectionFailed) {
       pen.fillStyle = this.palette.ground;
@@ -184,7 +181,14 @@ class Strip {
     }
     pen.fillStyle = protection === 0 ? this.palette.paper : this.palette.ink;
     pen.fillText(text, left + inset, middle);
-    pen.restore();
+  }
+
+  // What of a text has room; nothing when that would be too little to be understood.
+  fitting(text, room) {
+    const width = this.pen.measureText(text).width;
+    if (width <= room) return text;
+    const kept = Math.floor((text.length * room) / width) - 1;
+    return kept < 8 ? "" : `${text.slice(0, kept)}\u2026`;
   }
 
   // Offsets under the strip, at round numbers.
