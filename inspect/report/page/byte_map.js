@@ -1,37 +1,42 @@
-// The picture of the file: one strip for all of it, one for the part that is looked at, and what is selected there.
+// The picture of the file: one strip for all of it, one for the part that is looked at, and what is selected
+// there.
 
-const closestView = 16; // bytes across the strip
+const closestView = 16;  // bytes across the strip
 
 class ByteMap {
   constructor(map, findings, onSelect) {
     this.map = map;
-    this.findings = findings; // placed ones: {start, length, severity, number}
+    this.findings = findings;  // placed ones: {start, length, severity, number}
     this.onSelect = onSelect;
     this.from = 0;
     this.to = map.size;
-    this.selected = null; // {start, end}
-    this.current = -1; // the range that the keys move from
-    this.overview = element("canvas", { class: "strip overview", "aria-hidden": "true" });
-    this.detail = element("canvas", {
-      class: "strip detail", tabindex: "0", role: "application", "aria-roledescription": "byte map",
-      "aria-label": "Byte map of the file. Arrow keys step through the ranges, plus and minus zoom, "
-        + "0 shows the whole file, D steps through the findings.",
+    this.selected = null;  // {start, end}
+    this.current = -1;     // the range that the keys move from
+    this.overview = element('canvas', {class: 'strip overview', 'aria-hidden': 'true'});
+    this.detail = element('canvas', {
+      class: 'strip detail',
+      tabindex: '0',
+      role: 'application',
+      'aria-roledescription': 'byte map',
+      'aria-label': 'Byte map of the file. Arrow keys step through the ranges, plus and minus zoom, ' +
+          '0 shows the whole file, D steps through the findings.',
     });
-    this.tip = element("div", { class: "tip", hidden: true, "aria-hidden": "true" });
+    this.tip = element('div', {class: 'tip', hidden: true, 'aria-hidden': 'true'});
     this.whole = new Strip(this.overview, map);
     this.zoomed = new Strip(this.detail, map);
     this.listen();
   }
 
   buttons() {
-    const button = (text, title, act) => element("button", { type: "button", title, text, onclick: act });
+    const button = (text, title, act) => element('button', {type: 'button', title, text, onclick: act});
     const marks = this.findings.length > 0;
-    return element("div", { class: "tools", role: "group", "aria-label": "Zoom of the map" },
-      button("Whole file", "Show the whole file (0)", () => this.show(0, this.map.size)),
-      button("Zoom in", "Zoom in (+)", () => this.zoom(0.4)),
-      button("Zoom out", "Zoom out (-)", () => this.zoom(2.5)),
-      marks && button("Previous finding", "Previous finding (shift D)", () => this.stepFinding(-1)),
-      marks && button("Next finding", "Next finding (D)", () => this.stepFinding(1)));
+    return element(
+        'div', {class: 'tools', role: 'group', 'aria-label': 'Zoom of the map'},
+        button('Whole file', 'Show the whole file (0)', () => this.show(0, this.map.size)),
+        button('Zoom in', 'Zoom in (+)', () => this.zoom(0.4)),
+        button('Zoom out', 'Zoom out (-)', () => this.zoom(2.5)),
+        marks && button('Previous finding', 'Previous finding (shift D)', () => this.stepFinding(-1)),
+        marks && button('Next finding', 'Next finding (D)', () => this.stepFinding(1)));
   }
 
   show(from, to) {
@@ -62,7 +67,7 @@ class ByteMap {
   }
 
   select(start, end, about) {
-    this.selected = { start, end };
+    this.selected = {start, end};
     this.current = this.map.indexAt(start);
     this.onSelect(start, end, about);
     this.draw();
@@ -100,14 +105,17 @@ class ByteMap {
   }
 
   listen() {
-    this.detail.addEventListener("keydown", (event) => this.onKey(event));
-    this.detail.addEventListener("dblclick", (event) => this.zoom(0.25, this.byteAt(this.detail, event, this.from, this.to)));
-    this.detail.addEventListener("wheel", (event) => this.onWheel(event), { passive: false });
+    this.detail.addEventListener('keydown', (event) => this.onKey(event));
+    this.detail.addEventListener(
+        'dblclick', (event) => this.zoom(0.25, this.byteAt(this.detail, event, this.from, this.to)));
+    this.detail.addEventListener('wheel', (event) => this.onWheel(event), {passive: false});
     this.dragging(this.detail, (moved) => this.onPan(moved), (event) => this.onPick(event));
     this.dragging(this.overview, (moved) => this.onSweep(moved), (event) => this.onJump(event));
     for (const [canvas, whole] of [[this.detail, false], [this.overview, true]]) {
-      canvas.addEventListener("pointermove", (event) => this.showTip(canvas, event, whole));
-      canvas.addEventListener("pointerleave", () => { this.tip.hidden = true; });
+      canvas.addEventListener('pointermove', (event) => this.showTip(canvas, event, whole));
+      canvas.addEventListener('pointerleave', () => {
+        this.tip.hidden = true;
+      });
     }
     new ResizeObserver(() => this.draw()).observe(this.detail);
   }
@@ -121,21 +129,23 @@ class ByteMap {
   // Tells a click from a drag; `onDrag` gets where it began and where it is, in pixels and at which view.
   dragging(canvas, onDrag, onClick) {
     let start = null;
-    canvas.addEventListener("pointerdown", (event) => {
+    canvas.addEventListener('pointerdown', (event) => {
       if (event.button !== 0) return;
-      start = { x: event.clientX, from: this.from, to: this.to, first: event, moved: false };
+      start = {x: event.clientX, from: this.from, to: this.to, first: event, moved: false};
       canvas.setPointerCapture(event.pointerId);
     });
-    canvas.addEventListener("pointermove", (event) => {
+    canvas.addEventListener('pointermove', (event) => {
       if (start === null) return;
       start.moved = start.moved || Math.abs(event.clientX - start.x) > 4;
-      if (start.moved) onDrag({ ...start, last: event });
+      if (start.moved) onDrag({...start, last: event});
     });
-    canvas.addEventListener("pointerup", (event) => {
+    canvas.addEventListener('pointerup', (event) => {
       if (start !== null && !start.moved) onClick(event);
       start = null;
     });
-    canvas.addEventListener("pointercancel", () => { start = null; });
+    canvas.addEventListener('pointercancel', () => {
+      start = null;
+    });
   }
 
   onPan(moved) {
@@ -178,10 +188,10 @@ class ByteMap {
       ArrowLeft: () => (event.shiftKey ? this.pan(-span / 5) : this.selectRange(this.current - 1)),
       Home: () => this.selectRange(0),
       End: () => this.selectRange(this.map.ends.length - 1),
-      "+": () => this.zoom(0.4),
-      "=": () => this.zoom(0.4),
-      "-": () => this.zoom(2.5),
-      "0": () => this.show(0, this.map.size),
+      '+': () => this.zoom(0.4),
+      '=': () => this.zoom(0.4),
+      '-': () => this.zoom(2.5),
+      '0': () => this.show(0, this.map.size),
       Enter: () => this.selected && this.zoomTo(this.selected.start, this.selected.end - this.selected.start),
       d: () => this.stepFinding(1),
       D: () => this.stepFinding(-1),
@@ -192,14 +202,17 @@ class ByteMap {
   }
 
   showTip(canvas, event, whole) {
-    const byte = Math.floor(whole ? this.byteAt(canvas, event, 0, this.map.size) : this.byteAt(canvas, event, this.from, this.to));
+    const byte = Math.floor(
+        whole ? this.byteAt(canvas, event, 0, this.map.size) :
+                this.byteAt(canvas, event, this.from, this.to));
     const at = this.map.indexAt(byte);
     const range = this.map.ranges[at];
     if (range === undefined || this.map.starts[at] > byte) {
       this.tip.hidden = true;
       return;
     }
-    this.tip.textContent = `${ownerText(range.owner)} \u2013 ${protections[this.map.protections[at]].title.toLowerCase()}`;
+    this.tip.textContent =
+        `${ownerText(range.owner)} \u2013 ${protections[this.map.protections[at]].title.toLowerCase()}`;
     this.tip.hidden = false;
     const box = this.tip.parentElement.getBoundingClientRect();
     const left = Math.min(event.clientX - box.left + 12, box.width - this.tip.offsetWidth - 4);
@@ -251,11 +264,16 @@ class ByteMap {
     strip.drawAxis(top + height);
   }
 
-  // Errors are drawn last, so that a note never covers one.
+  // Errors are drawn last, so that a note never covers one; marks that would look the same are drawn once.
   drawMarks(strip, height) {
-    for (const severity of ["note", "warning", "error"]) {
+    for (const severity of ['note', 'warning', 'error']) {
+      const drawn = new Set();
       for (const one of this.findings) {
-        if (one.severity === severity) strip.drawMark(one.start, one.length, this.palette.severities[severity], 0, height);
+        if (one.severity !== severity) continue;
+        const look = `${Math.round(strip.xOf(one.start))} ${Math.round(strip.xOf(one.start + one.length))}`;
+        if (drawn.has(look)) continue;
+        drawn.add(look);
+        strip.drawMark(one.start, one.length, this.palette.severities[severity], 0, height);
       }
     }
   }

@@ -1,53 +1,55 @@
-// Who owns each byte of a file: the document's map as flat arrays, so that a hundred thousand ranges are gone through
-// in a few milliseconds.
+// Who owns each byte of a file: the document's map as flat arrays, so that a hundred thousand ranges are gone
+// through in a few milliseconds.
 
 const protections = [
-  { name: "verified", title: "Verified", meaning: "under a checksum that agrees" },
-  { name: "failed", title: "Failed", meaning: "under a checksum that does not agree" },
-  { name: "decoded", title: "Read", meaning: "understood and plausible, but no checksum guards it" },
-  { name: "opaque", title: "Opaque", meaning: "not interpreted, and no checksum guards it" },
-  { name: "unclaimed", title: "Unclaimed", meaning: "belongs to nothing that is known" },
+  {name: 'verified', title: 'Verified', meaning: 'under a checksum that agrees'},
+  {name: 'failed', title: 'Failed', meaning: 'under a checksum that does not agree'},
+  {name: 'decoded', title: 'Read', meaning: 'understood and plausible, but no checksum guards it'},
+  {name: 'opaque', title: 'Opaque', meaning: 'not interpreted, and no checksum guards it'},
+  {name: 'unclaimed', title: 'Unclaimed', meaning: 'belongs to nothing that is known'},
 ];
 const protectionFailed = 1;
 const protectionUnclaimed = 4;
 
 const kinds = [
-  { name: "container", title: "Container" },
-  { name: "part", title: "Part header and index" },
-  { name: "objects", title: "Object data" },
-  { name: "solids", title: "Solids" },
-  { name: "jt", title: "JT" },
-  { name: "streams", title: "Other streams" },
-  { name: "unclaimed", title: "Unclaimed" },
+  {name: 'container', title: 'Container'},
+  {name: 'part', title: 'Part header and index'},
+  {name: 'objects', title: 'Object data'},
+  {name: 'solids', title: 'Solids'},
+  {name: 'jt', title: 'JT'},
+  {name: 'streams', title: 'Other streams'},
+  {name: 'unclaimed', title: 'Unclaimed'},
 ];
 const kindUnclaimed = 6;
 
 function partitionOf(owner) {
-  const found = /^partition (-?\d+)/.exec(owner || "");
+  const found = /^partition (-?\d+)/.exec(owner || '');
   return found ? Number(found[1]) : null;
 }
 
 function kindOf(range, solids) {
   const owner = range.owner;
-  if (typeof owner !== "string" || owner === "" || range.protection === "unclaimed") return kindUnclaimed;
+  if (typeof owner !== 'string' || owner === '' || range.protection === 'unclaimed') return kindUnclaimed;
   const partition = partitionOf(owner);
   if (partition !== null) return solids.has(partition) ? 3 : 2;
-  if (owner.startsWith("part.")) return 1;
+  if (owner.startsWith('part.')) return 1;
   if (/(^|[ /.])(Display)?JT\b/.test(owner)) return 4;
-  return owner.startsWith("stream ") ? 5 : 0;
+  return owner.startsWith('stream ') ? 5 : 0;
 }
 
 // "partition 10.data" reads "partition 10 - data".
 function ownerText(owner) {
-  if (typeof owner !== "string" || owner === "") return "unclaimed bytes";
-  if (owner.startsWith("stream ")) return visible(owner);
-  return visible(owner).replace(".", " \u00b7 ").replaceAll("_", " ");
+  if (typeof owner !== 'string' || owner === '') return 'unclaimed bytes';
+  if (owner.startsWith('stream ')) return visible(owner);
+  return visible(owner).replace('.', ' \u00b7 ').replaceAll('_', ' ');
 }
 
 function fileSizeOf(report, ranges) {
   const last = ranges.length > 0 ? ranges[ranges.length - 1] : null;
-  const sizes = [objectOf(report.file).size, objectOf(report.bytes).total,
-    last === null ? null : numberOf(last.offset) + numberOf(last.length)];
+  const sizes = [
+    objectOf(report.file).size, objectOf(report.bytes).total,
+    last === null ? null : numberOf(last.offset) + numberOf(last.length)
+  ];
   return Math.max(0, ...sizes.map(numberOf).filter((size) => size !== null));
 }
 
@@ -55,12 +57,14 @@ class RangeMap {
   constructor(report) {
     const listed = listOf(objectOf(report.bytes).map);
     this.known = listed.length > 0;
-    this.ranges = listed.filter((range) => isObject(range) && numberOf(range.offset) !== null && numberOf(range.length) > 0);
+    this.ranges = listed.filter(
+        (range) => isObject(range) && numberOf(range.offset) !== null && numberOf(range.length) > 0);
     if (this.ranges.some((range, at) => at > 0 && range.offset < this.ranges[at - 1].offset)) {
       this.ranges.sort((left, right) => left.offset - right.offset);
     }
     this.size = fileSizeOf(report, this.ranges);
-    const solids = new Set(listOf(report.partitions).filter((one) => isObject(one) && isObject(one.solid)).map((one) => one.id));
+    const solids = new Set(
+        listOf(report.partitions).filter((one) => isObject(one) && isObject(one.solid)).map((one) => one.id));
     const many = this.ranges.length;
     this.starts = new Float64Array(many);
     this.ends = new Float64Array(many);
@@ -80,8 +84,10 @@ class RangeMap {
     let high = this.ends.length;
     while (low < high) {
       const middle = (low + high) >>> 1;
-      if (this.ends[middle] > byte) high = middle;
-      else low = middle + 1;
+      if (this.ends[middle] > byte)
+        high = middle;
+      else
+        low = middle + 1;
     }
     return low;
   }

@@ -4,22 +4,33 @@
 // Integers that a double cannot hold are kept as texts of their digits, where the browser gives their source.
 function parseDocument(text) {
   try {
-    const parsed = /[:[,]\s*-?\d{16,}/.test(text)
-      ? JSON.parse(text, (member, value, context) => (typeof value === "number" && Number.isInteger(value)
-        && !Number.isSafeInteger(value) && context !== undefined ? context.source : value))
-      : JSON.parse(text);
+    const parsed = /[:[,]\s*-?\d{16,}/.test(text) ?
+        JSON.parse(
+            text,
+            (member, value, context) =>
+                (typeof value === 'number' && Number.isInteger(value) && !Number.isSafeInteger(value) &&
+                         context !== undefined ?
+                     context.source :
+                     value)) :
+        JSON.parse(text);
     if (isObject(parsed)) return parsed;
   } catch (error) {
-    return { verdict: "unreadable", findings: [{ rule: "page.document", severity: "error",
-      message: `a document in this page cannot be read: ${error.message}` }] };
+    return {
+      verdict: 'unreadable',
+      findings: [{
+        rule: 'page.document',
+        severity: 'error',
+        message: `a document in this page cannot be read: ${error.message}`
+      }]
+    };
   }
-  return { verdict: "unreadable", findings: [] };
+  return {verdict: 'unreadable', findings: []};
 }
 
-const page = document.getElementById("page");
+const page = document.getElementById('page');
 const texts = [...document.querySelectorAll('script[type="application/json"]')];
-let files = null; // the table, with several documents
-let shownPart = 0; // 0: the table
+let files = null;   // the table, with several documents
+let shownPart = 0;  // 0: the table
 let view = null;
 
 function documentAt(number) {
@@ -35,9 +46,10 @@ function showView(made) {
 
 function showPart(number, report) {
   shownPart = number;
-  showView(new PartView(report, texts.length > 1 ? `part-${number}/` : ""));
+  showView(new PartView(report, texts.length > 1 ? `part-${number}/` : ''));
   if (texts.length > 1) {
-    view.content.querySelector(".masthead").prepend(element("a", { href: "#", class: "back", onclick: followRoute, text: "All files" }));
+    view.content.querySelector('.masthead')
+        .prepend(element('a', {href: '#', class: 'back', onclick: followRoute, text: 'All files'}));
   }
 }
 
@@ -58,14 +70,14 @@ function followAddress(first) {
   if (turned && part > 0) showPart(part, documentAt(part));
   if (turned && !first) {
     window.scrollTo(0, 0);
-    document.getElementById("title").focus({ preventScroll: true });
+    document.getElementById('title').focus({preventScroll: true});
   }
   if (part > 0 && found !== null && found[2] !== undefined) view.showFinding(Number(found[2]));
 }
 
 // A link to where the address already points leads there all the same.
 function followRoute(event) {
-  if (event.currentTarget.getAttribute("href") === (window.location.hash || "#")) {
+  if (event.currentTarget.getAttribute('href') === (window.location.hash || '#')) {
     event.preventDefault();
     followAddress(false);
   }
@@ -73,27 +85,27 @@ function followRoute(event) {
 
 function watchColours() {
   const redraw = () => view.redraw();
-  window.matchMedia("(prefers-color-scheme: dark)").addEventListener("change", redraw);
+  window.matchMedia('(prefers-color-scheme: dark)').addEventListener('change', redraw);
   // Paper is light whatever the screen is.
-  window.addEventListener("beforeprint", () => {
-    document.documentElement.dataset.theme = "light";
+  window.addEventListener('beforeprint', () => {
+    document.documentElement.dataset.theme = 'light';
     redraw();
   });
-  window.addEventListener("afterprint", () => {
+  window.addEventListener('afterprint', () => {
     delete document.documentElement.dataset.theme;
     redraw();
   });
 }
 
-document.getElementById("skip").addEventListener("click", (event) => {
+document.getElementById('skip').addEventListener('click', (event) => {
   event.preventDefault();
-  goTo(document.getElementById("main"));
+  goTo(document.getElementById('main'));
 });
 
 if (texts.length === 0) {
-  document.getElementById("waiting").textContent = "This page carries no document.";
+  document.getElementById('waiting').textContent = 'This page carries no document.';
 } else {
   followAddress(true);
-  window.addEventListener("hashchange", () => followAddress(false));
+  window.addEventListener('hashchange', () => followAddress(false));
   watchColours();
 }

@@ -1,29 +1,29 @@
-// Drawing a stretch of the file on a canvas. Ranges narrower than a pixel are weighed up: the pixel shows what most
-// of its bytes are, but never hides a failed one.
+// Drawing a stretch of the file on a canvas. Ranges narrower than a pixel are weighed up: the pixel shows
+// what most of its bytes are, but never hides a failed one.
 
 class Palette {
   constructor() {
     const style = getComputedStyle(document.documentElement);
     const colour = (token) => style.getPropertyValue(token).trim();
     this.kinds = kinds.map((kind) => colour(`--kind-${kind.name}`));
-    this.ground = colour("--map-ground");
-    this.ink = colour("--ink");
-    this.quiet = colour("--quiet");
-    this.failed = colour("--failed");
-    this.accent = colour("--accent");
-    this.paper = colour("--paper");
-    this.severities = { error: colour("--failed"), warning: colour("--suspect"), note: colour("--note") };
+    this.ground = colour('--map-ground');
+    this.ink = colour('--ink');
+    this.quiet = colour('--quiet');
+    this.failed = colour('--failed');
+    this.accent = colour('--accent');
+    this.paper = colour('--paper');
+    this.severities = {error: colour('--failed'), warning: colour('--suspect'), note: colour('--note')};
     this.hatches = this.kinds.map((kind) => this.hatch(kind));
-    this.font = colour("--sans");
+    this.font = colour('--sans');
   }
 
   // Failed bytes keep a breath of their owner's colour under the strokes.
   hatch(kind) {
-    const tile = document.createElement("canvas");
+    const tile = document.createElement('canvas');
     const scale = window.devicePixelRatio || 1;
     const side = Math.round(7 * scale);
     tile.width = tile.height = side;
-    const pen = tile.getContext("2d");
+    const pen = tile.getContext('2d');
     pen.fillStyle = this.ground;
     pen.fillRect(0, 0, side, side);
     pen.globalAlpha = 0.28;
@@ -38,11 +38,11 @@ class Palette {
       pen.lineTo(shift + side + 1, -1);
       pen.stroke();
     }
-    return pen.createPattern(tile, "repeat");
+    return pen.createPattern(tile, 'repeat');
   }
 }
 
-const strengths = [1, 1, 0.34, 0.16, 0]; // of the owner's colour, by protection
+const strengths = [1, 1, 0.34, 0.16, 0];  // of the owner's colour, by protection
 
 class Strip {
   constructor(canvas, map) {
@@ -64,7 +64,7 @@ class Strip {
     this.from = from;
     this.perPixel = Math.max((to - from) / this.width, Number.MIN_VALUE);
     this.to = to;
-    this.pen = this.canvas.getContext("2d");
+    this.pen = this.canvas.getContext('2d');
     this.pen.clearRect(0, 0, this.width, this.height);
   }
 
@@ -128,7 +128,8 @@ class Strip {
     this.fill(Math.floor(style / protections.length), style % protections.length, column, width, top, height);
   }
 
-  // A bracket over a stretch of bytes: a bar as long as the stretch, and a point that is seen when it is short.
+  // A bracket over a stretch of bytes: a bar as long as the stretch, and a point that is seen when it is
+  // short.
   drawMark(start, length, colour, top, height) {
     const left = Math.max(-8, this.xOf(start));
     const right = Math.max(left, Math.min(this.width + 8, this.xOf(start + length)));
@@ -158,7 +159,7 @@ class Strip {
     const pen = this.pen;
     const map = this.map;
     pen.font = `${12 * this.scale}px ${this.palette.font}`;
-    pen.textBaseline = "middle";
+    pen.textBaseline = 'middle';
     const room = 44 * this.scale;
     for (let at = map.indexAt(this.from); at < map.ends.length && map.starts[at] < this.to; ++at) {
       const left = Math.max(0, this.xOf(map.starts[at]));
@@ -172,12 +173,13 @@ class Strip {
     const pen = this.pen;
     const inset = 6 * this.scale;
     const text = this.fitting(ownerText(this.map.ranges[at].owner), right - left - 2 * inset);
-    if (text === "") return;
+    if (text === '') return;
     const width = pen.measureText(text).width;
     const protection = this.map.protections[at];
     if (protection === protectionFailed) {
       pen.fillStyle = this.palette.ground;
-      pen.fillRect(left + inset - 3 * this.scale, middle - 9 * this.scale, width + 6 * this.scale, 18 * this.scale);
+      pen.fillRect(
+          left + inset - 3 * this.scale, middle - 9 * this.scale, width + 6 * this.scale, 18 * this.scale);
     }
     pen.fillStyle = protection === 0 ? this.palette.paper : this.palette.ink;
     pen.fillText(text, left + inset, middle);
@@ -188,18 +190,22 @@ class Strip {
     const width = this.pen.measureText(text).width;
     if (width <= room) return text;
     const kept = Math.floor((text.length * room) / width) - 1;
-    return kept < 8 ? "" : `${text.slice(0, kept)}\u2026`;
+    return kept < 8 ? '' : `${text.slice(0, kept)}\u2026`;
   }
 
   // Offsets under the strip, at round numbers.
   drawAxis(top) {
     const pen = this.pen;
     pen.font = `${11 * this.scale}px ${this.palette.font}`;
-    pen.textBaseline = "top";
-    pen.textAlign = "center";
+    pen.textBaseline = 'top';
+    pen.textAlign = 'center';
     const least = this.perPixel * 110 * this.scale;
     let step = Math.pow(10, Math.ceil(Math.log10(Math.max(1, least))));
-    for (const part of [5, 2]) if (step / part >= least && step / part >= 1) { step /= part; break; }
+    for (const part of [5, 2])
+      if (step / part >= least && step / part >= 1) {
+        step /= part;
+        break;
+      }
     const half = 34 * this.scale;
     for (let byte = Math.ceil(this.from / step) * step; byte <= this.to; byte += step) {
       const x = this.xOf(byte);
@@ -207,6 +213,6 @@ class Strip {
       pen.fillRect(Math.round(x), top, this.scale, 5 * this.scale);
       if (x > half && x < this.width - half) pen.fillText(count(byte), x, top + 8 * this.scale);
     }
-    pen.textAlign = "start";
+    pen.textAlign = 'start';
   }
 }
