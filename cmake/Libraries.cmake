@@ -29,3 +29,8 @@ if(VRII_ISAL)
     message(STATUS "libisal-dev is not installed: zlib alone expands")
   endif()
 endif()
+
+# CLI11 is headers alone, and not held against the warnings of this house.
+find_path(vrii_cli11_INCLUDE CLI/CLI.hpp REQUIRED)
+add_library(vrii_cli11 INTERFACE)
+target_include_directories(vrii_cli11 SYSTEM INTERFACE "${vrii_cli11_INCLUDE}")
