@@ -3,9 +3,11 @@
 # whenever it is built.
 set(root ${CPACK_TEMPORARY_INSTALL_DIRECTORY})
 set(share ${root}${CPACK_PACKAGING_INSTALL_PREFIX}/share)
-execute_process(COMMAND gzip -9n ${share}/man/man1/vr_inspect.1 ${share}/doc/vr-inspect/changelog
+file(GLOB manual_pages ${share}/man/man1/*.1)
+file(GLOB programs ${root}${CPACK_PACKAGING_INSTALL_PREFIX}/bin/*)
+execute_process(COMMAND gzip -9n ${manual_pages} ${share}/doc/vr-inspect/changelog
                 COMMAND_ERROR_IS_FATAL ANY)
-execute_process(COMMAND strip --remove-section=.comment ${root}${CPACK_PACKAGING_INSTALL_PREFIX}/bin/vr_inspect
+execute_process(COMMAND strip --remove-section=.comment ${programs}
                 COMMAND_ERROR_IS_FATAL ANY)
 if(DEFINED ENV{SOURCE_DATE_EPOCH})
   execute_process(COMMAND find ${root} -exec touch -h -d @$ENV{SOURCE_DATE_EPOCH} {} +

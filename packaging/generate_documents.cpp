@@ -1,204 +1,21 @@
-// Writes the manual page and the completions of bash, zsh and fish from the table of switches that the
-// command line is parsed with, so that none of them can lag behind the program.
+// Writes the manual pages and the completions of bash, zsh and fish from the tables that the command lines
+// are parsed with, so that none of them can lag behind its program.
 
-#include <algorithm>
 #include <cstdio>
-#include <memory>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <vector>
 
-#include "inspect/options.h"
-#include "support/output_file.h"
-#include "support/program.h"
-#include "support/text_format.h"
-
-namespace {
-
-using inspect::CommandSwitch;
-
-std::optional<std::string> read_text(const char* name) {
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(name, "rb"), std::fclose);
-  if (!file) return std::nullopt;
-  std::string text;
-  char piece[4096];
-  while (const std::size_t count = std::fread(piece, 1, sizeof piece, file.get())) text.append(piece, count);
-  if (std::ferror(file.get()) != 0) return std::nullopt;
-  return text;
-}
-
-bool write_text(const std::string& name, std::string_view text) {
-  support::OutputFile file;
-  return file.open(name) && file.write(text.data(), text.size()) && file.close();
-}
-
-void replace_all(std::string& text, std::string_view what, std::string_view with) {
-  for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size())) {
-    text.replace(at, what.size(), with);
-  }
-}
-
-/// Puts a backslash before every character of `special`.
-std::string escape(std::string_view text, std::string_view special) {
-  std::string escaped;
-  for (const char c : text) {
-    if (special.find(c) != std::string_view::npos) escaped += '\\';
-    escaped += c;
-  }
-  return escaped;
-}
-
-/// Ends lines at blanks, so that none is longer than a manual page's source should have it.
-std::string wrapped(const std::string& text) {
-  constexpr std::size_t kLongest = 80;
-  std::string lines;
-  std::size_t start = 0;
-  while (text.size() - start > kLongest) {
-    const std::size_t blank = text.rfind(' ', start + kLongest);
-    if (blank == std::string::npos || blank <= start) break;
-    lines += text.substr(start, blank - start) + "\n";
-    start = blank + 1;
-  }
-  return lines + text.substr(start);
-}
-
-/// The names between "<" and ">".
-std::vector<std::string> argument_names(const CommandSwitch& one) {
-  std::vector<std::string> names;
-  const std::string_view text = one.arguments;
-  for (std::size_t open = text.find('<'); open != std::string_view::npos; open = text.find('<', open)) {
-    const std::size_t close = text.find('>', open);
-    names.emplace_back(text.substr(open + 1, close - open - 1));
-    open = close;
-  }
-  return names;
-}
-
-/// What each word behind a switch is, to its last: the part that it is asked of, the output, or what no file
-/// is. Behind most switches further switches may follow; behind the two extractions nothing but file names.
-std::vector<std::string> words_behind(const CommandSwitch& one) {
-  std::vector<std::string> kinds = argument_names(one);
-  for (std::string& kind : kinds) kind = kind == "filename" ? "output" : "other";
-  const std::string_view name = one.name;
-  if (name == "-extract" || name == "-extract_all") {
-    kinds.insert(kinds.end(), {"part", "output", "other"});
-  } else if (!kinds.empty()) {
-    kinds.emplace_back("switch");
-  }
-  return kinds;
-}
-
-std::string manual_switches(const std::vector<CommandSwitch>& switches) {
-  std::string text;
-  for (const CommandSwitch& one : switches) {
-    text += ".TP\n.B " + escape(one.name, "\\-");
-    for (const std::string& name : argument_names(one)) text += " \\fI" + escape(name, "\\-") + "\\fR";
-    text += "\n" + wrapped(escape(one.description, "\\-")) + "\n";
-  }
-  return text;
-}
-
-std::string join(const std::vector<std::string>& words) {
-  std::string text;
-  for (const std::string& word : words) {
-    if (!text.empty()) text += ' ';
-    text += word;
-  }
-  return text;
-}
-
-/// One case of a shell's `switch` for each switch that words belong to.
-std::string cases(const std::vector<CommandSwitch>& switches, const char* format) {
-  std::string text;
-  for (const CommandSwitch& one : switches) {
-    const std::vector<std::string> kinds = words_behind(one);
-    if (kinds.empty()) continue;
-    std::string row = format;
-    replace_all(row, "@NAME@", one.name);
-    replace_all(row, "@KINDS@", join(kinds));
-    text += row;
-  }
-  return text;
-}
-
-void fill_bash(std::string& text, const std::vector<CommandSwitch>& switches) {
-  std::vector<std::string> names(switches.size());
-  std::ranges::transform(switches, names.begin(), &CommandSwitch::name);
-  replace_all(text, "@EXPECTED@\n", cases(switches, "        @NAME@) expected=(@KINDS@) ;;\n"));
-  replace_all(text, "@SWITCHES@", join(names));
-}
-
-void fill_zsh(std::string& text, const std::vector<CommandSwitch>& switches) {
-  std::string rules;
-  for (const CommandSwitch& one : switches) {
-    std::string rule = std::string(one.name) + "[" + escape(one.description, "\\[]:") + "]";
-    const std::vector<std::string> kinds = words_behind(one);
-    // An extraction is the last switch, and says itself what may follow.
-    if (!kinds.empty() && kinds.back() == "other") rule.insert(0, "(- *)");
-    const std::vector<std::string> names = argument_names(one);
-    for (std::size_t i = 0; i + 1 < kinds.size(); ++i) {
-      const std::string name = i < names.size() ? names[i] : kinds[i];
-      const char* separator = i < names.size() || kinds[i] == "part" ? ":" : "::";
-      const char* action = kinds[i] == "part"     ? ":_files"
-                           : kinds[i] == "output" ? ":_files -F \"*.(#i)prt\""
-                                                  : ": ";
-      rule += separator + name + action;
-    }
-    replace_all(rule, "'", "'\\''");
-    rules += "  '" + rule + "' \\\n";
-  }
-  replace_all(text, "@SWITCHES@\n", rules);
-}
-
-void fill_fish(std::string& text, const std::vector<CommandSwitch>& switches) {
-  std::string rules;
-  for (const CommandSwitch& one : switches) {
-    rules += support::format_text("complete -c vr_inspect -n '__vr_inspect_expects switch' -o %s -d '%s'\n",
-                                  one.name + 1, escape(one.description, "\\'").c_str());
-  }
-  replace_all(text, "@EXPECTED@\n",
-              cases(switches, "                case @NAME@\n                    set expected @KINDS@\n"));
-  replace_all(text, "@SWITCHES@\n", rules);
-}
-
-/// Writes what the template becomes; says so when that fails.
-template <typename Fill>
-bool generate(const std::string& source, const std::string& target, Fill fill) {
-  std::optional<std::string> text = read_text(source.c_str());
-  if (text) {
-    fill(*text);
-    if (write_text(target, *text)) return true;
-  }
-  std::fprintf(stderr, "generate_documents: cannot make %s of %s\n", target.c_str(), source.c_str());
-  return false;
-}
-
-}  // namespace
+#include "packaging/inspect_documents.h"
+#include "packaging/program_documents.h"
+#include "packaging/templates.h"
+#include "reporting/report_options.h"
 
 int main(int argument_count, char** arguments) {
   if (argument_count != 4) {
     std::fprintf(stderr, "usage: generate_documents <folder of templates> <date> <folder>\n");
     return 1;
   }
-  const std::string templates = std::string(arguments[1]) + "/vr_inspect";
-  const char* const date = arguments[2];
-  const std::string folder = arguments[3];
-  const auto table = inspect::command_switches();
-  std::vector<CommandSwitch> switches(table.begin(), table.end());
-  std::ranges::sort(switches, {}, [](const CommandSwitch& one) { return std::string_view(one.name); });
-
-  const auto fill_manual = [&](std::string& text) {
-    replace_all(text, "@SWITCHES@\n", manual_switches(switches));
-    replace_all(text, "@VERSION@", support::kVersionText);
-    replace_all(text, "@DATE@", date);
-  };
-  const bool written = generate(templates + ".1.in", folder + "/vr_inspect.1", fill_manual) &&
-                       generate(templates + ".bash.in", folder + "/vr_inspect",
-                                [&](std::string& text) { fill_bash(text, switches); }) &&
-                       generate(templates + ".zsh.in", folder + "/_vr_inspect",
-                                [&](std::string& text) { fill_zsh(text, switches); }) &&
-                       generate(templates + ".fish.in", folder + "/vr_inspect.fish",
-                                [&](std::string& text) { fill_fish(text, switches); });
+  const packaging::Templates templates = {arguments[1], arguments[2], arguments[3]};
+  const bool written =
+      packaging::generate_inspect_documents(templates) &&
+      packaging::generate_program_documents(templates, "vr_report", reporting::report_options());
   return written ? 0 : 1;
 }

@@ -88,7 +88,7 @@ constexpr std::array kRules = {
          "Write one JSON document, or an array when not exactly one file is named (json, the default); one "
          "document a line (jsonl); or one HTML page (html)."},
         set_format},
-    OptionRule{{"output", 'o', Value::file, "FILE",
+    OptionRule{{"output", 'o', Value::output, "FILE",
                 "Write to FILE, which is whole or absent, instead of standard output. A part is never "
                 "written over."},
                [](ReportOptions& o, const std::string& value) { o.output = value; }},

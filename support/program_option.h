@@ -10,7 +10,13 @@ namespace support {
 /// One option of a program of the GNU kind. The same row feeds the parser, --help, the manual page and the
 /// completions.
 struct ProgramOption {
-  enum class Value : std::uint8_t { none, text, file, folder, choice };
+  enum class Value : std::uint8_t {
+    none,
+    text,
+    file,    ///< that is read
+    output,  ///< a file that is written, so never a part
+    choice,
+  };
 
   std::string_view long_name;  ///< without the leading "--"
   char short_name;             ///< 0 for none

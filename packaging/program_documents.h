@@ -1,0 +1,16 @@
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "packaging/templates.h"
+#include "support/program_option.h"
+
+namespace packaging {
+
+/// Manual page and completions of a program of the GNU kind. The page has a template of its own,
+/// <program>.1.in; the completions of all such programs are made of the same ones.
+bool generate_program_documents(const Templates& templates, const std::string& program,
+                                std::span<const support::ProgramOption> options);
+
+}  // namespace packaging
