@@ -25,13 +25,13 @@ constexpr bool kUnderSanitizers = std::string_view(VRII_FAULT_LIBRARY).empty();
 
 bool has(const std::string& text, const std::string& piece) { return text.find(piece) != std::string::npos; }
 
-/// Runs a shell command in which $P is the program; its standard error goes to a file, and so does its
-/// standard output unless the command says otherwise.
+/// Runs a shell command in which $P is the inspector and $R the reporter; its standard error goes to a file,
+/// and so does its standard output unless the command says otherwise.
 ProgramResult run_shell(const TemporaryFolder& folder, const std::string& command) {
   const TemporaryFolder streams;
-  const std::string prefix = "cd '" + folder.path().string() + "' && P='" VRII_PROGRAM "' && exec >'" +
-                             (streams.path() / "out").string() + "' 2>'" + (streams.path() / "err").string() +
-                             "'\n";
+  const std::string prefix =
+      "cd '" + folder.path().string() + "' && P='" VRII_PROGRAM "' R='" VRII_REPORT_PROGRAM "' && exec >'" +
+      (streams.path() / "out").string() + "' 2>'" + (streams.path() / "err").string() + "'\n";
   const int status = std::system((prefix + command).c_str());
   return {WEXITSTATUS(status), streams.read("out"), streams.read("err")};
 }
@@ -62,6 +62,20 @@ TEST(Surroundings, WhatTheCallerTakesAwayIsToldAndNothingElseIsSpoilt) {
       {"ulimit -f 1; " + full + " >big.out", 1, lost},
       {"ulimit -f 8; $P " + one, 1, "output file vr.out is incomplete"},
       {"ulimit -f 1; $P -extract_all bracket.prt", 1, "write failed"},
+      {"$R bracket.prt >/dev/full", 3, lost},
+      {"$R -j2 --format jsonl . >/dev/full", 3, lost},
+      {"$R --help >/dev/full", 3, lost},
+      {"$R bracket.prt >&-", 3, lost},
+      {"{ $R --format jsonl . . . .; echo $? >status; } | true; exit $(cat status)", 3, lost},
+      {"ulimit -f 8; $R --format html -o new.html bracket.prt; s=$?; ls new.html* 2>&- && exit 9; exit $s", 3,
+       "could not write to new.html: File too large"},
+      {"$R -o bracket.prt bracket.prt", 3, "never written over"},
+      {"echo old >old; $R -o old old; s=$?; test $(cat old) = old && exit $s", 3,
+       "one of the files to examine"},
+      {"$R --no-such-option bracket.prt", 3, "unknown option --no-such-option"},
+      {"$R", 3, "no file is named"},
+      {"$R --files0-from none", 3, "No such file or directory"},
+      {"printf 'gearbox.prt\\0no\\nne' | $R --files0-from - -j2", 2, ""},
   };
   const TemporaryFolder sound;
   copy_samples(sound, {"bracket.prt", "damaged_checksums.prt"});
