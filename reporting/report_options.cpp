@@ -19,8 +19,8 @@ using support::ProgramOption;
 using Value = ProgramOption::Value;
 
 struct OptionRule {
-  ProgramOption option;
-  void (*apply)(ReportOptions& options, const std::string& value);
+  ProgramOption option = {};
+  void (*apply)(ReportOptions& options, const std::string& value) = nullptr;
   bool repeats = false;  ///< every value counts; else the last one
 };
 

@@ -60,7 +60,7 @@ class ReportReceiver final : public sweep::Receiver {
           "reporting", support::kSystemFailure,
           "the output file is one of the files to examine: " + support::printable(file.name));
     }
-    progress_.hide();
+    progress_.make_way();
     series_.add(document);
     status_ = std::max(status_, status);
     progress_.add(file.name, status != kAllSound);
@@ -95,14 +95,13 @@ int run_report(const ReportOptions& options) {
 
   const bool is_single = names_one_file(options.files);
   DocumentSeries series(options.format, is_single, output);
-  sweep::SweepProgress progress(options.files);
+  sweep::SweepProgress progress(options.files, output.is_terminal());
   PartExaminer examiner(options.part);
   ReportReceiver receiver(output, series, progress);
   sweep::SweepOptions sweep = options.sweep;
   if (is_single && options.format == Format::json) sweep.passage = &output;
   if (!is_single) support::hide_progress_lines();
   sweep_files(finder, examiner, sweep, receiver);
-  progress.hide();
   series.end();
   return receiver.status();
 }

@@ -73,13 +73,12 @@ void DocumentOutput::write(std::string_view bytes) {
 }
 
 void DocumentOutput::write_through(std::string_view bytes) {
-  const int descriptor = file_.is_open() ? file_.number() : STDOUT_FILENO;
   while (!bytes.empty()) {
-    const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
+    const ssize_t written = ::write(descriptor(), bytes.data(), bytes.size());
     if (written > 0) {
       bytes.remove_prefix(static_cast<std::size_t>(written));
     } else if (written < 0 && errno == EAGAIN) {
-      wait_until_writable(descriptor);
+      wait_until_writable(descriptor());
     } else if (written == 0 || errno != EINTR) {
       fail(written == 0 ? ENOSPC : errno);
     }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <unistd.h>
+
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -34,10 +36,13 @@ class DocumentOutput final : public ByteSink {
   /// Nothing follows: flushes, and gives the file its name.
   void commit();
 
+  bool is_terminal() const { return ::isatty(descriptor()) != 0; }
+
   /// True when the file of that name is the one that commit() would replace.
   bool would_replace(const std::string& name) const;
 
  private:
+  int descriptor() const { return file_.is_open() ? file_.number() : STDOUT_FILENO; }
   void open_as_it_stands(const std::string& name);
   void open_pending(const std::string& name);
   void write_through(std::string_view bytes);

@@ -18,7 +18,7 @@ namespace {
 constexpr std::chrono::milliseconds kShowInterval{200};
 
 /// What counting may take of each interval.
-constexpr std::chrono::milliseconds kCountTime{20};
+constexpr std::chrono::milliseconds kCountTime{40};
 
 constexpr double kBytesPerMegabyte = 1e6;
 
@@ -30,7 +30,7 @@ bool can_be_read_again(const FileQuery& query) {
 }
 
 std::string time_text(double seconds) {
-  const auto whole = static_cast<std::uint64_t>(seconds + 0.5);
+  const auto whole = static_cast<std::uint64_t>(seconds);
   const auto hours = whole / 3600;
   const auto minutes = static_cast<unsigned>(whole / 60 % 60);
   const auto rest = static_cast<unsigned>(whole % 60);
@@ -54,7 +54,8 @@ std::string sweep_progress_text(const SweepFigures& figures) {
   return text;
 }
 
-SweepProgress::SweepProgress(const FileQuery& query) : is_shown_(::isatty(STDERR_FILENO) != 0) {
+SweepProgress::SweepProgress(const FileQuery& query, bool is_in_the_way)
+    : is_shown_(::isatty(STDERR_FILENO) != 0), is_in_the_way_(is_in_the_way) {
   if (is_shown_ && can_be_read_again(query)) counted_.emplace(query);
 }
 
@@ -95,6 +96,10 @@ void SweepProgress::tick() {
       sweep_progress_text(figures_).substr(0, columns - std::min<std::size_t>(columns, 1)));
 }
 
-void SweepProgress::hide() { support::erase_passing_line(); }
+void SweepProgress::make_way() const {
+  if (is_in_the_way_) support::erase_passing_line();
+}
+
+SweepProgress::~SweepProgress() { support::erase_passing_line(); }
 
 }  // namespace sweep

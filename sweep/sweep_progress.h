@@ -13,7 +13,7 @@ namespace sweep {
 /// How far a sweep has come.
 struct SweepFigures {
   std::uint64_t files = 0;  ///< done
-  std::optional<std::uint64_t> all_files;
+  std::optional<std::uint64_t> all_files = {};
   std::uint64_t bytes = 0;          ///< of the files that are done
   std::uint64_t with_findings = 0;  ///< files
   double seconds = 0;
@@ -26,9 +26,9 @@ std::string sweep_progress_text(const SweepFigures& figures);
 /// nothing when standard error is no terminal. On the side it walks ahead to count the files.
 class SweepProgress {
  public:
-  /// The query outlives the object.
-  explicit SweepProgress(const FileQuery& query);
-  ~SweepProgress() { hide(); }
+  /// The query outlives the object. `is_in_the_way`: documents go to a terminal too, likely the same.
+  SweepProgress(const FileQuery& query, bool is_in_the_way);
+  ~SweepProgress();
   SweepProgress(const SweepProgress&) = delete;
   SweepProgress& operator=(const SweepProgress&) = delete;
 
@@ -38,8 +38,8 @@ class SweepProgress {
   /// Shows the line anew when it is time.
   void tick();
 
-  /// Takes the line away, so that something else can be written.
-  static void hide();
+  /// A document is about to be written.
+  void make_way() const;
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -47,6 +47,7 @@ class SweepProgress {
   void count();
 
   bool is_shown_;
+  bool is_in_the_way_;
   SweepFigures figures_;
   std::optional<FileFinder> counted_;  ///< finds once more what the sweep finds
   std::uint64_t found_ = 0;

@@ -99,7 +99,7 @@ class Worker::Replier final : public support::ByteSink {
 
  private:
   void append(Header header) {
-    std::array<char, sizeof header> bytes;
+    std::array<char, sizeof header> bytes = {};
     std::memcpy(bytes.data(), &header, sizeof header);
     waiting_.append(bytes.data(), bytes.size());
   }
@@ -155,9 +155,9 @@ void Worker::run(int channel, Examiner& examiner, std::uint64_t memory_bytes, pi
   serve(channel, examiner);
 }
 
-Worker::Worker(Examiner& examiner, std::uint64_t memory_bytes) {
+Worker::Worker(Examiner& examiner, std::uint64_t memory_bytes) : piece_(kPieceBytes, '\0') {
   constexpr const char* kDeed = "start a worker process";
-  std::array<int, 2> ends;
+  std::array<int, 2> ends = {};
   if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
     throw support::system_failure(kDeed, errno);
   }
@@ -183,11 +183,10 @@ bool Worker::send(const std::string& name) {
 }
 
 bool Worker::receive(WorkerReplies& replies) {
-  std::array<char, kPieceBytes> piece;
-  const ssize_t got = ::recv(channel_.number(), piece.data(), piece.size(), 0);
+  const ssize_t got = ::recv(channel_.number(), piece_.data(), piece_.size(), 0);
   if (got < 0 && errno == EINTR) return true;
   if (got <= 0) return false;
-  std::string_view bytes(piece.data(), static_cast<std::size_t>(got));
+  std::string_view bytes(piece_.data(), static_cast<std::size_t>(got));
   while (!bytes.empty()) bytes.remove_prefix(take(bytes, replies));
   return true;
 }

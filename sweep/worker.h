@@ -71,7 +71,8 @@ class Worker {
 
   support::Descriptor channel_;
   pid_t process_ = -1;
-  Header header_;  ///< of the frame that is coming
+  std::string piece_;  ///< room for what comes
+  Header header_;      ///< of the frame that is coming
   std::size_t header_bytes_ = 0;
   std::size_t content_bytes_ = 0;
   std::string reason_;

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "support/error_escape.h"
+#include "sweep/sweep_progress.h"
 #include "tests/support/program_runner.h"
 
 namespace {
@@ -132,6 +133,13 @@ TEST(Sweep, AWorkerThatDiesCostsTheFileThatItHeld) {
       EXPECT_EQ(collected.statuses.at(name), is_lost ? kLost : 0) << name;
     }
   }
+}
+
+TEST(Sweep, ProgressTellsTheTimeLeftWhenItKnowsTheNumberOfFiles) {
+  EXPECT_EQ(sweep::sweep_progress_text({.files = 3, .bytes = 5'000'000, .with_findings = 1, .seconds = 2}),
+            "3 files, 5.0 MB, 2.5 MB/s, 1 with findings");
+  EXPECT_EQ(sweep::sweep_progress_text({.files = 10, .all_files = 37010, .seconds = 1}),
+            "10 of 37010 files, 0.0 MB, 0.0 MB/s, 0 with findings, 1:01:40 left");
 }
 
 /// A folder with files, links and folders, and a list of names.
