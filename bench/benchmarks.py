@@ -26,6 +26,7 @@ PART = "/Root/VR_PART/VR_PART"
 class Bench:
     def __init__(self, program, folder):
         self.program, self.folder = os.path.abspath(program), folder
+        self.reporter = os.path.join(os.path.dirname(self.program), "vr_report")
 
     def path(self, name):
         return os.path.join(self.folder, name)
@@ -108,6 +109,28 @@ class Bench:
         return ([self.program, "-extract", "1", path, self.path("body")],
                 f"pigz -dc -p1 {deflated} >{self.path('pigz.out')}", 9)
 
+    def summaries(self, *options):
+        _, peer, runs = self.many_parts()
+        return [self.reporter, "--format=jsonl", "--summary", *options, self.path("many")], peer, runs
+
+    def two_workers(self):
+        ours, _, runs = self.summaries("-j2")
+        return ours, ["-j1" if word == "-j2" else word for word in ours], runs
+
+    def all_checksums(self):
+        samples = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "samples")
+        folder = self.path("samples")
+        os.mkdir(folder)
+        for i in range(20000):
+            name = ("bracket", "gearbox", "history", "solids_le")[i % 4]
+            shutil.copyfile(f"{samples}/{name}.prt", f"{folder}/{i:05}.prt")
+        return ([self.reporter, "--format=jsonl", "-j2", folder],
+                f"find {folder} -type f -print0 | xargs -0 -n 100 -P2 sha256sum >/dev/null", 5)
+
+    def entries(self):
+        path = self.million_streams()
+        return [self.reporter, "--no-map", path], [self.program, "-storages", path], 7
+
 
 # Capability: method, input, goal, least.
 ROWS = {
@@ -122,6 +145,10 @@ ROWS = {
     "summary, long history": ("saves", "200,000 saves, 4 MB", 1.0, 1.0),
     "`-check_checksums`": ("check", "500 MiB expanded", 0.5, 0.6),
     "`-extract`": ("extract", "128 MiB expanded", 0.8, 0.9),
+    "`vr_report --summary`": ("summaries", "10,000 flat parts, 2.6 KB each", 2.0, 3.0),
+    "`vr_report -j2`": ("two_workers", "the same; beside one worker", 0.55, 0.65),
+    "`vr_report`, all checksums": ("all_checksums", "20,000 samples, 1.8 GB", 0.6, 1.0),
+    "`vr_report --no-map`": ("entries", "1,000,000 index entries, 65 MB", 1.5, 2.0),
 }
 
 
