@@ -34,3 +34,11 @@ endif()
 find_path(vrii_cli11_INCLUDE CLI/CLI.hpp REQUIRED)
 add_library(vrii_cli11 INTERFACE)
 target_include_directories(vrii_cli11 SYSTEM INTERFACE "${vrii_cli11_INCLUDE}")
+
+# RapidJSON is headers alone too; what it may use of the processor has to be the same in every file that includes it.
+find_path(vrii_rapidjson_INCLUDE rapidjson/writer.h REQUIRED)
+add_library(vrii_rapidjson INTERFACE)
+target_include_directories(vrii_rapidjson SYSTEM INTERFACE "${vrii_rapidjson_INCLUDE}")
+if(CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
+  target_compile_definitions(vrii_rapidjson INTERFACE RAPIDJSON_SSE2)
+endif()

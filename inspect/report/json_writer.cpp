@@ -1,10 +1,11 @@
 #include "inspect/report/json_writer.h"
 
 #include <rapidjson/prettywriter.h>
+#include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
-#include <array>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <string>
 #include <variant>
@@ -15,41 +16,27 @@ namespace inspect {
 
 namespace {
 
-/// What the library writes to: characters, gathered for the sink.
-class Output {
- public:
-  using Ch = char;
-
-  explicit Output(support::ByteSink& sink) : sink_(sink) {}
-
-  void Put(char c) {
-    if (held_ == buffer_.size()) Flush();
-    buffer_[held_++] = c;
-  }
-  void Flush() {
-    sink_.write({buffer_.data(), held_});
-    held_ = 0;
-  }
-
- private:
-  support::ByteSink& sink_;
-  std::array<char, 16384> buffer_;
-  std::size_t held_ = 0;
-};
-
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+
+bool is_ascii(const char* bytes) {
+  std::uint64_t word = 0;
+  std::memcpy(&word, bytes, sizeof word);
+  return (word & 0x8080808080808080U) == 0;
+}
 
 /// The bytes of the text that are UTF-8, from its start.
 std::size_t sound_length(std::string_view text) {
   std::size_t at = 0;
   while (at < text.size()) {
-    if (static_cast<unsigned char>(text[at]) < 0x80) {
+    if (text.size() - at >= sizeof(std::uint64_t) && is_ascii(text.data() + at)) {
+      at += sizeof(std::uint64_t);
+    } else if (static_cast<unsigned char>(text[at]) < 0x80) {
       ++at;
-      continue;
+    } else {
+      const std::size_t length = support::first_utf8_character(text.substr(at)).length;
+      if (length == 0) break;
+      at += length;
     }
-    const std::size_t length = support::first_utf8_character(text.substr(at)).length;
-    if (length == 0) break;
-    at += length;
   }
   return at;
 }
@@ -83,13 +70,14 @@ std::string base64(std::string_view bytes) {
 
 }  // namespace
 
+/// The library's writers, which are quickest into a buffer of its own.
 class JsonWriter::Engine {
  public:
-  Engine(support::ByteSink& out, Layout layout) : output_(out) {
+  Engine(support::ByteSink& out, Layout layout) : out_(out) {
     if (layout == Layout::one_line) {
-      writer_.emplace<Plain>(output_);
+      writer_.emplace<Plain>(buffer_);
     } else {
-      writer_.emplace<Pretty>(output_).SetIndent(' ', 1);
+      writer_.emplace<Pretty>(buffer_).SetIndent(' ', 1);
     }
   }
 
@@ -100,15 +88,21 @@ class JsonWriter::Engine {
     } else {
       call(std::get<Pretty>(writer_));
     }
+    if (buffer_.GetSize() >= kPiece) flush();
   }
 
-  void flush() { output_.Flush(); }
+  void flush() {
+    out_.write({buffer_.GetString(), buffer_.GetSize()});
+    buffer_.Clear();
+  }
 
  private:
-  using Plain = rapidjson::Writer<Output>;
-  using Pretty = rapidjson::PrettyWriter<Output>;
+  using Plain = rapidjson::Writer<rapidjson::StringBuffer>;
+  using Pretty = rapidjson::PrettyWriter<rapidjson::StringBuffer>;
+  static constexpr std::size_t kPiece = 16384;
 
-  Output output_;
+  support::ByteSink& out_;
+  rapidjson::StringBuffer buffer_;
   std::variant<std::monostate, Plain, Pretty> writer_;
 };
 
