@@ -28,6 +28,7 @@ FileChannel::FileChannel(std::string name, int open_flags) : name_(std::move(nam
   }
   size_ = static_cast<std::uint64_t>(found.st_size);
   identity_ = {found.st_dev, found.st_ino};
+  modified_ = found.st_mtime;
 }
 
 FileChannel::FileChannel(int descriptor, std::string name) : name_(std::move(name)), descriptor_(descriptor) {
@@ -39,6 +40,7 @@ FileChannel::FileChannel(int descriptor, std::string name) : name_(std::move(nam
   }
   size_ = static_cast<std::uint64_t>(found.st_size);
   identity_ = {found.st_dev, found.st_ino};
+  modified_ = found.st_mtime;
 }
 
 FileChannel::~FileChannel() { ::close(descriptor_); }

@@ -39,6 +39,9 @@ class FileChannel {
   std::uint64_t size() const { return size_; }
   support::FileIdentity identity() const { return identity_; }
 
+  /// When the file was last written, in seconds since 1970, as of its opening.
+  std::int64_t modified() const { return modified_; }
+
   /// True once a read has found the file shorter than it was when it was opened.
   bool has_shrunk() const { return has_shrunk_; }
 
@@ -103,6 +106,7 @@ class FileChannel {
   std::uint64_t size_ = 0;
   bool has_shrunk_ = false;
   support::FileIdentity identity_;
+  std::int64_t modified_ = 0;
   std::array<Window, 4> windows_;
   std::uint64_t use_count_ = 0;
   std::size_t user_count_ = 0;

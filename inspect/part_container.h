@@ -35,10 +35,8 @@ class PartContainer {
 
   bool is_open() const { return channel_ != nullptr; }
 
-  /// Reads bytes that lie alone, from a place in the file; fewer at its end. Raises 1020059.
-  std::size_t read_apart(std::uint64_t offset, std::span<unsigned char> bytes) const {
-    return channel_->read_apart_at(offset, bytes.data(), bytes.size());
-  }
+  /// Of the open file.
+  VRX::System::CFI::FileChannel& channel() const { return *channel_; }
 
   /// Null for a flat file.
   VRX::System::CFI::StorageFile* storage_file() const { return file_.get(); }

@@ -98,8 +98,8 @@ PartExamination::PartExamination(std::string name) : file_(name, findings_) {
 }
 
 void PartExamination::run(PartDocument& document, bool sha256) {
-  look_at_file(sha256);
   if (open()) examine(document);
+  if (sha256) take_digest();
   if (map_) settle_map();
   decide();
 }
@@ -139,18 +139,23 @@ void PartExamination::report(support::Rule rule, support::Place place, std::stri
   findings_.report(finding);
 }
 
-/// What the system says of the file, before anything is read.
-void PartExamination::look_at_file(bool sha256) {
+/// What the system says of a file that cannot be opened.
+void PartExamination::look_at_file() {
   struct stat status = {};
-  if (stat(facts_.name.c_str(), &status) != 0) return;  // opening tells why
+  if (stat(facts_.name.c_str(), &status) != 0) return;
   if (S_ISREG(status.st_mode)) facts_.size = static_cast<std::uint64_t>(status.st_size);
   facts_.modified = status.st_mtime;
-  if (!sha256 || !S_ISREG(status.st_mode)) return;
-  try {
-    facts_.sha256 = cfi_tools::sha256_of_file(facts_.name);
-  } catch (const ErrorEscape&) {
-    facts_.sha256.clear();  // the reading that follows reports it
-  }
+}
+
+/// The file as it was opened, whole or damaged.
+CFI::FileChannel* PartExamination::channel() const {
+  return container_.is_open() ? &container_.channel() : damaged_.get();
+}
+
+void PartExamination::take_digest() {
+  attempt(file_, [this] {
+    if (CFI::FileChannel* bytes = channel()) facts_.sha256 = cfi_tools::sha256_of(*bytes);
+  });
 }
 
 bool PartExamination::open() {
@@ -161,6 +166,7 @@ bool PartExamination::open() {
     return map_.has_value();
   }
   facts_.size = container_.file_size();
+  facts_.modified = container_.channel().modified();
   map_.emplace(*facts_.size);
   if (*facts_.size == 0) {
     report(Rule::file_empty);
@@ -177,6 +183,7 @@ bool PartExamination::open() {
 }
 
 void PartExamination::take_open_failure(const ErrorEscape& escape) {
+  look_at_file();
   report(rule_of(escape.code()), {}, support::printable(escape.message()));
   unreadable_ = hides_the_file(escape.code());
   if (unreadable_) return;
@@ -237,7 +244,7 @@ void PartExamination::scan_bytes() {
   const std::int32_t version = text_copy ? kLastRelease : file_.records.version;
   attempt(file_, [&] {
     cfi_tools::scan_for_corruption(
-        {.file_name = facts_.name, .silent = true, .version = version, .show_progress = false}, sink);
+        *channel(), {.file_name = facts_.name, .version = version, .show_progress = false}, sink);
   });
   for (const ListedFinding& row : found.rows()) {
     const Rule rule = row.finding.rule;

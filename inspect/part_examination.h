@@ -57,7 +57,9 @@ class PartExamination {
     Protection protection;
   };
 
-  void look_at_file(bool sha256);
+  void look_at_file();
+  VRX::System::CFI::FileChannel* channel() const;
+  void take_digest();
   void keep_release();
   bool open();
   bool open_part_stream();

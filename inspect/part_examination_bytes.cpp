@@ -126,8 +126,8 @@ void PartExamination::report_holes() {
 }
 
 std::size_t PartExamination::read_bytes(std::uint64_t offset, std::span<unsigned char> bytes) {
-  if (container_.is_open()) return container_.read_apart(offset, bytes);
-  return damaged_ ? damaged_->read_apart_at(offset, bytes.data(), bytes.size()) : 0;
+  CFI::FileChannel* const file = channel();
+  return file != nullptr ? file->read_apart_at(offset, bytes.data(), bytes.size()) : 0;
 }
 
 std::optional<std::uint8_t> PartExamination::fill_of(const ByteClaim& range) {

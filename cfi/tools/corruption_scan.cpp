@@ -162,6 +162,12 @@ void Scan::check_zeroes() {
 
 }  // namespace
 
+ScanVerdict scan_for_corruption(FileChannel& channel, const CorruptionScanRequest& request,
+                                CorruptionScanSink& sink) {
+  sink.begin();
+  return Scan(request, channel, sink).run();
+}
+
 ScanVerdict scan_for_corruption(const CorruptionScanRequest& request, CorruptionScanSink& sink) {
   sink.begin();
   std::optional<FileChannel> channel;

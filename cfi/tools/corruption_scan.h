@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "cfi/file_channel.h"
 #include "cfi/tools/byte_counts.h"
 
 namespace cfi_tools {
@@ -65,5 +66,9 @@ class CorruptionScanSink {
 /// Searches the bytes of a whole file for what faulty copying leaves behind: blocks of 8192 zero bytes, a
 /// lost terminating byte, converted line ends, lost zero bytes.
 ScanVerdict scan_for_corruption(const CorruptionScanRequest& request, CorruptionScanSink& sink);
+
+/// The same over a file that is open already.
+ScanVerdict scan_for_corruption(VRX::System::CFI::FileChannel& channel, const CorruptionScanRequest& request,
+                                CorruptionScanSink& sink);
 
 }  // namespace cfi_tools

@@ -6,18 +6,15 @@
 #include <cstdint>
 #include <memory>
 
-#include "cfi/file_channel.h"
-
 namespace cfi_tools {
 
-std::string sha256_of_file(const std::string& name) {
+std::string sha256_of(VRX::System::CFI::FileChannel& file) {
   constexpr std::size_t kPiece = std::size_t{256} * 1024;
-  VRX::System::CFI::FileChannel channel(name);
   const auto buffer = std::make_unique_for_overwrite<std::uint8_t[]>(kPiece);
   sha256_ctx context;
   sha256_init(&context);
   std::uint64_t at = 0;
-  while (const std::size_t count = channel.read_at(at, buffer.get(), kPiece)) {
+  while (const std::size_t count = file.read_at(at, buffer.get(), kPiece)) {
     sha256_update(&context, count, buffer.get());
     at += count;
   }
