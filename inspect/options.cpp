@@ -12,7 +12,6 @@
 
 #include "inspect/help_texts.h"
 #include "inspect/records/partition_kinds.h"
-#include "support/console.h"
 #include "support/printable.h"
 #include "support/program.h"
 #include "support/text_format.h"
@@ -24,6 +23,7 @@ namespace {
 /// The walk over the arguments. `count` is the working argument count: the output name of an extraction is
 /// not a part file for the purpose of "No filenames specified".
 struct CommandLine {
+  support::Console& console;
   const char* const* arguments = nullptr;
   int count = 0;
   int next = 1;  ///< of the argument to look at; behind a switch once it has been matched
@@ -70,25 +70,27 @@ void print_full(CommandLine&, InspectOptions& options) {
   options.compatibility = true;
 }
 
-[[noreturn]] void print_usage(CommandLine&, InspectOptions&) {
-  support::print("%s", kLongUsage);
-  std::exit(support::flush_console() ? 0 : 1);
+[[noreturn]] void print_usage(CommandLine& line, InspectOptions&) {
+  line.console.print("%s", kLongUsage);
+  std::exit(line.console.flush() ? 0 : 1);
 }
 
-[[noreturn]] void reject_extract() {
-  fatal_usage_exit("Extract must be followed by a partition number and 1 or 2 filenames\n%s", kShortHelp);
+[[noreturn]] void reject_extract(support::Console& console) {
+  fatal_usage_exit(console, "Extract must be followed by a partition number and 1 or 2 filenames\n%s",
+                   kShortHelp);
 }
 
 /// -extract <id> <part file> [<filename>]: the id is consumed, the part file ends the switches.
 void parse_extract(CommandLine& line, InspectOptions& options) {
   const int id = line.next;
-  if (id >= line.count) reject_extract();
+  if (id >= line.count) reject_extract(line.console);
   const char* number = line.arguments[id];
-  if (std::isdigit(static_cast<unsigned char>(number[0])) == 0) reject_extract();
+  if (std::isdigit(static_cast<unsigned char>(number[0])) == 0) reject_extract(line.console);
   // Base 0 reads what "%i" reads; an id that does not fit would name another partition.
   const long long value = std::strtoll(number, nullptr, 0);
   if (value > INT32_MAX) {
-    fatal_usage_exit("Extract must be followed by a body id and 1 or 2 filenames\n%s", kShortHelp);
+    fatal_usage_exit(line.console, "Extract must be followed by a body id and 1 or 2 filenames\n%s",
+                     kShortHelp);
   }
   options.extract_partition = static_cast<std::int32_t>(value);
   const int part = id + 1;
@@ -96,7 +98,7 @@ void parse_extract(CommandLine& line, InspectOptions& options) {
     options.extract_output_name.assign("");
   } else {
     const bool two_names = part + 2 == line.count && !line.is_switch(part) && !line.is_switch(part + 1);
-    if (!two_names) reject_extract();
+    if (!two_names) reject_extract(line.console);
     options.extract_output_name.assign(line.arguments[part + 1]);
     --line.count;
   }
@@ -111,7 +113,7 @@ void parse_extract_all(CommandLine& line, InspectOptions& options) {
     options.extract_output_name.assign("");
   } else {
     if (part + 2 != line.count || line.is_switch(part)) {
-      fatal_usage_exit("extract_all must be followed by 1 or 2 filenames\n%s", kShortHelp);
+      fatal_usage_exit(line.console, "extract_all must be followed by 1 or 2 filenames\n%s", kShortHelp);
     }
     options.extract_output_name.assign(line.arguments[part + 1]);
     --line.count;
@@ -123,7 +125,7 @@ void parse_extract_all(CommandLine& line, InspectOptions& options) {
 /// -extract_stream <stream-path> <filename>: both are consumed, further switches may follow.
 void parse_extract_stream(CommandLine& line, InspectOptions& options) {
   if (line.next + 1 >= line.count) {
-    fatal_usage_exit("-extract_stream expects a stream-path and filename after it");
+    fatal_usage_exit(line.console, "-extract_stream expects a stream-path and filename after it");
   }
   options.stream_path = line.arguments[line.next];
   options.stream_output_name = line.arguments[line.next + 1];
@@ -198,7 +200,8 @@ void parse_switch(CommandLine& line, InspectOptions& options) {
   const std::string_view text = line.arguments[line.next++];
   const auto* rule = std::ranges::find(kRules, text, [](const SwitchRule& r) { return r.text.name; });
   if (rule == kRules.end()) {
-    fatal_usage_exit("Unknown command switch %s\n%s", support::printable(text).c_str(), kShortHelp);
+    fatal_usage_exit(line.console, "Unknown command switch %s\n%s", support::printable(text).c_str(),
+                     kShortHelp);
   }
   rule->apply(line, options);
 }
@@ -207,27 +210,28 @@ void parse_switch(CommandLine& line, InspectOptions& options) {
 
 std::span<const CommandSwitch> command_switches() { return kSwitches; }
 
-void fatal_usage_exit(const char* format, ...) {
+void fatal_usage_exit(support::Console& console, const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
   const std::string message = support::format_text_list(format, arguments);
   va_end(arguments);
-  support::report_message(support::format_text("%s: %s\n", support::program_name(), message.c_str()),
-                          support::Echo::on);
-  support::flush_console();
+  console.report_message(support::format_text("%s: %s\n", support::program_name(), message.c_str()),
+                         support::Echo::on);
+  console.flush();
   std::fflush(stderr);
   std::exit(1);
 }
 
-int parse_options(int argument_count, const char* const* arguments, InspectOptions& options) {
+int parse_options(int argument_count, const char* const* arguments, InspectOptions& options,
+                  support::Console& console) {
   if (argument_count < 2) {
-    support::print("This is the %s version of %s.\n", support::kVersionText, support::program_name());
-    support::print("%s", kShortHelp);
-    std::exit(support::flush_console() ? 0 : 1);
+    console.print("This is the %s version of %s.\n", support::kVersionText, support::program_name());
+    console.print("%s", kShortHelp);
+    std::exit(console.flush() ? 0 : 1);
   }
-  CommandLine line{arguments, argument_count};
+  CommandLine line{console, arguments, argument_count};
   while (line.next < line.count && line.is_switch(line.next)) parse_switch(line, options);
-  if (line.next == line.count) fatal_usage_exit("No filenames specified\n%s", kShortHelp);
+  if (line.next == line.count) fatal_usage_exit(console, "No filenames specified\n%s", kShortHelp);
   return line.next;
 }
 

@@ -3,6 +3,7 @@
 #include <span>
 
 #include "inspect/inspect_options.h"
+#include "support/console.h"
 
 namespace inspect {
 
@@ -19,9 +20,11 @@ std::span<const CommandSwitch> command_switches();
 /// least one name follows the switches; every other outcome writes its text and ends the process: status 0
 /// for -help and for no arguments at all, 1 for a wrong command line. Raises 1510005 when the output name of
 /// an extraction has 3469 bytes or more.
-int parse_options(int argument_count, const char* const* arguments, InspectOptions& options);
+int parse_options(int argument_count, const char* const* arguments, InspectOptions& options,
+                  support::Console& console);
 
 /// Writes "<program>: <message>" to standard error and again to standard output; exits with status 1.
-[[noreturn, gnu::format(printf, 1, 2)]] void fatal_usage_exit(const char* format, ...);
+[[noreturn, gnu::format(printf, 2, 3)]] void fatal_usage_exit(support::Console& console, const char* format,
+                                                              ...);
 
 }  // namespace inspect

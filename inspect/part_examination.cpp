@@ -243,8 +243,7 @@ void PartExamination::scan_bytes() {
   ScanFindings sink(found, counts);
   const std::int32_t version = text_copy ? kLastRelease : file_.records.version;
   attempt(file_, [&] {
-    cfi_tools::scan_for_corruption(
-        *channel(), {.file_name = facts_.name, .version = version, .show_progress = false}, sink);
+    cfi_tools::scan_for_corruption(*channel(), {.file_name = facts_.name, .version = version}, sink);
   });
   for (const ListedFinding& row : found.rows()) {
     const Rule rule = row.finding.rule;

@@ -43,7 +43,9 @@ class PartFileDriver {
         report_(report),
         run_(run),
         findings_(report),
+        trace_(run.console),
         file_(name, findings_, options.trace ? &trace_ : nullptr) {
+    file_.console = &run.console;
     file_.development_warnings = support::DiagnosticsChannel(kDevelopmentWarnings).enabled();
   }
 
@@ -329,7 +331,8 @@ void PartFileDriver::use_container() {
   }
   if (options_.extract_stream) {
     attempt([this] {
-      cfi_tools::extract_stream(*file_.container, {.part_name = file_.name,
+      cfi_tools::extract_stream(*file_.container, {.console = file_.console,
+                                                   .part_name = file_.name,
                                                    .part = file_.identity,
                                                    .stream_path = options_.stream_path,
                                                    .output_name = options_.stream_output_name});
@@ -339,8 +342,8 @@ void PartFileDriver::use_container() {
 
 bool PartFileDriver::scan_finds_corruption() {
   ScanFindings sink(findings_, report_.scan());
-  const auto verdict =
-      cfi_tools::scan_for_corruption({.file_name = file_.name, .version = file_.records.version}, sink);
+  const auto verdict = cfi_tools::scan_for_corruption(
+      {.file_name = file_.name, .version = file_.records.version, .console = file_.console}, sink);
   if (verdict == cfi_tools::ScanVerdict::not_opened) {
     inspect_error(file_.reader, Rule::file_not_opened, "could not open %s for corruption scan",
                   shown_name().c_str());
@@ -352,9 +355,11 @@ bool PartFileDriver::scan_finds_corruption() {
 }  // namespace
 
 int inspect_part_file(const std::string& name, InspectOptions& options, RunState& run) {
-  TextReport report(name, {.banner = options.print_banner,
-                           .announce_scan = options.scan,
-                           .scan_statistics = options.print_full_extra});
+  TextReport report(name,
+                    {.banner = options.print_banner,
+                     .announce_scan = options.scan,
+                     .scan_statistics = options.print_full_extra},
+                    run.console);
   return PartFileDriver(name, options, report, run).run();
 }
 

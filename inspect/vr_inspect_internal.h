@@ -4,12 +4,14 @@
 
 #include "inspect/inspect_options.h"
 #include "inspect/sections/written_bodies.h"
+#include "support/console.h"
 
 namespace inspect {
 
 /// What the files of one run have in common.
 struct RunState {
-  WrittenBodies written_bodies;
+  support::Console& console;
+  WrittenBodies written_bodies = {};
 };
 
 /// Inspects one part file: opens it, reads header, index and partitions, and runs the reports and extractions

@@ -10,7 +10,6 @@
 #include "support/document_output.h"
 #include "support/error_escape.h"
 #include "support/printable.h"
-#include "support/progress.h"
 #include "support/system_failure.h"
 #include "sweep/sweep_progress.h"
 
@@ -86,7 +85,7 @@ bool names_one_file(const sweep::FileQuery& files) {
 
 }  // namespace
 
-int run_report(const ReportOptions& options) {
+int run_report(const ReportOptions& options, support::Console& console) {
   sweep::FileFinder finder(options.files);
   std::optional<support::DocumentOutput> file;
   if (options.output) file.emplace(*options.output);
@@ -95,12 +94,11 @@ int run_report(const ReportOptions& options) {
 
   const bool is_single = names_one_file(options.files);
   DocumentSeries series(options.format, is_single, output);
-  sweep::SweepProgress progress(options.files, output.is_terminal());
+  sweep::SweepProgress progress(options.files, console, output.is_terminal());
   PartExaminer examiner(options.part);
   ReportReceiver receiver(output, series, progress);
   sweep::SweepOptions sweep = options.sweep;
   if (is_single && options.format == Format::json) sweep.passage = &output;
-  if (!is_single) support::hide_progress_lines();
   sweep_files(finder, examiner, sweep, receiver);
   series.end();
   return receiver.status();

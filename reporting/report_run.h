@@ -1,6 +1,7 @@
 #pragma once
 
 #include "reporting/report_options.h"
+#include "support/console.h"
 
 namespace reporting {
 
@@ -13,7 +14,7 @@ enum ExitStatus : int {
 };
 
 /// Examines the files that are asked for and writes their documents. Returns the exit status. Raises 641002
-/// when an output or the list of names fails.
-int run_report(const ReportOptions& options);
+/// when an output or the list of names fails. The console shows how far the work has come.
+int run_report(const ReportOptions& options, support::Console& console);
 
 }  // namespace reporting

@@ -31,7 +31,7 @@ void DiagnosticsChannel::print(const char* format, ...) const {
   va_start(arguments, format);
   const std::string text = format_text_list(format, arguments);
   va_end(arguments);
-  print_message("%s", text.c_str());
+  print_diagnostics(text);
 }
 
 }  // namespace support

@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <utility>
 
-#include "support/console.h"
 #include "support/part_signature.h"
 #include "support/printable.h"
 #include "support/program.h"
@@ -38,15 +37,16 @@ int create(const char* name) { return ::open(name, O_WRONLY | O_CREAT | O_TRUNC 
 }  // namespace
 
 OutputFile::OutputFile(OutputFile&& other) noexcept
-    : shown_name_(std::move(other.shown_name_)),
+    : console_(other.console_),
+      shown_name_(std::move(other.shown_name_)),
       descriptor_(std::exchange(other.descriptor_, -1)),
       error_(other.error_),
       refused_(other.refused_),
       unfinished_(std::move(other.unfinished_)) {}
 
 OutputFile::~OutputFile() {
-  if (is_open() && !shown_name_.empty()) {
-    print_message("%s: output file %s is incomplete\n", program_name(), shown_name_.c_str());
+  if (is_open() && !shown_name_.empty() && console_ != nullptr) {
+    console_->print_message("%s: output file %s is incomplete\n", program_name(), shown_name_.c_str());
   }
   close();
 }
@@ -55,7 +55,9 @@ bool OutputFile::open(const std::string& name, const FileIdentity& part) {
   shown_name_ = printable(name);
   if (const char* reason = reason_to_refuse(name, part)) {
     refused_ = true;
-    print_message("%s: output file %s %s\n", program_name(), shown_name_.c_str(), reason);
+    if (console_ != nullptr) {
+      console_->print_message("%s: output file %s %s\n", program_name(), shown_name_.c_str(), reason);
+    }
     return false;
   }
   if (is_pipe_or_device(name.c_str())) {

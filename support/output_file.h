@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "support/console.h"
 #include "support/unfinished_output.h"
 
 namespace support {
@@ -25,11 +26,11 @@ bool is_same_file(const std::string& name, const FileIdentity& identity);
 
 /// A file written from its start by an extraction (mode "wb"): unbuffered, so callers write large pieces. No
 /// part is ever written over: the rule is here, so that no extraction can forget it. A named one that ends
-/// before it was closed, because an error came between, is told on standard error to be incomplete; a signal
-/// removes it.
+/// before it was closed, because an error came between, is told to be incomplete; a signal removes it.
 class OutputFile {
  public:
-  OutputFile() = default;
+  /// What befalls the file is told on `console`; a null one is told nothing.
+  explicit OutputFile(Console* console = nullptr) : console_(console) {}
 
   /// Takes over a descriptor that is open for writing; a negative one makes a file that is not open, for the
   /// reason `error`.
@@ -41,7 +42,7 @@ class OutputFile {
 
   /// Creates or empties the file; false when that fails, and error() tells why. Once only. A file that is a
   /// part, whatever it holds, and `part`, the file that is being read, under whatever name, is refused before
-  /// it is touched: false, and standard error tells why.
+  /// it is touched: false, and the console is told why.
   bool open(const std::string& name, const FileIdentity& part = {});
 
   /// True when open() refused the file.
@@ -68,6 +69,7 @@ class OutputFile {
   bool close();
 
  private:
+  Console* console_ = nullptr;
   std::string shown_name_;  ///< made at the start: at the end there may be no memory for it
   int descriptor_ = -1;
   int error_ = 0;

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <limits>
 
-#include "support/console.h"
 #include "support/printable.h"
 #include "support/text_format.h"
 
@@ -18,7 +17,6 @@ constexpr std::uint64_t kLookInterval = std::uint64_t{4} << 20U;
 constexpr std::chrono::seconds kQuietTime{1};
 constexpr std::chrono::milliseconds kShowInterval{200};
 constexpr double kBytesPerMegabyte = 1e6;
-bool progress_hidden = false;
 
 /// The last `limit` bytes of `text`, less the rest of a UTF-8 character that the cut would split.
 std::string_view tail(std::string_view text, std::size_t limit) {
@@ -51,18 +49,20 @@ std::string progress_text(std::string_view file_name, std::uint64_t done_bytes, 
   return text.substr(0, columns - std::min<std::size_t>(columns, 1));
 }
 
-void hide_progress_lines() { progress_hidden = true; }
-
-ProgressLine::ProgressLine(std::string_view file_name, std::uint64_t total_bytes)
-    : total_bytes_(total_bytes), next_look_(std::numeric_limits<std::uint64_t>::max()) {
-  if (progress_hidden || ::isatty(STDERR_FILENO) == 0) return;
+ProgressLine::ProgressLine(Console* console, std::string_view file_name, std::uint64_t total_bytes)
+    : console_(::isatty(STDERR_FILENO) != 0 ? console : nullptr),
+      total_bytes_(total_bytes),
+      next_look_(std::numeric_limits<std::uint64_t>::max()) {
+  if (console_ == nullptr) return;
   file_name_ = printable(file_name);
   next_look_ = kLookInterval;
   start_ = Clock::now();
   next_show_ = start_ + kQuietTime;
 }
 
-ProgressLine::~ProgressLine() { erase_passing_line(); }
+ProgressLine::~ProgressLine() {
+  if (console_ != nullptr) console_->erase_passing_line();
+}
 
 void ProgressLine::look() {
   next_look_ = done_bytes_ + kLookInterval;
@@ -73,7 +73,8 @@ void ProgressLine::look() {
 }
 
 void ProgressLine::show(double seconds) const {
-  show_passing_line(progress_text(file_name_, done_bytes_, total_bytes_, seconds, terminal_columns()));
+  console_->show_passing_line(
+      progress_text(file_name_, done_bytes_, total_bytes_, seconds, terminal_columns()));
 }
 
 }  // namespace support

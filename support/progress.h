@@ -6,17 +6,20 @@
 #include <string>
 #include <string_view>
 
+#include "support/console.h"
+
 namespace support {
 
 /// Shows how far a long job on one file has come: file, per cent and rate on one line of standard error,
-/// from the second second on, gone when the object is. Shows nothing when standard error is no terminal.
+/// from the second second on, gone when the object is. Shows nothing when standard error is no terminal, or
+/// there is no console.
 ///
-///     ProgressLine progress(file_name, total_bytes);
+///     ProgressLine progress(&console, file_name, total_bytes);
 ///     while (...) { work on n bytes; progress.advance(n); }
 class ProgressLine {
  public:
   /// `total_bytes` is what the calls of advance() are expected to add up to.
-  ProgressLine(std::string_view file_name, std::uint64_t total_bytes);
+  ProgressLine(Console* console, std::string_view file_name, std::uint64_t total_bytes);
   ~ProgressLine();
   ProgressLine(const ProgressLine&) = delete;
   ProgressLine& operator=(const ProgressLine&) = delete;
@@ -33,6 +36,7 @@ class ProgressLine {
   void look();
   void show(double seconds) const;
 
+  Console* console_;  ///< null: nothing is shown
   std::string file_name_;
   std::uint64_t total_bytes_;
   std::uint64_t done_bytes_ = 0;
@@ -40,9 +44,6 @@ class ProgressLine {
   Clock::time_point start_;
   Clock::time_point next_show_;
 };
-
-/// From now on no ProgressLine shows anything: somebody else tells how far the work has come.
-void hide_progress_lines();
 
 /// Of the terminal on standard error; 80 when that is none.
 std::size_t terminal_columns();

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cinttypes>
 
-#include "support/console.h"
 #include "support/error_escape.h"
 #include "support/progress.h"
 #include "support/text_format.h"
@@ -54,8 +53,8 @@ std::string sweep_progress_text(const SweepFigures& figures) {
   return text;
 }
 
-SweepProgress::SweepProgress(const FileQuery& query, bool is_in_the_way)
-    : is_shown_(::isatty(STDERR_FILENO) != 0), is_in_the_way_(is_in_the_way) {
+SweepProgress::SweepProgress(const FileQuery& query, support::Console& console, bool is_in_the_way)
+    : console_(console), is_shown_(::isatty(STDERR_FILENO) != 0), is_in_the_way_(is_in_the_way) {
   if (is_shown_ && can_be_read_again(query)) counted_.emplace(query);
 }
 
@@ -92,14 +91,12 @@ void SweepProgress::tick() {
   count();
   figures_.seconds = std::chrono::duration<double>(now - start_).count();
   const std::size_t columns = support::terminal_columns();
-  support::show_passing_line(
+  console_.show_passing_line(
       sweep_progress_text(figures_).substr(0, columns - std::min<std::size_t>(columns, 1)));
 }
 
 void SweepProgress::make_way() const {
-  if (is_in_the_way_) support::erase_passing_line();
+  if (is_in_the_way_) console_.erase_passing_line();
 }
-
-SweepProgress::~SweepProgress() { support::erase_passing_line(); }
 
 }  // namespace sweep

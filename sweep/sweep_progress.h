@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "support/console.h"
 #include "sweep/file_finder.h"
 
 namespace sweep {
@@ -26,9 +27,9 @@ std::string sweep_progress_text(const SweepFigures& figures);
 /// nothing when standard error is no terminal. On the side it walks ahead to count the files.
 class SweepProgress {
  public:
-  /// The query outlives the object. `is_in_the_way`: documents go to a terminal too, likely the same.
-  SweepProgress(const FileQuery& query, bool is_in_the_way);
-  ~SweepProgress();
+  /// Query and console outlive the object. `is_in_the_way`: documents go to a terminal too, likely the same.
+  SweepProgress(const FileQuery& query, support::Console& console, bool is_in_the_way);
+  ~SweepProgress() { console_.erase_passing_line(); }
   SweepProgress(const SweepProgress&) = delete;
   SweepProgress& operator=(const SweepProgress&) = delete;
 
@@ -46,6 +47,7 @@ class SweepProgress {
 
   void count();
 
+  support::Console& console_;
   bool is_shown_;
   bool is_in_the_way_;
   SweepFigures figures_;

@@ -15,7 +15,6 @@
 #include <exception>
 #include <new>
 
-#include "support/progress.h"
 #include "support/system_failure.h"
 
 namespace sweep {
@@ -150,7 +149,6 @@ void Worker::run(int channel, Examiner& examiner, std::uint64_t memory_bytes, pi
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (::getppid() != parent) ::_exit(1);
   channel = keep_only(channel);
-  support::hide_progress_lines();
   if (memory_bytes > 0) limit_memory(memory_bytes);
   serve(channel, examiner);
 }

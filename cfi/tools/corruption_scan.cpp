@@ -84,8 +84,7 @@ ScanVerdict Scan::run() {
 void Scan::read_blocks() {
   unsigned char* const data = buffer_.get() + kLeadSize;
   data[-1] = 0;
-  std::optional<support::ProgressLine> progress;
-  if (request_.show_progress) progress.emplace(request_.file_name, channel_.size());
+  support::ProgressLine progress(request_.console, request_.file_name, channel_.size());
   for (std::uint64_t left = channel_.size(); left > 0;) {
     const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(left, kReadSize));
     const std::optional<std::size_t> got = read_piece(total_, wanted);
@@ -95,7 +94,7 @@ void Scan::read_blocks() {
     if (*got < wanted) return find({Kind::unexpected_end});
     data[-1] = last_byte_;
     left -= *got;
-    if (progress) progress->advance(*got);
+    progress.advance(*got);
   }
 }
 

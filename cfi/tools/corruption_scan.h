@@ -5,6 +5,7 @@
 
 #include "cfi/file_channel.h"
 #include "cfi/tools/byte_counts.h"
+#include "support/console.h"
 
 namespace cfi_tools {
 
@@ -14,7 +15,7 @@ struct CorruptionScanRequest {
   std::string file_name;
   bool silent = false;                     ///< a file that cannot be opened is clean
   std::int32_t version = kVersionNotRead;  ///< of the part; kVersionNotRead leaves out what depends on it
-  bool show_progress = true;               ///< on a terminal
+  support::Console* console = nullptr;     ///< for progress; null for none
 };
 
 enum class ScanVerdict {

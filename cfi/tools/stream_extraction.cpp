@@ -85,9 +85,9 @@ void extract_stream(VRX::System::CFI::StorageFile& file, const StreamExtraction&
     rest.remove_prefix(slash + 1);
   }
   StreamReader stream(storages.innermost(), rest);
-  support::OutputFile output;
+  support::OutputFile output(wanted.console);
   open_output(wanted.output_name, wanted.part, output);
-  support::ProgressLine progress(wanted.part_name, stream.size());
+  support::ProgressLine progress(wanted.console, wanted.part_name, stream.size());
   const std::uint64_t recorded = stream.stats().size;
   const std::uint64_t copied = copy(stream, output, wanted.output_name, progress);
   if (copied == recorded) return;

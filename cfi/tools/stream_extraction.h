@@ -3,14 +3,16 @@
 #include <string>
 
 #include "cfi/storage_file.h"
+#include "support/console.h"
 #include "support/output_file.h"
 
 namespace cfi_tools {
 
 struct StreamExtraction {
-  std::string part_name;       ///< for the progress line
-  support::FileIdentity part;  ///< of the part file, which no output may be
-  std::string stream_path;     ///< from the root storage, names separated by "/", without a leading "/"
+  support::Console* console = nullptr;  ///< for progress and an unfinished output; null for none
+  std::string part_name;                ///< for the progress line
+  support::FileIdentity part;           ///< of the part file, which no output may be
+  std::string stream_path;  ///< from the root storage, names separated by "/", without a leading "/"
   std::string output_name;
 };
 

@@ -14,6 +14,7 @@
 #include "inspect/records/part_records.h"
 #include "inspect/records/record_reader.h"
 #include "support/byte_source.h"
+#include "support/console.h"
 #include "support/findings.h"
 #include "support/output_file.h"
 
@@ -57,6 +58,7 @@ struct InspectFile {
 
   std::string name;                                    ///< as given on the command line
   support::FileIdentity identity;                      ///< of the part file itself: no output may be it
+  support::Console* console = nullptr;                 ///< for progress and unfinished outputs; null for none
   std::uint64_t disk_length = 0;                       ///< bytes of the file on disk; 0 when unknown
   VRX::System::CFI::StorageFile* container = nullptr;  ///< null for a flat file
   std::unique_ptr<support::ByteSource> stream;         ///< the part stream; null until opened

@@ -1,6 +1,5 @@
 #include "inspect/report/audit_trail_lines.h"
 
-#include "support/console.h"
 #include "support/local_time.h"
 #include "support/printable.h"
 #include "support/text_line.h"
@@ -71,14 +70,15 @@ void append_save_numbers(std::string& line, const AuditEntry& entry) {
   append_number(line, entry.machine_type, 5);
 }
 
-void print_pseudo_entries_note(const PartitionEntry& partition, const AuditTrail& audit) {
+void print_pseudo_entries_note(support::Console& console, const PartitionEntry& partition,
+                               const AuditTrail& audit) {
   if (audit.pseudo_entries) {
-    support::print("\nNote: partition %d contains pseudo entries\n", partition.id);
+    console.print("\nNote: partition %d contains pseudo entries\n", partition.id);
   }
 }
 
-void print_filing_history(const FilingHistory& history) {
-  print_pseudo_entries_note(history.partition, history.om.audit);
+void print_filing_history(support::Console& console, const FilingHistory& history) {
+  print_pseudo_entries_note(console, history.partition, history.om.audit);
   ShownTexts texts(history.partition, history.om);
   std::string line;
   history.saves.visit([&](const AuditObject& object, const AuditEntry& entry) {
@@ -90,21 +90,21 @@ void print_filing_history(const FilingHistory& history) {
     texts.append(line, object.program_version, kNameColumns);
     append_save_numbers(line, entry);
     line += '\n';
-    support::print_text(line);
+    console.print_text(line);
   });
 }
 
-void print_audit_trail(const PartitionEntry& partition, const ObjectManagerPartition& om) {
+void print_audit_trail(support::Console& console, const PartitionEntry& partition,
+                       const ObjectManagerPartition& om) {
   const AuditTrail& audit = om.audit;
-  support::print("Audit trail: %zu program versions, %zu saves\n", audit.objects.size(),
-                 audit.entries.size());
+  console.print("Audit trail: %zu program versions, %zu saves\n", audit.objects.size(), audit.entries.size());
   ShownTexts texts(partition, om);
   std::string line;
   for (const AuditObject& object : audit.objects) {
     line = "  Program version: ";
     texts.append(line, object.program_version);
     line += '\n';
-    support::print_text(line);
+    console.print_text(line);
     for (std::size_t i = 0; i < object.entry_count; ++i) {
       const std::size_t number = object.first_entry + i;
       const AuditEntry& entry = audit.entries[number];
@@ -115,7 +115,7 @@ void print_audit_trail(const PartitionEntry& partition, const ObjectManagerParti
       append_save_numbers(line, entry);
       if (!audit.cookies.empty()) append_cookies(line, audit.cookies[number]);
       line += '\n';
-      support::print_text(line);
+      console.print_text(line);
     }
   }
 }

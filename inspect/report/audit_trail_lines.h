@@ -7,6 +7,7 @@
 
 #include "inspect/records/object_manager_partition.h"
 #include "inspect/sections/filing_history.h"
+#include "support/console.h"
 
 namespace inspect {
 
@@ -45,13 +46,15 @@ void append_save_time(std::string& line, std::int32_t seconds);
 void append_save_numbers(std::string& line, const AuditEntry& entry);
 
 /// The note that precedes saves of which some have no time.
-void print_pseudo_entries_note(const PartitionEntry& partition, const AuditTrail& audit);
+void print_pseudo_entries_note(support::Console& console, const PartitionEntry& partition,
+                               const AuditTrail& audit);
 
 /// The saves of a filing history, a line each.
-void print_filing_history(const FilingHistory& history);
+void print_filing_history(support::Console& console, const FilingHistory& history);
 
 /// The audit trail as read: a line for each program version, below it a line for each of its saves;
 /// magic cookie and maximum object id are added where they were kept.
-void print_audit_trail(const PartitionEntry& partition, const ObjectManagerPartition& om);
+void print_audit_trail(support::Console& console, const PartitionEntry& partition,
+                       const ObjectManagerPartition& om);
 
 }  // namespace inspect

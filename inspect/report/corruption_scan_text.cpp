@@ -1,7 +1,5 @@
 #include "inspect/report/corruption_scan_text.h"
 
-#include "support/console.h"
-
 namespace inspect {
 
 using cfi_tools::ScanFindingKind;
@@ -48,28 +46,28 @@ constexpr FindingText kTexts[] = {
 
 void CorruptionScanText::begin() {
   if (!options_.announces) return;
-  support::print_text("     Scanning for some known file copying corruptions ....\n");
+  console_.print_text("     Scanning for some known file copying corruptions ....\n");
 }
 
 void CorruptionScanText::finding(const cfi_tools::ScanFinding& found) {
   if (found.kind == ScanFindingKind::zero_blocks) {
-    support::print("*** Detected possible corruption: zero block size %llu found at offset %llu\n",
+    console_.print("*** Detected possible corruption: zero block size %llu found at offset %llu\n",
                    static_cast<unsigned long long>(found.size),
                    static_cast<unsigned long long>(found.offset));
-    support::print_text(kTransferLine);
+    console_.print_text(kTransferLine);
     return;
   }
   for (const FindingText& known : kTexts) {
     if (known.kind != found.kind) continue;
-    support::print_text(known.text);
-    support::print_text(known.cause);
+    console_.print_text(known.text);
+    console_.print_text(known.cause);
   }
 }
 
 void CorruptionScanText::statistics(const cfi_tools::ByteCounts& counts) {
   if (!options_.statistics) return;
-  const auto line = [](const char* label, std::uint64_t count) {
-    support::print("Number of %s %10llu\n", label, static_cast<unsigned long long>(count));
+  const auto line = [this](const char* label, std::uint64_t count) {
+    console_.print("Number of %s %10llu\n", label, static_cast<unsigned long long>(count));
   };
   line("CR's .....", counts.carriage_returns);
   line("LF's .....", counts.line_feeds);
@@ -80,7 +78,7 @@ void CorruptionScanText::statistics(const cfi_tools::ByteCounts& counts) {
 
 void CorruptionScanText::end(cfi_tools::ScanVerdict verdict) {
   if (verdict != cfi_tools::ScanVerdict::clean || !options_.announces) return;
-  support::print_text("Found no known file copying corruptions\n");
+  console_.print_text("Found no known file copying corruptions\n");
 }
 
 }  // namespace inspect

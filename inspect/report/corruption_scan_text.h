@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cfi/tools/corruption_scan.h"
+#include "support/console.h"
 
 namespace inspect {
 
@@ -11,7 +12,8 @@ class CorruptionScanText final : public cfi_tools::CorruptionScanSink {
     bool announces = false;   ///< the person asked for the scan: it is announced, and a clean file praised
     bool statistics = false;  ///< print the counts of line-end and zero bytes
   };
-  explicit CorruptionScanText(const Options& options) : options_(options) {}
+  CorruptionScanText(const Options& options, support::Console& console)
+      : options_(options), console_(console) {}
 
   void begin() override;
   void finding(const cfi_tools::ScanFinding& found) override;
@@ -20,6 +22,7 @@ class CorruptionScanText final : public cfi_tools::CorruptionScanSink {
 
  private:
   Options options_;
+  support::Console& console_;
 };
 
 }  // namespace inspect

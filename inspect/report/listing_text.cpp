@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "support/console.h"
 #include "support/printable.h"
 #include "support/text_line.h"
 
@@ -42,7 +41,7 @@ void ListingText::end_line() {
 }
 
 void ListingText::flush() {
-  support::print_text(block_);
+  console_.print_text(block_);
   block_.clear();
 }
 

@@ -5,12 +5,16 @@
 #include <string>
 #include <string_view>
 
+#include "support/console.h"
+
 namespace inspect {
 
 /// Lines of a listing, put together in one block and printed in large pieces: printf is too slow where there
 /// are a million of them.
 class ListingText {
  public:
+  explicit ListingText(support::Console& console) : console_(console) {}
+
   ListingText& text(std::string_view text) {
     block_ += text;
     return *this;
@@ -29,6 +33,7 @@ class ListingText {
   void flush();
 
  private:
+  support::Console& console_;
   std::string block_;
 };
 

@@ -1,7 +1,5 @@
 #include "inspect/report/storage_listing_text.h"
 
-#include "support/console.h"
-
 namespace inspect {
 
 namespace {
@@ -12,8 +10,8 @@ constexpr std::size_t kIndentStep = 4;
 
 void StorageListingText::begin(const cfi_tools::StorageListingHead& head) {
   head_ = head;
-  printer_ = make_storage_printer(head_);
-  support::print_text("-------- Structured Storage Summary ------------\n");
+  printer_ = make_storage_printer(head_, console_);
+  console_.print_text("-------- Structured Storage Summary ------------\n");
   printer_->print_kind();
   printer_->print_column_header();
 }
@@ -25,7 +23,7 @@ void StorageListingText::element(const VRX::System::CFI::ElementNode& node, std:
 void StorageListingText::end_of_elements() { printer_->finish(); }
 
 void StorageListingText::truncation(bool is_truncated) {
-  support::print_text(is_truncated ? "File appears to have been truncated.\n"
+  console_.print_text(is_truncated ? "File appears to have been truncated.\n"
                                    : "File does not appear to have been truncated.\n");
 }
 

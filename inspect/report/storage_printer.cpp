@@ -1,7 +1,6 @@
 #include "inspect/report/storage_printer.h"
 
 #include "support/assertion.h"
-#include "support/console.h"
 
 namespace inspect {
 
@@ -26,54 +25,57 @@ const char* area_name(IndexArea area) { return area == IndexArea::footer ? "Foot
 
 }  // namespace
 
-StoragePrinter::StoragePrinter(const cfi_tools::StorageListingHead* rootStorage) : root_(rootStorage) {
+StoragePrinter::StoragePrinter(const cfi_tools::StorageListingHead* rootStorage, support::Console& console)
+    : root_(rootStorage), console_(console), text_(console) {
   VRII_ASSERT(rootStorage != nullptr);
 }
 
-void MSStoragePrinter::print_kind() { support::print_text("Uses Microsoft storage\n"); }
+void MSStoragePrinter::print_kind() { console().print_text("Uses Microsoft storage\n"); }
 
 void MSStoragePrinter::print_child(const ElementNode& child, std::size_t indent) {
   const bool is_storage = child.type == ElementType::storage;
-  text_.spaces(indent).text(is_storage ? "Storage " : "Stream ").name(child.name);
+  text().spaces(indent).text(is_storage ? "Storage " : "Stream ").name(child.name);
   if (is_storage) {
-    text_.text(" ");
+    text().text(" ");
   } else {
-    text_.text(": ").number(child.size).text(" bytes");
+    text().text(": ").number(child.size).text(" bytes");
   }
-  text_.end_line();
+  text().end_line();
 }
 
 void KVPMStoragePrinter::print_kind() {
-  support::print("Uses KVPM storage (file format %d)\n", root().format_number);
+  console().print("Uses KVPM storage (file format %d)\n", root().format_number);
   if (root().fast_load_version != 0) {
-    support::print("Fast Load Partition version: %d\n", root().fast_load_version);
+    console().print("Fast Load Partition version: %d\n", root().fast_load_version);
   }
-  support::print("Fast Load Partition End: %lld\n", static_cast<long long>(root().fast_load_end));
+  console().print("Fast Load Partition End: %lld\n", static_cast<long long>(root().fast_load_end));
 }
 
 void KVPMStoragePrinter::print_column_header() {
-  support::print_text(
+  console().print_text(
       "                                                                 Size         Offset Range     \n"
       "===============================================================================================\n");
 }
 
 void KVPMStoragePrinter::print_child(const ElementNode& child, std::size_t indent) {
   const bool is_storage = child.type == ElementType::storage;
-  const std::size_t length = text_.spaces(indent).text(is_storage ? "Storage " : "Stream ").name(child.name);
+  const std::size_t length = text().spaces(indent).text(is_storage ? "Storage " : "Stream ").name(child.name);
   const std::size_t gap = padding(indent, length);
   if (is_storage) {
-    text_.text(" ").spaces(gap).text("  ").text(area_name(child.area));
+    text().text(" ").spaces(gap).text("  ").text(area_name(child.area));
   } else {
-    text_.text(":").spaces(gap).text("   ").text(area_name(child.area)).text("  ");
-    text_.number(child.size, kNumberColumns).text(" ").number(child.start_offset, kNumberColumns);
-    text_.text(" -  ").number(child.start_offset + child.size, kNumberColumns);
+    text().text(":").spaces(gap).text("   ").text(area_name(child.area)).text("  ");
+    text().number(child.size, kNumberColumns).text(" ").number(child.start_offset, kNumberColumns);
+    text().text(" -  ").number(child.start_offset + child.size, kNumberColumns);
   }
-  text_.end_line();
+  text().end_line();
 }
 
-std::unique_ptr<StoragePrinter> make_storage_printer(const cfi_tools::StorageListingHead& rootStorage) {
-  if (rootStorage.kind == FileKind::microsoft) return std::make_unique<MSStoragePrinter>(&rootStorage);
-  return std::make_unique<KVPMStoragePrinter>(&rootStorage);
+std::unique_ptr<StoragePrinter> make_storage_printer(const cfi_tools::StorageListingHead& rootStorage,
+                                                     support::Console& console) {
+  if (rootStorage.kind == FileKind::microsoft)
+    return std::make_unique<MSStoragePrinter>(&rootStorage, console);
+  return std::make_unique<KVPMStoragePrinter>(&rootStorage, console);
 }
 
 }  // namespace inspect

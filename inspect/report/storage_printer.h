@@ -11,8 +11,8 @@ namespace inspect {
 /// Prints what the root storage of a file holds; one kind of printer for each file format.
 class StoragePrinter {
  public:
-  /// `rootStorage` tells of the root storage and outlives the printer.
-  explicit StoragePrinter(const cfi_tools::StorageListingHead* rootStorage);
+  /// `rootStorage` tells of the root storage; it and the console outlive the printer.
+  StoragePrinter(const cfi_tools::StorageListingHead* rootStorage, support::Console& console);
   virtual ~StoragePrinter() = default;
   StoragePrinter(const StoragePrinter&) = delete;
   StoragePrinter& operator=(const StoragePrinter&) = delete;
@@ -24,13 +24,17 @@ class StoragePrinter {
   virtual void print_child(const VRX::System::CFI::ElementNode& child, std::size_t indent) = 0;
 
   /// Behind the last child; lines may have been kept back until here.
-  virtual void finish() = 0;
+  void finish() { text_.flush(); }
 
  protected:
   const cfi_tools::StorageListingHead& root() const { return *root_; }
+  support::Console& console() const { return console_; }
+  ListingText& text() { return text_; }
 
  private:
   const cfi_tools::StorageListingHead* root_;
+  support::Console& console_;
+  ListingText text_;
 };
 
 /// For Microsoft compound files.
@@ -41,10 +45,6 @@ class MSStoragePrinter final : public StoragePrinter {
   void print_kind() override;
   void print_column_header() override {}
   void print_child(const VRX::System::CFI::ElementNode& child, std::size_t indent) override;
-  void finish() override { text_.flush(); }
-
- private:
-  ListingText text_;
 };
 
 /// For the maker's storage files, with the place of each stream in the file.
@@ -55,13 +55,10 @@ class KVPMStoragePrinter final : public StoragePrinter {
   void print_kind() override;
   void print_column_header() override;
   void print_child(const VRX::System::CFI::ElementNode& child, std::size_t indent) override;
-  void finish() override { text_.flush(); }
-
- private:
-  ListingText text_;
 };
 
 /// The printer that suits the format.
-std::unique_ptr<StoragePrinter> make_storage_printer(const cfi_tools::StorageListingHead& rootStorage);
+std::unique_ptr<StoragePrinter> make_storage_printer(const cfi_tools::StorageListingHead& rootStorage,
+                                                     support::Console& console);
 
 }  // namespace inspect

@@ -7,6 +7,7 @@
 #include "inspect/report/feature_toggles_text.h"
 #include "inspect/report/report.h"
 #include "inspect/report/storage_listing_text.h"
+#include "support/console.h"
 
 namespace inspect {
 
@@ -20,7 +21,8 @@ class TextReport final : public Report {
     bool scan_statistics = false;  ///< print the counts of line-end and zero bytes
   };
 
-  TextReport(std::string_view file_name, const Options& options);
+  /// The console outlives the report.
+  TextReport(std::string_view file_name, const Options& options, support::Console& console);
 
   void report(const support::Finding& finding) override;
   void begin_file() override;
@@ -79,6 +81,7 @@ class TextReport final : public Report {
  private:
   std::string file_name_;  ///< fit for a terminal
   Options options_;
+  support::Console& console_;
   CorruptionScanText scan_;
   FeatureTogglesText toggles_;
   StorageListingText storages_;

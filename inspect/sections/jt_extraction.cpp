@@ -29,7 +29,7 @@ class BodyExtraction {
         stream_(stream),
         table_(table),
         written_(written),
-        progress_(file.name, stream.size - table.data_start()),
+        progress_(file.console, file.name, stream.size - table.data_start()),
         piece_(std::make_unique_for_overwrite<std::byte[]>(kCopySize)) {}
 
   void run();
@@ -102,7 +102,7 @@ void BodyExtraction::report_impossible(const JtTableEntry& body, const Extent& e
 
 void BodyExtraction::extract(const JtTableEntry& body, std::uint64_t position, std::uint64_t length) {
   const std::string name = output_name(body.id);
-  support::OutputFile output;
+  support::OutputFile output(file_.console);
   if (!open_output(name, output)) return;
   written_.note(file_, name, body.id);
   if (!copy(position, length, output))

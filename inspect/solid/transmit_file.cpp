@@ -9,7 +9,8 @@
 
 namespace inspect {
 
-TransmitFile::TransmitFile(InspectFile& file, std::string name) : file_(file), name_(std::move(name)) {
+TransmitFile::TransmitFile(InspectFile& file, std::string name)
+    : file_(file), name_(std::move(name)), output_(file.console) {
   if (!output_.open(name_, file_.identity)) {
     inspect_error(file_.reader, Rule::output_failed, "can not open output file %s",
                   support::printable(name_).c_str());

@@ -138,8 +138,10 @@ TEST(Surroundings, ASignalLeavesWhatIsWholeAndNothingElse) {
   const auto write_all = [&] {
     if (std::freopen((folder.path() / "report").c_str(), "w", stdout) == nullptr) return;
     ::signal(SIGHUP, SIG_IGN);
+    support::Console console;
+    support::register_console(console);
     inspect::register_signal_handlers();
-    support::print_text("a whole line\nhalf a line");
+    console.print_text("a whole line\nhalf a line");
     ::raise(SIGHUP);
     const VRX::System::CFI::TopStorageWriter writer(container);
     support::OutputFile output, whole, linked;

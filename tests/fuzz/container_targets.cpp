@@ -92,7 +92,8 @@ void walk_and_list(std::string_view input) {
   });
   attempt([&] {
     FileChannel channel(memory.name());
-    inspect::StorageListingText text;
+    support::Console console;
+    inspect::StorageListingText text(console);
     if (const auto file = open_storage_file(channel)) cfi_tools::list_storages(*file, text);
   });
   attempt([&] {
@@ -134,7 +135,8 @@ void run_lz4_stream(std::string_view input) {
 void run_toggle_stream(std::string_view input) {
   support::MemorySource source(std::as_bytes(std::span(input)));
   attempt([&] {
-    inspect::FeatureTogglesText text;
+    support::Console console;
+    inspect::FeatureTogglesText text(console);
     cfi_tools::read_feature_toggles(source, text);
   });
 }

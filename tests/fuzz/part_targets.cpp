@@ -132,7 +132,8 @@ void run_driver(std::string_view input) {
   options.refs_level = listings ? 2 : 0;
   options.extract_all = options.extract_jt = selector.next(8) == 1;
   const test_support::MemoryFile file(input);
-  RunState run;
+  support::Console console;
+  RunState run{.console = console};
   try {
     inspect_part_file(file.name(), options, run);
   } catch (const FatalEscape&) {  // NOLINT(bugprone-empty-catch): the run of a program would end here.

@@ -13,7 +13,9 @@ using test_support::run_program;
 InspectOptions parse(std::vector<const char*> arguments, int* first_file = nullptr) {
   arguments.insert(arguments.begin(), "vr_inspect");
   InspectOptions options;
-  const int first = inspect::parse_options(static_cast<int>(arguments.size()), arguments.data(), options);
+  support::Console console;
+  const int first =
+      inspect::parse_options(static_cast<int>(arguments.size()), arguments.data(), options, console);
   if (first_file != nullptr) *first_file = first;
   return options;
 }

@@ -47,6 +47,7 @@ class DamageSweep : public testing::TestWithParam<Sweep> {};
 [[noreturn]] void run_sweep(const Sweep& sweep) {
   if (std::freopen("/dev/null", "w", stdout) == nullptr || std::freopen("/dev/null", "w", stderr) == nullptr)
     ::_exit(3);
+  support::Console console;
   ::alarm(300);
   const std::string bytes = test_support::read_file(sample(sweep.sample));
   std::vector<InspectOptions> ways = ways_to_look();
@@ -55,7 +56,7 @@ class DamageSweep : public testing::TestWithParam<Sweep> {};
     if (!sweep.cuts) damaged[place] = static_cast<char>(~damaged[place]);
     const test_support::MemoryFile file(damaged);
     for (InspectOptions& options : std::span(ways).first(place % 16 == 0 ? ways.size() : 1)) {
-      inspect::RunState run;
+      inspect::RunState run{.console = console};
       int status = 1;
       try {
         status = inspect::inspect_part_file(file.name(), options, run);

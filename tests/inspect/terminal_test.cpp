@@ -2,8 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstdio>
+#include <memory>
+
+#include "inspect/vr_inspect_internal.h"
 #include "support/console.h"
 #include "support/program.h"
+#include "support/text_format.h"
 #include "tests/support/captured.h"
 #include "tests/support/compound_builder.h"
 #include "tests/support/container_builder.h"
@@ -164,16 +170,54 @@ TEST(Terminal, WhatACallerForgetsIsCaughtWhereItIsWritten) {
   expect_harmless(name, "the program's name");
   const std::string text = "ours\n\t" + poison_in_line("theirs") + "\r";
   const std::string wanted = "ours\n\t" + harmless("theirs") + "\\x0D";
-  const auto written = captured([&] {
-    support::print("%s", text.c_str());
-    support::print("%-4s", text.c_str());
-    support::print_text(text);
-    support::print_text("kept: \r\n");
-    support::print_message("%s", text.c_str());
-    support::report_message(text, support::Echo::on);
+  support::Console console;
+  const auto written = captured(console, [&] {
+    console.print("%s", text.c_str());
+    console.print("%-4s", text.c_str());
+    console.print_text(text);
+    console.print_text("kept: \r\n");
+    console.print_message("%s", text.c_str());
+    console.report_message(text, support::Echo::on);
   });
   EXPECT_EQ(written.out, wanted + wanted + wanted + "kept: \r\n" + wanted);
   EXPECT_EQ(written.err, wanted + wanted);
+}
+
+/// A console over two files that nobody else sees.
+struct FileConsole {
+  using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+
+  static std::string content(std::FILE* file) {
+    std::string text(4096, '\0');
+    std::rewind(file);
+    text.resize(std::fread(text.data(), 1, text.size(), file));
+    return text;
+  }
+
+  File output{std::tmpfile(), std::fclose};
+  File messages{std::tmpfile(), std::fclose};
+  support::Console console{::fileno(output.get()), messages.get()};
+};
+
+TEST(Terminal, TwoInspectionsInOneProcessSpeakToTwoConsoles) {
+  const TemporaryFolder folder;
+  std::array<FileConsole, 2> consoles;
+  for (const std::size_t i : {0U, 1U, 0U}) {  // what one has said still waits while the other speaks
+    const std::string name = (folder.path() / (i == 0 ? "empty.prt" : "missing.prt")).string();
+    if (i == 0) static_cast<void>(folder.write("empty.prt", ""));
+    inspect::InspectOptions options;
+    inspect::RunState run{.console = consoles.at(i).console};
+    inspect::inspect_part_file(name, options, run);
+  }
+  const std::string empty = (folder.path() / "empty.prt").string();
+  const std::string banner = support::format_text(
+      "...Running %s version of %s on %s\n", support::kVersionText, support::program_name(), empty.c_str());
+  for (FileConsole& files : consoles) EXPECT_TRUE(files.console.flush());
+  const std::string told_twice = banner + "**** File is empty, not a valid part file\n";
+  EXPECT_EQ(FileConsole::content(consoles[0].output.get()), told_twice + told_twice);
+  EXPECT_EQ(FileConsole::content(consoles[0].messages.get()), "");
+  EXPECT_EQ(FileConsole::content(consoles[1].output.get()).find(empty), std::string::npos);
+  EXPECT_NE(FileConsole::content(consoles[1].messages.get()).find("could not open"), std::string::npos);
 }
 
 }  // namespace

@@ -2,21 +2,25 @@
 
 #include <gtest/gtest.h>
 
-#include "support/console.h"
 #include "support/error_escape.h"
 
 namespace test_support {
 
 Output captured(const std::function<void()>& run) {
-  support::flush_console();
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
   run();
-  support::flush_console();
   Output output;
   output.out = testing::internal::GetCapturedStdout();
   output.err = testing::internal::GetCapturedStderr();
   return output;
+}
+
+Output captured(support::Console& console, const std::function<void()>& run) {
+  return captured([&] {
+    run();
+    console.flush();
+  });
 }
 
 std::string escape_of(const std::function<void()>& call) {

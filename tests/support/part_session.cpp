@@ -16,8 +16,9 @@ namespace test_support {
 
 PartSession::PartSession(std::string bytes, Options options)
     : bytes_(std::move(bytes)),
-      report_(options.name, {}),
+      report_(options.name, {}, console_),
       file_(options.name, findings_, options.trace ? &trace_ : nullptr) {
+  file_.console = &console_;
   file_.attach(std::make_unique<support::MemorySource>(std::as_bytes(std::span(bytes_))), "");
 }
 
@@ -45,7 +46,7 @@ PartSession& PartSession::read(inspect::PassChecks checks) {
 
 bool PartSession::run(const std::function<void(inspect::InspectFile&)>& action) {
   bool finished = false;
-  output_ = captured([&] {
+  output_ = captured(console_, [&] {
     try {
       action(file_);
       finished = true;

@@ -43,9 +43,10 @@ class PartSession {
 
  private:
   std::string bytes_;
+  support::Console console_;
   inspect::TextReport report_;
   inspect::FileFindings findings_{report_};
-  inspect::TextTrace trace_;
+  inspect::TextTrace trace_{console_};
   inspect::InspectFile file_;
   Output output_;
 };

@@ -29,9 +29,10 @@ using Scanned = std::pair<ScanVerdict, std::string>;
 
 Scanned scan(const cfi_tools::CorruptionScanRequest& request, bool announces, bool statistics = false) {
   Scanned scanned;
-  inspect::CorruptionScanText text({.announces = announces, .statistics = statistics});
+  support::Console console;
+  inspect::CorruptionScanText text({.announces = announces, .statistics = statistics}, console);
   const auto run = [&] { scanned.first = cfi_tools::scan_for_corruption(request, text); };
-  scanned.second = test_support::captured(run).out;
+  scanned.second = test_support::captured(console, run).out;
   return scanned;
 }
 

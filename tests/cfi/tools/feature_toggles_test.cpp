@@ -25,8 +25,9 @@ std::string with_checksum(const std::string& bytes) {
 std::string print(const std::string& bytes, cfi_tools::ToggleChecksums& checksums) {
   support::MemorySource source(std::as_bytes(std::span(bytes)));
   std::string end;
-  const auto output = test_support::captured([&] {
-    inspect::FeatureTogglesText text;
+  support::Console console;
+  const auto output = test_support::captured(console, [&] {
+    inspect::FeatureTogglesText text(console);
     end = test_support::escape_of([&] { checksums = cfi_tools::read_feature_toggles(source, text); });
   });
   return output.out + end;

@@ -15,9 +15,10 @@ using test_support::ContainerBuilder;
 
 std::string list(CFI_storage_t root) {
   std::string end;
-  inspect::StorageListingText text;
+  support::Console console;
+  inspect::StorageListingText text(console);
   const auto run = [&] { cfi_tools::list_storages(CFI_storage_file(root), text); };
-  return test_support::captured([&] { end = test_support::escape_of(run); }).out + end;
+  return test_support::captured(console, [&] { end = test_support::escape_of(run); }).out + end;
 }
 
 std::string list(const std::string& bytes, const char* options = "R") {

@@ -18,13 +18,14 @@ class StreamExtraction : public testing::Test {
     FileChannel channel(part_);
     const auto file = open_storage_file(channel);
     return test_support::escape_of([&] {
-      cfi_tools::extract_stream(*file, {part_, channel.identity(), stream_path, output});
+      cfi_tools::extract_stream(*file, {&console_, part_, channel.identity(), stream_path, output});
     });
   }
 
   std::string output_path() const { return folder_.path() / "out"; }
 
   const std::string big_ = std::string(1'200'000, 'b') + "end";
+  support::Console console_;
   test_support::TemporaryFolder folder_;
   test_support::ContainerBuilder builder_;
   std::string part_ = folder_.write("part", builder_.stream("/Root/top", "top")

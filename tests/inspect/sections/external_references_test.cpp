@@ -22,8 +22,9 @@ std::string named(const std::string& name) {
 
 template <typename Call>
 std::string output_of(Call call) {
-  inspect::TextReport report("part", {});
-  return test_support::captured([&] { call(report); }).out;
+  support::Console console;
+  inspect::TextReport report("part", {}, console);
+  return test_support::captured(console, [&] { call(report); }).out;
 }
 
 TEST(ExternalReferences, ListsTextsAndReferencedParts) {
