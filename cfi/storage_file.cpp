@@ -57,13 +57,18 @@ std::optional<std::uint16_t> StorageFile::part_header_unit(std::size_t number) c
   return support::load_little<std::uint16_t>(bytes);
 }
 
+ElementRecord StorageFile::record(ElementId element) {
+  const ElementNode shown = node(element);
+  return {shown.type, std::string(shown.name), shown.size, class_id(element)};
+}
+
 std::vector<ElementId> StorageFile::streams_named(std::string_view name) {
   std::vector<ElementId> found;
   std::vector<ElementId> to_visit = {kRootElement};  // the next element is the last
   while (!to_visit.empty()) {
     const ElementId element = to_visit.back();
     to_visit.pop_back();
-    const ElementRecord shown = record(element);
+    const ElementNode shown = node(element);
     if (shown.type == ElementType::stream) {
       if (shown.name == name) found.push_back(element);
       continue;

@@ -58,8 +58,13 @@ class StorageFile {
   /// The child of that name, without opening it.
   virtual std::optional<ElementId> find_child(ElementId storage, std::string_view name) = 0;
 
-  virtual ElementRecord record(ElementId element) = 0;
   virtual ElementNode node(ElementId element) = 0;
+
+  /// Of a storage; zero for streams, and where the format keeps none.
+  virtual ClassId class_id(ElementId element) = 0;
+
+  /// The same with a name of its own.
+  ElementRecord record(ElementId element);
 
   /// The path of an element below the root storage, names separated by "/"; empty for the root storage.
   virtual std::string path(ElementId element) = 0;

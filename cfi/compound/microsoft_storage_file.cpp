@@ -24,16 +24,10 @@ std::optional<ElementId> MicrosoftStorageFile::find_child(ElementId storage, std
   return directory_.find_child(static_cast<std::uint32_t>(storage), *wanted);
 }
 
-ElementRecord MicrosoftStorageFile::record(ElementId id) {
-  const CompoundElement& found = element(id);
-  const bool is_stream = found.type == ElementType::stream;
-  return {found.type, utf8_from_utf16(directory_.name(found)), is_stream ? found.size : 0, found.class_id};
-}
-
 ElementNode MicrosoftStorageFile::node(ElementId id) {
-  ElementRecord shown = record(id);
-  node_name_ = std::move(shown.name);
-  return {.type = shown.type, .name = node_name_, .size = shown.size};
+  const CompoundElement& found = element(id);
+  node_name_ = utf8_from_utf16(directory_.name(found));
+  return {.type = found.type, .name = node_name_, .size = found.type == ElementType::stream ? found.size : 0};
 }
 
 std::string MicrosoftStorageFile::path(ElementId id) {
@@ -45,7 +39,8 @@ std::string MicrosoftStorageFile::path(ElementId id) {
     }
   }
   std::vector<std::string> names;
-  for (ElementId at = id; at != kRootElement; at = parents_.at(at)) names.push_back(record(at).name);
+  for (ElementId at = id; at != kRootElement; at = parents_.at(at))
+    names.push_back(utf8_from_utf16(directory_.name(element(at))));
   std::string path;
   for (; !names.empty(); names.pop_back()) {
     if (!path.empty()) path += '/';

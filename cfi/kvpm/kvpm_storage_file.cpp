@@ -23,15 +23,14 @@ std::optional<ElementId> KVPMStorageFile::find_child(ElementId storage, std::str
   return top_.find(joined_path(top_.index().element_path(storage), name));
 }
 
-ElementRecord KVPMStorageFile::record(ElementId element) {
-  const ElementNode shown = node(element);
-  ElementRecord record{shown.type, std::string(shown.name), shown.size, {}};
-  if (shown.type == ElementType::stream || StorageIndex::is_implied(element)) return record;
+ClassId KVPMStorageFile::class_id(ElementId element) {
+  if (StorageIndex::is_implied(element)) return {};
   const StorageIndex& index = top_.index();
   const std::optional<std::uint32_t> number =
       element == kRootElement ? index.find(kRootPath) : StorageIndex::entry_number(element);
-  if (number) record.class_id = index.entry(*number).class_id();
-  return record;
+  if (!number) return {};
+  const IndexEntry entry = index.entry(*number);
+  return entry.is_storage() ? entry.class_id() : ClassId();
 }
 
 ElementNode KVPMStorageFile::node(ElementId element) {

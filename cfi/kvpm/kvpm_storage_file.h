@@ -25,8 +25,8 @@ class KVPMStorageFile final : public StorageFile {
   /// Loads the footer index.
   void load_all() override { top_.load_footer(); }
   std::optional<ElementId> find_child(ElementId storage, std::string_view name) override;
-  ElementRecord record(ElementId element) override;
   ElementNode node(ElementId element) override;
+  ClassId class_id(ElementId element) override;
   std::string path(ElementId element) override;
 
   /// In listing order; loads the footer index.

@@ -25,17 +25,15 @@ std::optional<ElementId> KVPMWritableFile::find_child(ElementId storage, std::st
   return writer_.find(joined_path(writer_.element(number_of(storage)).path, name));
 }
 
-ElementRecord KVPMWritableFile::record(ElementId element) {
-  const ListedElement& listed = writer_.element(number_of(element));
-  return {listed.type, std::string(last_component(listed.path)), writer_.size(number_of(element)),
-          listed.class_id};
-}
-
 ElementNode KVPMWritableFile::node(ElementId element) {
   const TopStorageWriter::Number number = number_of(element);
   const ListedElement& listed = writer_.element(number);
   return {listed.type, last_component(listed.path), writer_.area(number), listed.offset,
           writer_.size(number)};
+}
+
+ClassId KVPMWritableFile::class_id(ElementId element) {
+  return writer_.element(number_of(element)).class_id;
 }
 
 std::string KVPMWritableFile::path(ElementId element) {

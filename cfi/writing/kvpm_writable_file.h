@@ -28,7 +28,7 @@ class KVPMWritableFile final : public StorageFile {
   std::span<const std::byte> part_header() const override { return writer_.part_header(); }
   std::int64_t fast_load_end() const override { return static_cast<std::int64_t>(writer_.fast_load_end()); }
   std::optional<ElementId> find_child(ElementId storage, std::string_view name) override;
-  ElementRecord record(ElementId element) override;
+  ClassId class_id(ElementId element) override;
 
   /// A stream's start offset is 0 until it has its place.
   ElementNode node(ElementId element) override;
