@@ -100,22 +100,21 @@ std::optional<std::uint64_t> MiniStream::file_offset(std::uint64_t position) con
 }
 
 MiniStreamSource::MiniStreamSource(MiniStream& mini_stream, std::uint32_t first, std::uint64_t size)
-    : mini_stream_(mini_stream),
-      user_(mini_stream.channel()),
-      mini_sectors_(mini_stream.follow(first, size)),
-      size_(std::min<std::uint64_t>(size, mini_sectors_.size() << kMiniSectorShift)) {}
+    : ChainSource(mini_stream.channel()),
+      mini_stream_(mini_stream),
+      mini_sectors_(mini_stream.follow(first, size)) {
+  set_size(size, mini_sectors_.size() << kMiniSectorShift);
+}
 
-std::size_t MiniStreamSource::read(void* destination, std::size_t count) {
-  if (position_ >= size_) return 0;
-  count = static_cast<std::size_t>(std::min<std::uint64_t>(count, size_ - position_));
-  auto* to = static_cast<std::byte*>(destination);
+std::size_t MiniStreamSource::read_at(std::uint64_t position, std::byte* destination, std::size_t count) {
   std::size_t total = 0;
   while (total < count) {
-    const auto skipped = static_cast<std::size_t>(position_ & (kMiniSectorSize - 1));
-    const std::uint64_t sector = mini_sectors_[static_cast<std::size_t>(position_ >> kMiniSectorShift)];
+    const std::uint64_t at = position + total;
+    const auto skipped = static_cast<std::size_t>(at & (kMiniSectorSize - 1));
+    const std::uint64_t sector = mini_sectors_[static_cast<std::size_t>(at >> kMiniSectorShift)];
     const std::size_t asked = std::min(count - total, kMiniSectorSize - skipped);
-    const std::size_t got = mini_stream_.read_at((sector << kMiniSectorShift) + skipped, to + total, asked);
-    position_ += got;
+    const std::size_t got =
+        mini_stream_.read_at((sector << kMiniSectorShift) + skipped, destination + total, asked);
     total += got;
     if (got < asked) break;
   }
@@ -123,9 +122,9 @@ std::size_t MiniStreamSource::read(void* destination, std::size_t count) {
 }
 
 std::optional<std::uint64_t> MiniStreamSource::file_offset(std::uint64_t position) const {
-  if (position > size_ || size_ == 0) return std::nullopt;
+  if (position > size() || size() == 0) return std::nullopt;
   // The end lies behind the last byte.
-  const std::uint64_t byte = position == size_ ? position - 1 : position;
+  const std::uint64_t byte = position == size() ? position - 1 : position;
   const std::uint64_t sector = mini_sectors_[static_cast<std::size_t>(byte >> kMiniSectorShift)];
   const auto found = mini_stream_.file_offset((sector << kMiniSectorShift) + (byte & (kMiniSectorSize - 1)));
   if (!found) return std::nullopt;
@@ -136,9 +135,9 @@ std::uint64_t MiniStreamSource::contiguous(std::uint64_t position) const {
   const std::optional<std::uint64_t> start = file_offset(position);
   if (!start) return 0;
   std::uint64_t count = 0;
-  while (position + count < size_ && file_offset(position + count) == *start + count) {
+  while (position + count < size() && file_offset(position + count) == *start + count) {
     const std::uint64_t to_next = kMiniSectorSize - ((position + count) & (kMiniSectorSize - 1));
-    count = std::min(count + to_next, size_ - position);
+    count = std::min(count + to_next, size() - position);
   }
   return count;
 }

@@ -4,8 +4,8 @@
 #include <optional>
 #include <vector>
 
+#include "cfi/compound/chain_source.h"
 #include "cfi/compound/sector_chain.h"
-#include "support/byte_source.h"
 
 namespace VRX::System::CFI {
 
@@ -58,26 +58,19 @@ class MiniStream {
 };
 
 /// A stream in mini sectors as a source; lives no longer than the mini stream.
-class MiniStreamSource final : public support::ByteSource {
+class MiniStreamSource final : public ChainSource {
  public:
   /// `size` is the recorded size in bytes, below the cutoff. Raises 1021266 as MiniStream::follow does.
   MiniStreamSource(MiniStream& mini_stream, std::uint32_t first, std::uint64_t size);
 
-  std::size_t read(void* destination, std::size_t count) override;
-  std::uint64_t position() const override { return position_; }
-  void set_position(std::uint64_t position) override { position_ = position; }
-
-  /// The recorded size, or what the chain has room for when that is less.
-  std::uint64_t size() const override { return size_; }
   std::optional<std::uint64_t> file_offset(std::uint64_t position) const override;
   std::uint64_t contiguous(std::uint64_t position) const override;
 
  private:
+  std::size_t read_at(std::uint64_t position, std::byte* destination, std::size_t count) override;
+
   MiniStream& mini_stream_;
-  FileChannel::User user_;
   std::vector<std::uint32_t> mini_sectors_;
-  std::uint64_t size_;
-  std::uint64_t position_ = 0;
 };
 
 }  // namespace VRX::System::CFI
