@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -32,6 +33,19 @@ template <typename Take>
 std::uint64_t copy_source(ByteSource& source, Take take, std::size_t piece_bytes = kCopyPieceBytes) {
   return copy_bytes([&](void* piece, std::size_t count) { return source.read(piece, count); }, take,
                     piece_bytes);
+}
+
+/// The same of its next `length` bytes; fewer when it ends before.
+template <typename Take>
+std::uint64_t copy_section(ByteSource& source, std::uint64_t length, Take take,
+                           std::size_t piece_bytes = kCopyPieceBytes) {
+  std::uint64_t left = length;
+  const auto read = [&](void* piece, std::size_t count) {
+    const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(count, left));
+    left -= wanted;
+    return wanted == 0 ? 0 : source.read(piece, wanted);
+  };
+  return copy_bytes(read, take, static_cast<std::size_t>(std::clamp<std::uint64_t>(length, 1, piece_bytes)));
 }
 
 }  // namespace support

@@ -2,11 +2,12 @@
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
+#include <span>
 #include <string>
 
 #include "cfi/stream_names.h"
 #include "inspect/records/inspect_errors.h"
+#include "support/byte_copy.h"
 #include "support/limits.h"
 #include "support/output_file.h"
 #include "support/progress.h"
@@ -29,8 +30,7 @@ class BodyExtraction {
         stream_(stream),
         table_(table),
         written_(written),
-        progress_(file.console, file.name, stream.size - table.data_start()),
-        piece_(std::make_unique_for_overwrite<std::byte[]>(kCopySize)) {}
+        progress_(file.console, file.name, stream.size - table.data_start()) {}
 
   void run();
 
@@ -61,7 +61,6 @@ class BodyExtraction {
   std::uint64_t bodies_ = 0;  ///< for which an output was opened
   std::uint32_t impossible_ = 0;
   support::ProgressLine progress_;
-  std::unique_ptr<std::byte[]> piece_;
 };
 
 /// The bodies follow the table without a gap and in its order, whatever number the first offset has. Behind
@@ -135,20 +134,13 @@ bool BodyExtraction::open_output(const std::string& name, support::OutputFile& o
 
 bool BodyExtraction::copy(std::uint64_t position, std::uint64_t length, support::OutputFile& output) {
   bool written = true;
-  bool whole = true;
   stream_.source.set_position(position);
-  while (length > 0) {
-    const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(length, kCopySize));
-    const std::size_t got = stream_.source.read(piece_.get(), wanted);
-    if (!output.write(piece_.get(), got)) written = false;
-    progress_.advance(got);
-    if (got < wanted) {
-      report_problem(file_, Rule::jt_body, "unexpected end of the %s stream", stream_.name);
-      whole = false;
-      break;
-    }
-    length -= got;
-  }
+  const auto write = [&](std::span<const std::byte> bytes) {
+    if (!output.write(bytes.data(), bytes.size())) written = false;
+    progress_.advance(bytes.size());
+  };
+  const bool whole = support::copy_section(stream_.source, length, write, kCopySize) == length;
+  if (!whole) report_problem(file_, Rule::jt_body, "unexpected end of the %s stream", stream_.name);
   if (!output.close()) written = false;
   if (!written) report_problem(file_, Rule::output_failed, "write failed");
   return written && whole;
