@@ -29,45 +29,31 @@ std::uint64_t next_start(InspectFile& file, const PartitionEntry& entry) {
   return next != starts.end() ? *next : file.records.length;
 }
 
-/// A difference between trailer and data, as the mode demands: told by the check, or a problem.
-class Differences {
- public:
-  Differences(const InspectFile& file, const DataBlockResult& result, CopyMode mode)
-      : file_(file), result_(result), mode_(mode) {}
-
-  support::Finding size() const {
-    return finding(Rule::solid_size, 1, "trailer.expanded_length", "expanded_length", result_.saved_size,
-                   result_.found_size);
-  }
-  support::Finding stored() const {
-    return finding(Rule::solid_adler32_stored, 2, "trailer.adler32_stored", "adler32",
-                   result_.saved_stored_checksum, result_.found_stored_checksum);
-  }
-  support::Finding expanded() const {
-    return finding(Rule::solid_adler32_expanded, 0, "trailer.adler32_expanded", "adler32",
-                   result_.saved_expanded_checksum, result_.found_expanded_checksum);
-  }
-
- private:
-  support::Finding finding(Rule rule, std::size_t value_number, const char* field, std::string_view what,
-                           std::uint64_t saved, std::uint64_t found) const {
-    const std::uint64_t width = result_.wide ? sizeof(std::uint64_t) : sizeof(std::uint32_t);
-    support::Finding finding;
-    finding.rule = rule;
-    finding.manner = mode_ == CopyMode::extract ? support::Manner::problem : support::Manner::result;
-    finding.place =
-        file_.reader.place(result_.data_position + result_.stored_size + value_number * width, width);
-    finding.place.partition = result_.partition.id;
-    finding.place.field = field;
-    finding.found.push_back({what, found});
-    finding.expected.push_back({what, saved});
-    return finding;
-  }
-
-  const InspectFile& file_;
-  const DataBlockResult& result_;
-  CopyMode mode_;
+/// A value of the trailer and what the data have instead.
+struct Difference {
+  Rule rule;
+  std::uint64_t number;  ///< of the value in the trailer
+  const char* field;
+  std::string_view what;
+  std::uint64_t saved;
+  std::uint64_t found;
 };
+
+/// As the mode demands: told by the check, or a problem.
+support::Finding finding_of(const InspectFile& file, const DataBlockResult& result, CopyMode mode,
+                            const Difference& difference) {
+  const std::uint64_t width = result.wide ? sizeof(std::uint64_t) : sizeof(std::uint32_t);
+  support::Finding finding;
+  finding.rule = difference.rule;
+  finding.manner = mode == CopyMode::extract ? support::Manner::problem : support::Manner::result;
+  finding.place =
+      file.reader.place(result.data_position + result.stored_size + difference.number * width, width);
+  finding.place.partition = result.partition.id;
+  finding.place.field = difference.field;
+  finding.found.push_back({difference.what, difference.found});
+  finding.expected.push_back({difference.what, difference.saved});
+  return finding;
+}
 
 }  // namespace
 
@@ -97,28 +83,33 @@ bool is_trailer_missing(InspectFile& file, const PartitionEntry& entry, const Da
 }
 
 bool report_differences(const InspectFile& file, const DataBlockResult& result, CopyMode mode) {
-  const Differences differences(file, result, mode);
   const bool stored_differs = result.stored_differs();
   // A check looks at the expanded data only where the stored bytes are what was saved.
   const bool looks_at_all = mode == CopyMode::extract || mode == CopyMode::examine;
   const bool expanded_differs =
       result.expanded_differs() && (looks_at_all || (!stored_differs && result.inflate_error == 0));
+  const auto report = [&](const Difference& difference, const char* data) {
+    report_finding(file, finding_of(file, result, mode, difference),
+                   "Saved checksum for %s brepsolid partition %llu does not match calculated checksum %llu",
+                   data, static_cast<ull>(difference.saved), static_cast<ull>(difference.found));
+  };
   if (result.size_differs()) {
-    report_finding(file, differences.size(),
+    const Difference size = {Rule::solid_size,          1,
+                             "trailer.expanded_length", "expanded_length",
+                             result.saved_size,         result.found_size};
+    report_finding(file, finding_of(file, result, mode, size),
                    "Compressed brepsolid partition had saved size %llu bytes but expanded to %llu bytes",
-                   static_cast<ull>(result.saved_size), static_cast<ull>(result.found_size));
+                   static_cast<ull>(size.saved), static_cast<ull>(size.found));
   }
   if (stored_differs) {
-    report_finding(
-        file, differences.stored(),
-        "Saved checksum for compressed brepsolid partition %llu does not match calculated checksum %ld",
-        static_cast<ull>(result.saved_stored_checksum), static_cast<long>(result.found_stored_checksum));
+    report({Rule::solid_adler32_stored, 2, "trailer.adler32_stored", "adler32", result.saved_stored_checksum,
+            result.found_stored_checksum},
+           "compressed");
   }
   if (expanded_differs) {
-    report_finding(
-        file, differences.expanded(),
-        "Saved checksum for uncompressed brepsolid partition %llu does not match calculated checksum %ld",
-        static_cast<ull>(result.saved_expanded_checksum), static_cast<long>(result.found_expanded_checksum));
+    report({Rule::solid_adler32_expanded, 0, "trailer.adler32_expanded", "adler32",
+            result.saved_expanded_checksum, result.found_expanded_checksum},
+           "uncompressed");
   }
   return !result.size_differs() && !stored_differs && !expanded_differs;
 }
