@@ -1,13 +1,12 @@
 #include "cfi/kvpm/storage_index.h"
 
-#include <xxhash.h>
-
 #include <algorithm>
 #include <bit>
 #include <cstring>
 
 #include "cfi/element_path.h"
 #include "support/byte_order.h"
+#include "support/keyed_hash.h"
 
 namespace VRX::System::CFI {
 
@@ -34,11 +33,8 @@ std::uint32_t fingerprint(std::string_view path) {
   return static_cast<std::uint32_t>(path.size()) << kLengthShift | last_bytes(path);
 }
 
-// Parents are looked for in so many slots, and in a table of at most so many: what a file may cost is
-// bounded, whatever its paths hash to.
-constexpr std::size_t kProbes = 8;
-constexpr std::size_t kFewestSlots = 64;
-constexpr std::size_t kMostSlots = std::size_t{1} << 16U;
+// Parents that are looked for: what a file may cost is bounded, and the table stays close at hand.
+constexpr std::size_t kMostKnownParents = std::size_t{1} << 16U;
 
 // The widths of a record's two fields in bytes, 0 to 8: the first in the low half. Both are whole in the
 // class identifier of a storage.
@@ -118,43 +114,20 @@ bool StorageIndex::is_path(std::uint32_t number, std::string_view path) const {
          path.starts_with(parent) && path.ends_with(name);
 }
 
-std::size_t StorageIndex::first_slot(std::string_view parent) const {
-  return XXH3_64bits(parent.data(), parent.size()) & (slots_.size() - 1);
-}
-
 std::optional<std::uint32_t> StorageIndex::known_parent(std::string_view parent) const {
   if (size() > 0 && parent_path(parent_numbers_[size() - 1]) == parent) return parent_numbers_[size() - 1];
-  if (slots_.empty()) return std::nullopt;
-  const std::size_t first = first_slot(parent);
-  for (std::size_t i = 0; i < kProbes; ++i) {
-    const std::uint32_t found = slots_[(first + i) & (slots_.size() - 1)];
-    if (found == kNone) break;
-    if (parent_path(found) == parent) return found;
-  }
-  return std::nullopt;
-}
-
-/// Into the first free slot, or instead of a parent that will come up again.
-void StorageIndex::enter_in_slots(std::uint32_t parent) {
-  const std::size_t first = first_slot(parent_path(parent));
-  for (std::size_t i = 0; i < kProbes; ++i) {
-    std::uint32_t& slot = slots_[(first + i) & (slots_.size() - 1)];
-    if (slot != kNone) continue;
-    slot = parent;
-    return;
-  }
-  slots_[first] = parent;
+  const std::uint32_t found = known_parents_.find(
+      support::keyed_hash(parent), [&](std::uint32_t number) { return parent_path(number) == parent; });
+  if (found == support::NumberTable::kNone) return std::nullopt;
+  return found;
 }
 
 /// The parent of the path at the end of the block of records.
 std::uint32_t StorageIndex::add_parent(std::size_t length) {
   const auto number = static_cast<std::uint32_t>(parents_.size());
   parents_.push_back({size() == 0 ? 0 : ends_[size() - 1], static_cast<std::uint32_t>(length), size()});
-  if (2 * parents_.size() > slots_.size() && slots_.size() < kMostSlots) {
-    slots_.assign(std::max(kFewestSlots, 2 * slots_.size()), kNone);
-    for (std::uint32_t known = 0; known < number; ++known) enter_in_slots(known);
-  }
-  enter_in_slots(number);
+  const auto hash_of = [this](std::uint32_t known) { return support::keyed_hash(parent_path(known)); };
+  if (known_parents_.size() < kMostKnownParents) known_parents_.insert(hash_of(number), number, hash_of);
   return number;
 }
 
@@ -214,7 +187,7 @@ void StorageIndex::drop_footer() {
   std::size_t parents = parents_.size();
   while (parents > 0 && parents_[parents - 1].first >= footer_start_) --parents;
   parents_.truncate(parents);
-  slots_.clear();
+  known_parents_ = {};
   highest_end_ = highest_header_end_;
   broken_path_.reset();
 }

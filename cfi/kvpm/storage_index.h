@@ -10,6 +10,7 @@
 #include "cfi/kvpm/kvpm_format.h"
 #include "cfi/plain_array.h"
 #include "cfi/storage_file.h"
+#include "support/number_table.h"
 
 namespace VRX::System::CFI {
 
@@ -115,8 +116,6 @@ class StorageIndex {
   bool is_path(std::uint32_t number, std::string_view path) const;
   std::optional<std::uint32_t> known_parent(std::string_view parent) const;
   std::uint32_t add_parent(std::size_t length);
-  std::size_t first_slot(std::string_view parent) const;
-  void enter_in_slots(std::uint32_t parent);
   void append_path(std::string_view path, std::size_t name_start, bool is_new);
   void append_fields(ElementType type, const std::array<std::uint64_t, 2>& fields);
 
@@ -125,7 +124,7 @@ class StorageIndex {
   PlainArray<std::uint32_t> parent_numbers_;
   PlainArray<std::uint32_t> fingerprints_;
   PlainArray<ParentPath> parents_;
-  std::vector<std::uint32_t> slots_;  // hash table of parents; one that finds no room there comes up again
+  support::NumberTable known_parents_;  // the first of them; others may come up again
   std::uint32_t footer_start_ = kNone;
   std::size_t footer_records_ = 0;
   std::uint64_t highest_end_ = 0;
