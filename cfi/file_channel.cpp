@@ -116,9 +116,18 @@ std::size_t FileChannel::write_at(std::uint64_t, const void*, std::size_t) {
   throw make_error(kUnsupportedOperation, "writing to a file that is open for reading");
 }
 
+void FileChannel::set_size(std::uint64_t) {
+  throw make_error(kUnsupportedOperation, "writing to a file that is open for reading");
+}
+
 void FileChannel::forget_windows(std::uint64_t end) {
   for (Window& window : windows_) window = {};  // they were made for the old length
   size_ = std::max(size_, end);
+}
+
+void FileChannel::note_size(std::uint64_t size) {
+  for (Window& window : windows_) window = {};
+  size_ = size;
 }
 
 FileChannel::Loan FileChannel::lend(std::uint64_t offset) {

@@ -79,6 +79,9 @@ class FileChannel {
   /// way. Raises 1020059 when none can be written, and 1021254 here, where the file is read only.
   virtual std::size_t write_at(std::uint64_t offset, const void* bytes, std::size_t count);
 
+  /// Cuts the file to `size` bytes, or extends it with zeros. Raises 1020059, and 1021254 here.
+  virtual void set_size(std::uint64_t size);
+
   /// Forces what was written to disk. Raises 1020059.
   virtual void flush() {}
 
@@ -88,6 +91,9 @@ class FileChannel {
 
   /// Forgets what windows hold, and the length, once the bytes up to `end` have been written.
   void forget_windows(std::uint64_t end);
+
+  /// The same once the file has been given that size.
+  void note_size(std::uint64_t size);
 
  private:
   struct Window {

@@ -19,15 +19,13 @@ Stream& open_for_read(Storage& storage, std::string_view name) {
 }
 
 Stream& open_for_write(Storage& storage, std::string_view name, AccessMode mode) {
-  KVPMWritableFile& file = writable_file(storage);
+  WritableFile& file = writable_file(storage);
   if (mode == AccessMode::create) {
     const ElementId element = file.create_stream(storage.element(), name);
-    return OpenElements::instance().add_stream(storage, element, name,
-                                               file.writer().container(writer_number(element)));
+    return OpenElements::instance().add_stream(storage, element, name, file.container(element));
   }
   const ElementId element = existing_child(storage, name, ElementType::stream, mode);
-  return OpenElements::instance().add_stream(storage, element, name,
-                                             file.writer().open_for_write(writer_number(element)));
+  return OpenElements::instance().add_stream(storage, element, name, file.open_for_write(element));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "cfi/flat/cfi_storage.h"
 #include "cfi/flat/handle_access.h"
 #include "support/byte_copy.h"
+#include "support/printable.h"
 
 using namespace VRX::System::CFI;
 
@@ -34,23 +35,35 @@ std::vector<CopyItem> items_to_copy(StorageFile& file, ElementId element, std::s
   return items;
 }
 
-void copy_stream(support::ByteSource& source, KVPMWritableFile& file, ElementId stream) {
-  Container& container = file.writer().container(writer_number(stream));
-  support::copy_source(source, [&](std::span<const std::byte> bytes) {
-    if (container.write(bytes.data(), bytes.size()) != bytes.size()) {
-      throw system_call_failed(errno);
+// The source may be damaged; only what is there can be copied, and less than all is no copy.
+void copy_stream(support::ByteSource& source, WritableFile& file, ElementId stream) {
+  Container& container = file.container(stream);
+  const std::uint64_t size = source.size();
+  const std::uint64_t copied = support::copy_source(source, [&](std::span<const std::byte> bytes) {
+    try {
+      if (container.write(bytes.data(), bytes.size()) == bytes.size()) return;
+    } catch (const support::ErrorEscape&) {
+      file.mark_failed();
+      throw;
     }
+    file.mark_failed();
+    throw system_call_failed(errno);
   });
-  file.writer().release(writer_number(stream));
+  file.release(stream);
+  if (copied == size) return;
+  throw support::ErrorEscape(
+      "cfi", kEndOfStream,
+      support::format_text("%s ends after %llu of %llu bytes", support::printable(file.path(stream)).c_str(),
+                           static_cast<unsigned long long>(copied), static_cast<unsigned long long>(size)));
 }
 
-void copy_items(StorageFile& source, std::vector<CopyItem>& items, KVPMWritableFile& file,
+void copy_items(StorageFile& source, std::vector<CopyItem>& items, WritableFile& file,
                 ElementId destination) {
   for (CopyItem& item : items) {
     const ElementId parent = &item == &items.front() ? destination : items[item.parent].copy;
     if (item.record.type == ElementType::storage) {
       item.copy = file.create_storage(parent, item.record.name);
-      file.writer().set_class(writer_number(item.copy), item.record.class_id);
+      file.set_class(item.copy, item.record.class_id);
     } else {
       const auto bytes = source.open_stream(item.source);
       item.copy = file.create_stream(parent, item.record.name);
@@ -64,16 +77,16 @@ void copy_items(StorageFile& source, std::vector<CopyItem>& items, KVPMWritableF
 std::size_t CFI__write_to_stream(CFI_stream_t stream, std::size_t count, const void* buffer) {
   if (stream->container() == nullptr)
     throw make_error(kUnsupportedOperation, "writing to a stream that is read");
-  TopStorageWriter& writer = stream->parent().root().writable->writer();
+  WritableFile& file = *stream->parent().root().writable;
   std::size_t written = 0;
   try {
     written = stream->container()->write(buffer, count);
   } catch (const support::ErrorEscape&) {
-    writer.mark_failed();
+    file.mark_failed();
     throw;
   }
   if (written == count) return written;
-  writer.mark_failed();
+  file.mark_failed();
   throw support::ErrorEscape(
       "cfi", kSystemCallFailed,
       support::format_text("IStream_Write returned count %u not %u", static_cast<unsigned>(written),
@@ -87,7 +100,7 @@ ClassId CFI_get_storage_class(CFI_storage_t storage) {
 
 void CFI_set_storage_class(CFI_storage_t storage, const ClassId& class_id) {
   show_call("CFI_set_storage_class", *storage);
-  writable_file(*storage).writer().set_class(writer_number(storage->element()), class_id);
+  writable_file(*storage).set_class(storage->element(), class_id);
 }
 
 void CFI_copy_storage_element(CFI_storage_t source, std::string_view name, CFI_storage_t destination,
@@ -95,16 +108,17 @@ void CFI_copy_storage_element(CFI_storage_t source, std::string_view name, CFI_s
   show_call("CFI_copy_storage_element", *source, name);
   check_child_name(*source, name);
   check_child_name(*destination, new_name);
-  KVPMWritableFile& file = writable_file(*destination);
+  WritableFile& file = writable_file(*destination);
   const std::optional<ElementId> element = find_child(*source, name);
   if (!element) throw make_error(kElementNotFound, joined_path(source->path(), name).c_str());
   StorageFile& from = source->file();
   std::vector<CopyItem> items = items_to_copy(from, *element, new_name);
+  const std::size_t before = file.element_count();
   try {
     copy_items(from, items, file, destination->element());
-  } catch (const support::ErrorEscape& escape) {
-    // Half a copy must not be committed; a name that is taken has left nothing.
-    if (escape.code() != kElementExists) file.writer().mark_failed();
+  } catch (const support::ErrorEscape&) {
+    // Half a copy must not be committed.
+    file.drop_from(before);
     throw;
   }
 }

@@ -69,6 +69,13 @@ void CFI_release_stream_fileid(CFI_stream_t stream, int channel) {
   const off_t position = ::lseek(channel, 0, SEEK_CUR);
   if (position < 0) throw flush_failure(channel);
   const support::OutputFile closes_the_channel(channel);
-  if (stream->container() != nullptr) take_back(channel, *stream->container());
+  if (stream->container() != nullptr) {
+    try {
+      take_back(channel, *stream->container());
+    } catch (const support::ErrorEscape&) {
+      stream->parent().root().writable->mark_failed();
+      throw;
+    }
+  }
   stream->source().set_position(static_cast<std::uint64_t>(position));
 }

@@ -35,11 +35,9 @@ ElementId existing_child(const Storage& storage, std::string_view name, ElementT
                            support::printable(joined_path(storage.path(), name)).c_str()));
 }
 
-KVPMWritableFile& writable_file(const Storage& storage) {
+WritableFile& writable_file(const Storage& storage) {
   if (storage.root().writable != nullptr) return *storage.root().writable;
-  const bool is_compound = storage.file().kind() == FileKind::microsoft;
-  throw make_error(kUnsupportedOperation, is_compound ? "writing to a Microsoft storage file"
-                                                      : "writing to a file that is open for reading");
+  throw make_error(kUnsupportedOperation, "writing to a file that is open for reading");
 }
 
 }  // namespace VRX::System::CFI

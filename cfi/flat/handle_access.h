@@ -14,12 +14,7 @@ ElementId existing_child(const Storage& storage, std::string_view name, ElementT
 /// Raises 1021253 for a name that is empty or holds a "/".
 void check_child_name(const Storage& storage, std::string_view name);
 
-/// The number under which the writer of a file knows its element.
-inline TopStorageWriter::Number writer_number(ElementId element) {
-  return static_cast<TopStorageWriter::Number>(element);
-}
-
 /// The file of a storage that is open for writing; raises 1021254 for one that is not.
-KVPMWritableFile& writable_file(const Storage& storage);
+WritableFile& writable_file(const Storage& storage);
 
 }  // namespace VRX::System::CFI

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "cfi/cfi_error_codes.h"
+#include "cfi/writing/kvpm_writable_file.h"
 #include "cfi/writing/lock_bytes_factories.h"
 
 namespace VRX::System::CFI {
@@ -38,7 +39,7 @@ std::unique_ptr<StorageFile> RootStorageNode::open_for_read() const {
   return opened;
 }
 
-std::unique_ptr<StorageFile> RootStorageNode::open_for_write(AccessMode mode) {
+std::unique_ptr<WritableFile> RootStorageNode::open_for_write(AccessMode mode) {
   if (mode == AccessMode::write) {
     const FileKind kind = recognise(*channel);
     if (kind == FileKind::flat) throw make_error(kNotAStorageFile, file_name);
@@ -115,7 +116,7 @@ bool OpenElements::close(Storage& storage) {
   if (storage.open_children_ > 0) return false;
   if (storage.parent_ == nullptr) {
     const std::unique_ptr<RootStorageNode> root = take_root(storage);
-    if (root->writable != nullptr) root->writable->writer().commit();
+    if (root->writable != nullptr) root->writable->commit();
     return true;
   }
   Storage* const parent = storage.parent_;
@@ -134,7 +135,7 @@ void OpenElements::close(Stream& stream) {
   };
   try {
     if (closed->container_ != nullptr) {
-      parent.root_.writable->writer().release(static_cast<TopStorageWriter::Number>(closed->element()));
+      parent.root_.writable->release(closed->element());
     }
   } catch (const support::ErrorEscape&) {
     end();

@@ -11,7 +11,7 @@
 #include "cfi/file_channel.h"
 #include "cfi/storage_element.h"
 #include "cfi/writing/container.h"
-#include "cfi/writing/kvpm_writable_file.h"
+#include "cfi/writing/writable_file.h"
 
 namespace VRX::System::CFI {
 
@@ -79,14 +79,14 @@ struct RootStorageNode {
 
   std::string file_name;
   bool limits_names;                     ///< names of elements are checked to have at most 31 characters
-  KVPMWritableFile* writable = nullptr;  ///< `file` when it is open for writing
+  WritableFile* writable = nullptr;      ///< `file` when it is open for writing
   std::unique_ptr<FileChannel> channel;  ///< null for a new file
   std::unique_ptr<StorageFile> file;
   Storage storage;
 
  private:
   std::unique_ptr<StorageFile> open_for_read() const;
-  std::unique_ptr<StorageFile> open_for_write(AccessMode mode);
+  std::unique_ptr<WritableFile> open_for_write(AccessMode mode);
 };
 
 /// The open elements of all files: one root per file name, and how many elements are open in each storage.

@@ -1,7 +1,11 @@
 #include "cfi/writing/container.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
+#include <new>
+
+#include "cfi/cfi_error_codes.h"
 
 namespace VRX::System::CFI {
 
@@ -13,7 +17,14 @@ std::size_t BufferedContainer::read(void* destination, std::size_t count) {
 }
 
 std::size_t BufferedContainer::write(const void* bytes, std::size_t count) {
-  if (bytes_.size() < position_ + count) bytes_.resize(position_ + count);
+  if (count > bytes_.max_size() || position_ > bytes_.max_size() - count) throw system_call_failed(ENOMEM);
+  if (bytes_.size() < position_ + count) {
+    try {
+      bytes_.resize(position_ + count);
+    } catch (const std::bad_alloc&) {
+      throw system_call_failed(ENOMEM);
+    }
+  }
   if (count > 0) std::memcpy(bytes_.data() + position_, bytes, count);
   position_ += count;
   return count;
@@ -29,6 +40,13 @@ std::size_t DirectContainer::read(void* destination, std::size_t count) {
   const std::size_t got = file_.read_at(offset_ + position_, destination, count);
   position_ += got;
   return got;
+}
+
+// What lies behind the stream in the file is only its own.
+void DirectContainer::truncate(std::uint64_t size) {
+  if (size >= size_) return;
+  file_.set_size(offset_ + size);
+  size_ = size;
 }
 
 std::size_t DirectContainer::write(const void* bytes, std::size_t count) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -17,7 +16,7 @@ class Container : public support::ByteSource {
   /// system stops on the way. A gap behind the end is filled with zeros. Raises 1020059.
   virtual std::size_t write(const void* bytes, std::size_t count) = 0;
 
-  /// Drops the bytes from `size` on.
+  /// Drops the bytes from `size` on; they do not come back when the stream grows again. Raises 1020059.
   virtual void truncate(std::uint64_t size) = 0;
 
   std::uint64_t position() const override { return position_; }
@@ -52,7 +51,7 @@ class DirectContainer final : public Container {
 
   std::size_t read(void* destination, std::size_t count) override;
   std::size_t write(const void* bytes, std::size_t count) override;
-  void truncate(std::uint64_t size) override { size_ = std::min(size_, size); }
+  void truncate(std::uint64_t size) override;
   std::uint64_t size() const override { return size_; }
 
  private:

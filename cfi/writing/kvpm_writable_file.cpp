@@ -81,4 +81,16 @@ ElementId KVPMWritableFile::create_stream(ElementId parent, std::string_view nam
   return writer_.create_stream(joined_path(writer_.element(number_of(parent)).path, name));
 }
 
+void KVPMWritableFile::set_class(ElementId storage, const ClassId& class_id) {
+  writer_.set_class(number_of(storage), class_id);
+}
+
+Container& KVPMWritableFile::container(ElementId stream) { return writer_.container(number_of(stream)); }
+
+Container& KVPMWritableFile::open_for_write(ElementId stream) {
+  return writer_.open_for_write(number_of(stream));
+}
+
+void KVPMWritableFile::release(ElementId stream) { writer_.release(number_of(stream)); }
+
 }  // namespace VRX::System::CFI

@@ -8,14 +8,14 @@
 #include <string_view>
 #include <vector>
 
-#include "cfi/storage_file.h"
 #include "cfi/writing/top_storage_writer.h"
+#include "cfi/writing/writable_file.h"
 
 namespace VRX::System::CFI {
 
 /// The maker's storage file, open for writing: a new one, or one to be updated. Its elements are those of the
 /// writer; what has been written can be read once it is committed.
-class KVPMWritableFile final : public StorageFile {
+class KVPMWritableFile final : public WritableFile {
  public:
   /// A new file of the current version.
   explicit KVPMWritableFile(const std::string& file_name);
@@ -36,12 +36,19 @@ class KVPMWritableFile final : public StorageFile {
   std::vector<ElementId> children(ElementId storage) override;
   std::vector<ElementId> readable_children(ElementId storage) override;
   std::unique_ptr<support::ByteSource> open_stream(ElementId stream) override;
-  bool is_truncated() override { return false; }
 
-  ElementId create_storage(ElementId parent, std::string_view name);
+  ElementId create_storage(ElementId parent, std::string_view name) override;
 
-  /// A new stream, open for writing.
-  ElementId create_stream(ElementId parent, std::string_view name);
+  /// Raises 1021253 for a second direct stream as well.
+  ElementId create_stream(ElementId parent, std::string_view name) override;
+  void set_class(ElementId storage, const ClassId& class_id) override;
+  Container& container(ElementId stream) override;
+  Container& open_for_write(ElementId stream) override;
+  void release(ElementId stream) override;
+  std::size_t element_count() const override { return writer_.element_count(); }
+  void drop_from(std::size_t count) override { writer_.drop_from(count); }
+  void mark_failed() override { writer_.mark_failed(); }
+  void commit() override { writer_.commit(); }
 
   TopStorageWriter& writer() { return writer_; }
 

@@ -2,13 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cinttypes>
 
 #include "cfi/cfi_error_codes.h"
-#include "cfi/diagnostics_channels.h"
 #include "cfi/element_path.h"
 #include "cfi/kvpm/header_paths.h"
-#include "support/byte_copy.h"
 #include "support/limits.h"
 #include "support/printable.h"
 #include "support/text_format.h"
@@ -42,8 +39,9 @@ TopStorageWriter::TopStorageWriter(std::string file_name, TopStorage& old)
     : TopStorageWriter(std::move(file_name), WriterOptions{.version = old.version()}) {
   old.load_footer();
   if (old.is_truncated()) throw make_error(kEndOfStream);
+  file_.require_replaced(old.channel());
   old_ = &old;
-  set_part_header(old.part_header());
+  part_header_.assign(old.part_header().begin(), old.part_header().end());
   for (std::uint32_t entry = 0; entry < old.index().size(); ++entry) add_from_old(old.index(), entry);
 }
 
@@ -80,6 +78,13 @@ void TopStorageWriter::set_part_header(std::span<const std::byte> bytes) {
                                support::format_text("Header Length %zu is not sane", bytes.size() / 2));
   }
   part_header_.assign(bytes.begin(), bytes.end());
+  part_header_is_given_ = true;
+  require_room_in_header();
+}
+
+void TopStorageWriter::set_area(Number number, IndexArea area) {
+  elements_[number].area = area;
+  require_room_in_header();
 }
 
 std::optional<TopStorageWriter::Number> TopStorageWriter::find(std::string_view path) const {
@@ -120,7 +125,33 @@ TopStorageWriter::Number TopStorageWriter::add(std::string_view path, ElementTyp
   const bool in_header = added.header_number > 0 || !options_.has_footer;
   added.area = in_header ? IndexArea::header : IndexArea::footer;
   by_path_.emplace(added.listed.path, number);
+  if (in_header) {
+    try {
+      require_room_in_header();
+    } catch (const support::ErrorEscape&) {
+      drop_last();
+      throw;
+    }
+  }
   return number;
+}
+
+void TopStorageWriter::drop_last() {
+  const auto number = static_cast<Number>(elements_.size() - 1);
+  Element& last = elements_.back();
+  if (last.is_direct && last.container) {
+    // A direct stream that was created last is the last in the file.
+    last.container->truncate(0);
+    data_end_ = last.listed.offset;
+    if (current_direct_ == number) current_direct_.reset();
+  }
+  by_path_.erase(last.listed.path);
+  elements_.pop_back();
+}
+
+void TopStorageWriter::drop_from(std::size_t count) {
+  thread_check_.require_own_thread();
+  while (elements_.size() > count) drop_last();
 }
 
 TopStorageWriter::Number TopStorageWriter::create_storage(std::string_view path, const ClassId& class_id) {
@@ -130,33 +161,49 @@ TopStorageWriter::Number TopStorageWriter::create_storage(std::string_view path,
 }
 
 TopStorageWriter::Number TopStorageWriter::create_stream(std::string_view path) {
+  const bool is_direct = std::ranges::find(kDirectStreams, path) != kDirectStreams.end();
+  if (is_direct && current_direct_ && !find(path)) raise_current_direct();
   const Number number = add(path, ElementType::stream);
-  Element& added = elements_[number];
-  added.is_direct = std::ranges::find(kDirectStreams, path) != kDirectStreams.end();
-  if (added.is_direct) {
+  elements_[number].is_direct = is_direct;
+  if (is_direct) {
     begin_direct(number);
   } else {
-    added.container = std::make_unique<BufferedContainer>();
+    elements_[number].container = std::make_unique<BufferedContainer>();
   }
   return number;
+}
+
+// Room for the part header is kept as long as the part stream may still bring one.
+std::uint64_t TopStorageWriter::header_size() const {
+  const std::uint64_t now = header_index_offset(options_.version) + listed_in(IndexArea::header).size();
+  if (part_header_is_given_ || options_.version < kFirstVersionWithPartHeader) return now;
+  return now + kLongestPartHeader - std::min<std::uint64_t>(part_header_.size(), kLongestPartHeader);
+}
+
+void TopStorageWriter::require_room_in_header() const {
+  if (data_start_ && header_size() > *data_start_) {
+    throw make_error(kInternalFailure, "the header index is longer than the header area");
+  }
 }
 
 // The data follows the header area, whose size is fixed from then on.
 void TopStorageWriter::choose_data_start() {
   if (data_start_) return;
-  const std::uint64_t needed = header_index_offset(options_.version) + listed_in(IndexArea::header).size();
+  const std::uint64_t needed = header_size();
   const std::uint64_t rounded = (needed + kHeaderAreaStep - 1) / kHeaderAreaStep * kHeaderAreaStep;
   const bool fits = needed <= options_.maximum_header_size;
   data_start_ = fits ? options_.maximum_header_size : rounded;
   data_end_ = *data_start_;
 }
 
+void TopStorageWriter::raise_current_direct() const {
+  throw support::ErrorEscape(
+      "cfi", kInternalFailure,
+      "Current direct stream is unexpectedly " +
+          (current_direct_ ? elements_[*current_direct_].listed.path : std::string("none")));
+}
+
 void TopStorageWriter::begin_direct(Number number) {
-  if (current_direct_) {
-    const std::string text =
-        "Current direct stream is unexpectedly " + elements_[*current_direct_].listed.path;
-    throw support::ErrorEscape("cfi", kInternalFailure, text);
-  }
   choose_data_start();
   current_direct_ = number;
   elements_[number].listed.offset = data_end_;
@@ -164,12 +211,7 @@ void TopStorageWriter::begin_direct(Number number) {
 }
 
 void TopStorageWriter::end_direct(Number number) {
-  if (current_direct_ != number) {
-    const std::string text =
-        "Current direct stream is unexpectedly " +
-        (current_direct_ ? elements_[*current_direct_].listed.path : std::string("none"));
-    throw support::ErrorEscape("cfi", kInternalFailure, text);
-  }
+  if (current_direct_ != number) raise_current_direct();
   data_end_ += elements_[number].container->size();
   current_direct_.reset();
 }
@@ -225,64 +267,6 @@ void TopStorageWriter::release(Number stream) {
   element.listed.size_bytes = element.container->size();
 }
 
-void TopStorageWriter::write(std::uint64_t offset, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const std::size_t written = file_.channel().write_at(offset, bytes.data(), bytes.size());
-    offset += written;
-    bytes.remove_prefix(written);
-  }
-}
-
-void TopStorageWriter::copy_from_old(const Element& element) {
-  ChannelSource source(old_->channel(), element.listed.offset, element.listed.size_bytes);
-  std::uint64_t end = data_end_;
-  const std::uint64_t copied = support::copy_source(source, [&](std::span<const std::byte> bytes) {
-    write(end, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-    end += bytes.size();
-  });
-  if (copied < element.listed.size_bytes) throw make_error(kEndOfStream);
-}
-
-void TopStorageWriter::flush(Element& element) {
-  if (element.container) {
-    element.listed.size_bytes = element.container->size();
-    structured_storage_channel().print("    Flushing buffered container &%p to offset 0x%016" PRIx64 ": %s\n",
-                                       static_cast<const void*>(element.container.get()), data_end_,
-                                       support::printable(element.listed.path).c_str());
-    write(data_end_, static_cast<const BufferedContainer&>(*element.container).bytes());
-  } else {
-    copy_from_old(element);
-  }
-  element.listed.offset = data_end_;
-  data_end_ += element.listed.size_bytes;
-}
-
-void TopStorageWriter::flush_all() {
-  if (current_direct_) release(*current_direct_);
-  choose_data_start();
-  // The fast-load partition stands together at the start of the data.
-  for (const bool is_fast_load : {true, false}) {
-    for (Element& element : elements_) {
-      if (element.is_stream() && !element.is_direct && element.is_fast_load() == is_fast_load) flush(element);
-    }
-  }
-}
-
-void TopStorageWriter::check_contiguous() const {
-  std::vector<const ListedElement*> streams;
-  for (const Element& element : elements_) {
-    if (element.is_stream()) streams.push_back(&element.listed);
-  }
-  std::ranges::sort(streams, [](const ListedElement* a, const ListedElement* b) {
-    return a->offset != b->offset ? a->offset < b->offset : a->size_bytes < b->size_bytes;
-  });
-  std::uint64_t end = *data_start_;
-  for (const ListedElement* stream : streams) {
-    if (stream->offset != end) throw make_error(kInternalFailure, "stream data is not contiguous");
-    end += stream->size_bytes;
-  }
-}
-
 std::uint64_t TopStorageWriter::size(Number number) const {
   const Element& element = elements_[number];
   return element.container ? element.container->size() : element.listed.size_bytes;
@@ -295,38 +279,6 @@ std::uint64_t TopStorageWriter::fast_load_end() const {
     if (elements_[number].is_fast_load() && start > 0) end = std::max(end, start + size(number));
   }
   return end;
-}
-
-std::string TopStorageWriter::listed_in(IndexArea area) const {
-  std::vector<ListedElement> listed;
-  for (const Element& element : elements_) {
-    if (element.area == area) listed.push_back(element.listed);
-  }
-  return index_bytes(options_.version, area, listed, part_header_);
-}
-
-void TopStorageWriter::write_header(std::int64_t footer_offset) {
-  std::string header(kKvpmSignature);
-  header += static_cast<char>(options_.version);
-  if (options_.version >= kFirstVersionWithFastLoadEnd) append_little(header, fast_load_end());
-  append_little(header, footer_offset);
-  header += listed_in(IndexArea::header);
-  if (header.size() > *data_start_) {
-    throw make_error(kInternalFailure, "the header index is longer than the header area");
-  }
-  header.resize(static_cast<std::size_t>(*data_start_));
-  write(0, header);
-}
-
-void TopStorageWriter::commit() {
-  thread_check_.require_own_thread();
-  if (has_failed_) throw make_error(kInternalFailure, "a write to the file has failed before");
-  flush_all();
-  check_contiguous();
-  if (options_.has_footer) write(data_end_, listed_in(IndexArea::footer));
-  write_header(options_.has_footer ? static_cast<std::int64_t>(data_end_) : kNoFooter);
-  if (options_.flushes_to_disk) file_.channel().flush();
-  file_.commit();
 }
 
 }  // namespace VRX::System::CFI

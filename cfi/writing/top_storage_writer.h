@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -16,8 +17,13 @@
 #include "cfi/writing/container.h"
 #include "cfi/writing/index_writer.h"
 #include "cfi/writing/replacement_file.h"
+#include "support/part_signature.h"
 
 namespace VRX::System::CFI {
+
+/// Bytes of the longest header that a part stream begins with, its count word included.
+inline constexpr std::size_t kLongestPartHeader =
+    2 * (1 + std::size_t{*std::ranges::max_element(support::kPartHeaderCounts)});
 
 struct WriterOptions {
   int version = kCurrentVersion;
@@ -46,12 +52,15 @@ class TopStorageWriter {
 
   int version() const { return options_.version; }
 
-  /// The part file header for the header index, in 16-bit units; at most 4096 of them (1021265).
+  /// The part file header for the header index, in 16-bit units; at most 4096 of them (1021265). Without this
+  /// call the header index gets what the part stream begins with, as soon as that has been written.
   void set_part_header(std::span<const std::byte> bytes);
   std::span<const std::byte> part_header() const { return part_header_; }
 
   /// These raise 1021253 for an ill-formed path or a parent that is no storage, 1021252 when the element
-  /// exists already and 1021251 when the storage that it would lie in does not.
+  /// exists already and 1021251 when the storage that it would lie in does not. They raise 1021253 for a
+  /// second direct stream, too, and when the header index would outgrow its area, whose size is fixed by the
+  /// first direct stream. What raises leaves no element behind.
   Number create_storage(std::string_view path, const ClassId& class_id);
   Number create_stream(std::string_view path);
 
@@ -68,8 +77,13 @@ class TopStorageWriter {
   std::vector<Number> children(Number storage) const;
   void set_class(Number storage, const ClassId& class_id) { elements_[storage].listed.class_id = class_id; }
 
+  std::size_t element_count() const { return elements_.size(); }
+
+  /// Takes back the elements that were created last, until `count` are left.
+  void drop_from(std::size_t count);
+
   /// Puts an element into another index than the header paths of the version say.
-  void set_area(Number number, IndexArea area) { elements_[number].area = area; }
+  void set_area(Number number, IndexArea area);
 
   /// The bytes of a stream that was created or opened for write, valid until the commit.
   Container& container(Number stream) const { return *elements_[stream].container; }
@@ -109,10 +123,15 @@ class TopStorageWriter {
   Number add(std::string_view path, ElementType type);
   Number add_from_old(const StorageIndex& index, std::uint32_t entry);
   Number storage_from_old(std::string_view path);
+  void drop_last();
+  void require_room_in_header() const;
+  std::uint64_t header_size() const;
   void choose_data_start();
+  [[noreturn]] void raise_current_direct() const;
   void begin_direct(Number number);
   void end_direct(Number number);
   std::string old_bytes(Number stream) const;
+  void copy_part_header();
   void flush(Element& element);
   void copy_from_old(const Element& element);
   void write(std::uint64_t offset, std::string_view bytes);
@@ -125,6 +144,7 @@ class TopStorageWriter {
   ReplacementFile file_;
   TopStorage* old_ = nullptr;
   std::vector<std::byte> part_header_;
+  bool part_header_is_given_ = false;
   std::deque<Element> elements_;
   std::map<std::string_view, Number, std::less<>> by_path_;
   std::optional<Number> current_direct_;

@@ -26,6 +26,11 @@ std::size_t VFileChannel::write_at(std::uint64_t offset, const void* bytes, std:
   return total;
 }
 
+void VFileChannel::set_size(std::uint64_t size) {
+  if (::ftruncate(descriptor(), static_cast<off_t>(size)) != 0) throw system_call_failed(errno);
+  note_size(size);
+}
+
 void VFileChannel::flush() {
   if (::fsync(descriptor()) != 0) throw system_call_failed(errno);
 }

@@ -15,6 +15,7 @@ class VFileChannel final : public FileChannel {
   explicit VFileChannel(std::string name);
 
   std::size_t write_at(std::uint64_t offset, const void* bytes, std::size_t count) override;
+  void set_size(std::uint64_t size) override;
   void flush() override;
 };
 

@@ -12,6 +12,7 @@
 #include "cfi/cfi_error_codes.h"
 #include "cfi/flat/cfi_storage.h"
 #include "cfi/writing/lock_bytes_factories.h"
+#include "cfi/writing/top_storage_writer.h"
 #include "tests/support/captured.h"
 #include "tests/support/container_builder.h"
 #include "tests/support/program_runner.h"
@@ -130,6 +131,98 @@ TEST_F(CfiWriting, RefusesWhatCanNotBeOpenedOrWritten) {
   EXPECT_TRUE(failure.ends_with("a storage file is used by another thread than the one that opened it"));
 }
 
+TEST_F(CfiWriting, StaysSoundAfterACallThatIsRefused) {
+  create();
+  const std::string cut = ContainerBuilder().no_footer().stream("/Root/cut", "a stream").bytes();
+  folder.write("cut.prt", cut.substr(0, cut.size() - 1));
+  const OwnedStorage damaged(CFI_open_storage_file(folder.path() / "cut.prt", "R"));
+  OwnedStorage root(CFI_open_storage_file(name, "W"));
+  CFI_storage_t fast = CFI_open_storage(root.get(), "FastLoad", "W");
+  CFI_storage_t part = CFI_open_storage(root.get(), "VR_PART", "N");
+  CFI_stream_t direct = CFI_open_stream(fast, "JT", "N");
+  CFI__write_to_stream(direct, 5, "first");
+  EXPECT_EQ(CFI_ask_stream_stats(direct).size, 5U);
+  write(root.get(), "released", "N", "r");
+  const std::pair<std::function<void()>, int> rows[] = {
+      {[&] { CFI_open_stream(fast, "PartIdentifier", "N"); }, 1021253},
+      {[&] { CFI_open_stream(fast, "PartIdentifier", "R"); }, 1021251},
+      {[&] { CFI_open_stream(fast, "PartIdentifier", "N"); }, 1021253},
+      {[&] { CFI_copy_storage_element(root.get(), "released", root.get(), "copy"); }, 1021254},
+      {[&] { CFI_copy_storage_element(root.get(), "FastLoad", root.get(), "copy"); }, 1021253},
+      {[&] { CFI_copy_storage_element(damaged.get(), "cut", root.get(), "copy"); }, 1020023},
+      {[&] { CFI_open_stream(root.get(), "copy", "R"); }, 1021251},
+      {[&] { CFI_open_storage(root.get(), "copy", "R"); }, 1021251},
+  };
+  for (const auto& [call, code] : rows) EXPECT_EQ(std::atoi(escape_of(call).c_str()), code);
+  EXPECT_EQ(CFI_close_stream(direct), 0);
+  write(fast, "PartIdentifier", "N", "second");
+  EXPECT_EQ(CFI_close_storage(part) + CFI_close_storage(fast) + CFI_close_storage(root.release()), 0);
+  const OwnedStorage again(CFI_open_storage_file(name, "R"));
+  const OwnedStorage read_fast(CFI_open_storage(again.get(), "FastLoad", "R"));
+  EXPECT_EQ(read(read_fast.get(), "Structure") + read(read_fast.get(), "JT"), "directfirst");
+  EXPECT_EQ(read(read_fast.get(), "PartIdentifier") + read(again.get(), "released"), "secondr");
+}
+
+TEST_F(CfiWriting, WritesWhatALinkLeadsToAndOnlyWhatMayBeWritten) {
+  create();
+  const std::string link = folder.path() / "link.prt";
+  std::filesystem::create_symlink("part.prt", link);
+  CFI_storage_t root = CFI_open_storage_file(link, "W");
+  write(root, "linked", "N", "l");
+  const auto open = [](const std::string& file, const char* options) {
+    return std::atoi(escape_of([&] { CFI_open_storage_file(file, options); }).c_str());
+  };
+  EXPECT_EQ(open(name, "W"), 1021254) << "another writer has it open";
+  EXPECT_EQ(open(name, "N"), 1021254);
+  EXPECT_EQ(CFI_close_storage(root), 0);
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  {
+    const OwnedStorage again(CFI_open_storage_file(name, "R"));
+    EXPECT_EQ(read(again.get(), "linked") + read(again.get(), "extra"), "lbuffered");
+  }
+  std::filesystem::permissions(name, std::filesystem::perms(0444));
+  EXPECT_EQ(open(name, "W"), 1020059);
+  EXPECT_EQ(open(name, "N"), 1020059);
+  EXPECT_EQ(files_in_folder(), 2U);
+}
+
+TEST_F(CfiWriting, CopiesThePartHeaderIntoTheHeaderIndex) {
+  std::string header("\x0A\x00", 2);
+  header += "0123456789abcdefghij";
+  ContainerBuilder builder;
+  builder.stream("/Root/VR_PART/VR_PART", "old").part_header("abcd").write(name);
+  const std::pair<std::string, std::size_t> rows[] = {
+      {header + "and more", 22}, {header.substr(0, 21), 0}, {"no header", 0}};
+  for (const auto& [bytes, length] : rows) {
+    CFI_storage_t root = CFI_open_storage_file(name, "W");
+    CFI_storage_t part = CFI_open_storage(root, "VR_PART", "W");
+    {
+      const OwnedStream stream(CFI_open_stream(part, "VR_PART", "W"));
+      const int channel = CFI_convert_stream_to_fileid(stream.get());
+      EXPECT_EQ(::ftruncate(channel, 0), 0);
+      EXPECT_EQ(::pwrite(channel, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
+      CFI_release_stream_fileid(stream.get(), channel);
+    }
+    EXPECT_EQ(CFI_close_storage(part) + CFI_close_storage(root), 0);
+    const OwnedStorage again(CFI_open_storage_file(name, "R"));
+    const auto copy = CFI_storage_file(again.get()).part_header();
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(copy.data()), copy.size()), bytes.substr(0, length));
+  }
+}
+
+TEST_F(CfiWriting, KnowsBeforeTheCommitThatTheHeaderIndexDoesNotFit) {
+  WriterOptions options;
+  options.maximum_header_size = 700;
+  TopStorageWriter writer(folder.path() / "small.prt", options);
+  writer.create_storage("/Root/FastLoad", {});
+  writer.create_stream("/Root/FastLoad/JT");
+  const auto add = [&] { writer.create_storage("/Root/images", {}); };
+  EXPECT_EQ(escape_of(add),
+            "1021253 Structured storage internal failure: the header index is longer than the header area");
+  EXPECT_FALSE(writer.find("/Root/images"));
+  writer.commit();
+}
+
 TEST_F(CfiWriting, LosesWhatIsNotCommittedAndUpdatesNoTruncatedFile) {
   create();
   const std::string whole = folder.read("part.prt");
@@ -198,6 +291,27 @@ TEST_F(CfiWriting, LendsAStreamAsAFileChannel) {
   EXPECT_EQ(CFI_close_stream(stream) + CFI_close_storage(root), 0);
   const OwnedStorage again(CFI_open_storage_file(name, "R"));
   EXPECT_EQ(read(again.get(), "extra"), "abXYe");
+}
+
+TEST_F(CfiWriting, LeavesNoOldBytesOfAStreamThatShrinks) {
+  CFI_storage_t root = CFI_open_storage_file(name, "N");
+  CFI_storage_t fast = CFI_open_storage(root, "FastLoad", "N");
+  for (const auto& [storage, element] : {std::pair(fast, "JT"), std::pair(root, "extra")}) {
+    CFI_stream_t stream = CFI_open_stream(storage, element, "N");
+    CFI__write_to_stream(stream, 2000, std::string(2000, 'o').data());
+    const int channel = CFI_convert_stream_to_fileid(stream);
+    EXPECT_EQ(::ftruncate(channel, 2), 0);
+    EXPECT_EQ(::lseek(channel, 5, SEEK_SET), 5);
+    CFI_release_stream_fileid(stream, channel);
+    EXPECT_EQ(CFI_ask_stream_stats(stream).size, 2U);
+    CFI__write_to_stream(stream, 1, "n");
+    EXPECT_EQ(CFI_close_stream(stream), 0);
+  }
+  EXPECT_EQ(CFI_close_storage(fast) + CFI_close_storage(root), 0);
+  const std::string bytes = folder.read("part.prt");
+  const std::string wanted("oo\0\0\0n", 6);
+  EXPECT_NE(bytes.find(wanted + wanted), std::string::npos);
+  EXPECT_EQ(bytes.find("ooo"), std::string::npos);
 }
 
 TEST_F(CfiWriting, OpensFilesThroughLockBytesFactories) {
