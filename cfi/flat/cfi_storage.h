@@ -23,10 +23,12 @@ using CFI_stream_t = VRX::System::CFI::Stream*;
 
 /// Opens the container of a file; `options` is "R", "W" or "N" (its first letter decides; any other raises
 /// 1021255). When a root storage of the same file name is open already, that one is returned and counted
-/// once more. Raises 1021080 when the file is of neither kind. "N" begins a new file in the maker's format,
-/// "W" updates one; what is written takes the place of the old file when the root storage is closed for the
-/// last time, and is lost when elements are still open then. Compound files are not written (1021254).
-/// The hint "limit_names" has names of elements checked to be at most 31 characters long.
+/// once more. Raises 1021080 when the file is of neither kind. "N" begins a new file, in the maker's format
+/// unless the hint "compound" is given: then it is a Microsoft compound file, of version 3 with a sector size
+/// of 512 bytes or of version 4 with 4096. "W" updates a file of either kind. What is written takes the place
+/// of the old file when the root storage is closed for the last time, and is lost when elements are still
+/// open then. One writer at a time: a second one is refused (1021254). The hint "limit_names" has names of
+/// elements checked to be at most 31 characters long; hints are separated by commas.
 CFI_storage_t CFI_open_storage_file(const std::string& file_name, const char* options,
                                     const char* hints = nullptr, int sector_size = 4096);
 

@@ -35,6 +35,11 @@ std::vector<CopyItem> items_to_copy(StorageFile& file, ElementId element, std::s
   return items;
 }
 
+// What the format has no room for was refused before anything was written.
+void note_failure(const support::ErrorEscape& escape, WritableFile& file) {
+  if (escape.code() != kUnsupportedOperation) file.mark_failed();
+}
+
 // The source may be damaged; only what is there can be copied, and less than all is no copy.
 void copy_stream(support::ByteSource& source, WritableFile& file, ElementId stream) {
   Container& container = file.container(stream);
@@ -42,8 +47,8 @@ void copy_stream(support::ByteSource& source, WritableFile& file, ElementId stre
   const std::uint64_t copied = support::copy_source(source, [&](std::span<const std::byte> bytes) {
     try {
       if (container.write(bytes.data(), bytes.size()) == bytes.size()) return;
-    } catch (const support::ErrorEscape&) {
-      file.mark_failed();
+    } catch (const support::ErrorEscape& escape) {
+      note_failure(escape, file);
       throw;
     }
     file.mark_failed();
@@ -81,8 +86,8 @@ std::size_t CFI__write_to_stream(CFI_stream_t stream, std::size_t count, const v
   std::size_t written = 0;
   try {
     written = stream->container()->write(buffer, count);
-  } catch (const support::ErrorEscape&) {
-    file.mark_failed();
+  } catch (const support::ErrorEscape& escape) {
+    note_failure(escape, file);
     throw;
   }
   if (written == count) return written;

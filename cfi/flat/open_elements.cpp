@@ -3,10 +3,20 @@
 #include <algorithm>
 
 #include "cfi/cfi_error_codes.h"
+#include "cfi/writing/compound_writable_file.h"
 #include "cfi/writing/kvpm_writable_file.h"
 #include "cfi/writing/lock_bytes_factories.h"
 
 namespace VRX::System::CFI {
+
+namespace {
+
+void check_sector_size(int sector_size) {
+  if (sector_size == 512 || sector_size == 4096) return;
+  throw make_error(kInternalFailure, "the sector size is neither 512 nor 4096");
+}
+
+}  // namespace
 
 AccessMode access_mode(const char* options) {
   switch (options == nullptr ? '\0' : options[0]) {
@@ -21,16 +31,23 @@ AccessMode access_mode(const char* options) {
   }
 }
 
+bool has_hint(std::string_view hints, std::string_view hint) {
+  while (!hints.empty()) {
+    const std::size_t end = std::min(hints.find(','), hints.size());
+    if (hints.substr(0, end) == hint) return true;
+    hints.remove_prefix(std::min(end + 1, hints.size()));
+  }
+  return false;
+}
+
 RootStorageNode::RootStorageNode(const std::string& name, AccessMode mode, std::string_view hints,
                                  int sector_size)
     : file_name(name),
-      limits_names(hints == kLimitNamesHint),
+      limits_names(has_hint(hints, kLimitNamesHint)),
       channel(mode == AccessMode::create ? nullptr : ReadOnlyLockBytesFactory().make(name)),
-      file(mode == AccessMode::read ? open_for_read() : open_for_write(mode)),
+      file(mode == AccessMode::read ? open_for_read() : open_for_write(mode, hints, sector_size)),
       storage(*this, *file) {
-  if (file->kind() == FileKind::microsoft && sector_size != 512 && sector_size != 4096) {
-    throw make_error(kInternalFailure, "the sector size is neither 512 nor 4096");
-  }
+  if (file->kind() == FileKind::microsoft) check_sector_size(sector_size);
 }
 
 std::unique_ptr<StorageFile> RootStorageNode::open_for_read() const {
@@ -39,18 +56,29 @@ std::unique_ptr<StorageFile> RootStorageNode::open_for_read() const {
   return opened;
 }
 
-std::unique_ptr<WritableFile> RootStorageNode::open_for_write(AccessMode mode) {
-  if (mode == AccessMode::write) {
-    const FileKind kind = recognise(*channel);
-    if (kind == FileKind::flat) throw make_error(kNotAStorageFile, file_name);
-    if (kind == FileKind::microsoft) {
-      throw make_error(kUnsupportedOperation, "writing to a Microsoft storage file");
-    }
-  }
-  auto opened = mode == AccessMode::create ? std::make_unique<KVPMWritableFile>(file_name)
-                                           : std::make_unique<KVPMWritableFile>(file_name, *channel);
+std::unique_ptr<StorageFile> RootStorageNode::open_for_write(AccessMode mode, std::string_view hints,
+                                                             int sector_size) {
+  auto opened = mode == AccessMode::create ? create(hints, sector_size) : open_for_update();
   writable = opened.get();
   return opened;
+}
+
+std::unique_ptr<WritableFile> RootStorageNode::create(std::string_view hints, int sector_size) const {
+  if (!has_hint(hints, kCompoundHint)) return std::make_unique<KVPMWritableFile>(file_name);
+  check_sector_size(sector_size);
+  return std::make_unique<CompoundWritableFile>(file_name, sector_size == 512 ? 3U : 4U);
+}
+
+std::unique_ptr<WritableFile> RootStorageNode::open_for_update() const {
+  switch (recognise(*channel)) {
+    case FileKind::kvpm:
+      return std::make_unique<KVPMWritableFile>(file_name, *channel);
+    case FileKind::microsoft:
+      return std::make_unique<CompoundWritableFile>(file_name, *channel);
+    case FileKind::flat:
+      break;
+  }
+  throw make_error(kNotAStorageFile, file_name);
 }
 
 OpenElements& OpenElements::instance() {

@@ -73,6 +73,13 @@ class Stream final : public StorageElement {
 /// The hint under which a root storage limits the names of its elements.
 inline constexpr std::string_view kLimitNamesHint = "limit_names";
 
+/// The hint under which "N" makes a Microsoft compound file: of version 3 with a sector size of 512 bytes, of
+/// version 4 with 4096.
+inline constexpr std::string_view kCompoundHint = "compound";
+
+/// True when the hint is one of those, which commas separate.
+bool has_hint(std::string_view hints, std::string_view hint);
+
 /// An open file with its root storage.
 struct RootStorageNode {
   RootStorageNode(const std::string& name, AccessMode mode, std::string_view hints, int sector_size);
@@ -86,7 +93,9 @@ struct RootStorageNode {
 
  private:
   std::unique_ptr<StorageFile> open_for_read() const;
-  std::unique_ptr<WritableFile> open_for_write(AccessMode mode);
+  std::unique_ptr<StorageFile> open_for_write(AccessMode mode, std::string_view hints, int sector_size);
+  std::unique_ptr<WritableFile> create(std::string_view hints, int sector_size) const;
+  std::unique_ptr<WritableFile> open_for_update() const;
 };
 
 /// The open elements of all files: one root per file name, and how many elements are open in each storage.
