@@ -32,9 +32,7 @@ ElementNode KVPMWritableFile::node(ElementId element) {
           writer_.size(number)};
 }
 
-ClassId KVPMWritableFile::class_id(ElementId element) {
-  return writer_.element(number_of(element)).class_id;
-}
+ClassId KVPMWritableFile::class_id(ElementId element) { return writer_.element(number_of(element)).class_id; }
 
 std::string KVPMWritableFile::path(ElementId element) {
   return std::string(path_below_root(writer_.element(number_of(element)).path));
