@@ -92,21 +92,16 @@ std::optional<ElementId> CompoundWritableFile::find_child(ElementId storage, std
   return found->second;
 }
 
-ElementRecord CompoundWritableFile::record(ElementId id) {
+ElementNode CompoundWritableFile::node(ElementId id) {
   const Element& found = element(id);
   std::uint64_t size = 0;
   if (found.container) {
     size = found.container->size();
   } else if (found.old) {
-    size = old_->record(*found.old).size;
+    size = old_->node(*found.old).size;
   }
-  return {found.type, utf8_from_utf16(found.name), size, found.class_id};
-}
-
-ElementNode CompoundWritableFile::node(ElementId id) {
-  ElementRecord shown = record(id);
-  node_name_ = std::move(shown.name);
-  return {.type = shown.type, .name = node_name_, .size = shown.size};
+  node_name_ = utf8_from_utf16(found.name);
+  return {.type = found.type, .name = node_name_, .size = size};
 }
 
 std::string CompoundWritableFile::path(ElementId id) {

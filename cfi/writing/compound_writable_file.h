@@ -37,8 +37,8 @@ class CompoundWritableFile final : public WritableFile {
 
   FileKind kind() const override { return FileKind::microsoft; }
   std::optional<ElementId> find_child(ElementId storage, std::string_view name) override;
-  ElementRecord record(ElementId element) override;
   ElementNode node(ElementId element) override;
+  ClassId class_id(ElementId id) override { return element(id).class_id; }
   std::string path(ElementId element) override;
   std::vector<ElementId> children(ElementId storage) override;
 
