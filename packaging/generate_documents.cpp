@@ -1,8 +1,10 @@
 // Writes the manual pages and the completions of bash, zsh and fish from the tables that the command lines
-// are parsed with, so that none of them can lag behind its program.
+// are parsed with, and the list of findings from the table of rules, so that none of them can lag behind its
+// program.
 
 #include <cstdio>
 
+#include "packaging/findings_document.h"
 #include "packaging/inspect_documents.h"
 #include "packaging/program_documents.h"
 #include "packaging/templates.h"
@@ -15,7 +17,7 @@ int main(int argument_count, char** arguments) {
   }
   const packaging::Templates templates = {arguments[1], arguments[2], arguments[3]};
   const bool written =
-      packaging::generate_inspect_documents(templates) &&
+      packaging::generate_findings_document(templates) && packaging::generate_inspect_documents(templates) &&
       packaging::generate_program_documents(templates, "vr_report", reporting::report_options());
   return written ? 0 : 1;
 }

@@ -10,22 +10,6 @@
 
 namespace reporting {
 
-namespace {
-
-std::string severity_name(support::Severity severity) {
-  switch (severity) {
-    case support::Severity::note:
-      return "note";
-    case support::Severity::warning:
-      return "warning";
-    case support::Severity::error:
-      break;
-  }
-  return "error";
-}
-
-}  // namespace
-
 std::string rule_text(const std::string& name) {
   const auto rule = support::find_rule(name);
   if (!rule) {
@@ -33,7 +17,8 @@ std::string rule_text(const std::string& name) {
                                "there is no rule " + support::printable(name) + "; --list-rules shows all");
   }
   const support::RuleRow& row = row_of(*rule);
-  std::string text = "Rule:     " + name + "\nSeverity: " + severity_name(row.severity) + "\nMeaning:  ";
+  std::string text =
+      "Rule:     " + name + "\nSeverity: " + std::string(severity_name(row.severity)) + "\nMeaning:  ";
   text.append(row.meaning) += '\n';
   if (!row.advice.empty()) text.append("Advice:   ").append(row.advice) += '\n';
   return text;
@@ -45,7 +30,7 @@ std::string rule_list() {
   constexpr std::size_t kSeverityWidth = 7;
   std::string text;
   for (const support::RuleRow& row : support::all_rules()) {
-    const std::string severity = severity_name(row.severity);
+    const std::string_view severity = severity_name(row.severity);
     text.append(row.name).append(width + 2 - row.name.size(), ' ');
     text.append(severity).append(kSeverityWidth + 2 - severity.size(), ' ').append(row.meaning) += '\n';
   }

@@ -12,6 +12,9 @@ namespace support {
 
 enum class Severity : std::uint8_t { note, warning, error };
 
+/// "note", "warning", "error".
+std::string_view severity_name(Severity severity);
+
 /// What a finding does to the verdict of its file. Bits: several may hold at once.
 enum Mark : std::uint8_t {
   kNoMark = 0,
@@ -39,6 +42,13 @@ struct RuleRow {
 
 const RuleRow& row_of(Rule rule);
 std::span<const RuleRow> all_rules();
+
+/// Rules that belong together, in the order of the table.
+struct RuleGroup {
+  std::string_view title;
+  std::span<const RuleRow> rules;
+};
+std::vector<RuleGroup> rule_groups();
 
 /// The rule of that name; nothing when there is none.
 std::optional<Rule> find_rule(std::string_view name);

@@ -11,18 +11,6 @@ using support::Severity;
 
 namespace {
 
-std::string_view severity_name(Severity severity) {
-  switch (severity) {
-    case Severity::error:
-      return "error";
-    case Severity::warning:
-      return "warning";
-    case Severity::note:
-      break;
-  }
-  return "note";
-}
-
 /// The texts of the inspector carry the marks of their printed form.
 std::string plain_message(std::string_view message) {
   std::string plain;
