@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -32,7 +33,8 @@ Lines visible_lines(const std::string& text) {
   return lines;
 }
 
-/// The commands of the code blocks that begin with "$ ", each with the lines shown below it.
+/// The commands of the code blocks that begin with "$ ", with their further lines, which begin with ">", each
+/// with the lines shown below it.
 std::vector<ShownRun> shown_runs(const std::string& document) {
   std::vector<ShownRun> runs;
   std::istringstream stream(test_support::read_file(document));
@@ -45,6 +47,8 @@ std::vector<ShownRun> shown_runs(const std::string& document) {
     } else if (in_block && line.starts_with("$ ")) {
       runs.push_back({line.substr(2), {}});
       in_run = true;
+    } else if (in_run && runs.back().output.empty() && line.starts_with(">")) {
+      runs.back().command += '\n' + line.substr(std::min<std::size_t>(2, line.size()));
     } else if (in_run) {
       runs.back().output.push_back(line);
     }
