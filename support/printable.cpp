@@ -76,11 +76,11 @@ void put_printable(std::string_view text, KeepLayout layout, Put put) {
 }  // namespace
 
 std::size_t printable_length(std::string_view text) {
-  const auto [code, length] = first_utf8_character(text);
+  const Utf8Character first = first_utf8_character(text);
+  const auto [code, length] = first;
   if (length == 1) return code >= 0x20 && code != 0x7F ? 1 : 0;
-  const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
   const bool control = code < 0xA0 || disturbs_line(code);
-  return surrogate || control ? 0 : length;
+  return first.is_surrogate() || control ? 0 : length;
 }
 
 bool is_plain(std::string_view text) {

@@ -11,6 +11,9 @@ namespace support {
 struct Utf8Character {
   std::uint32_t code = 0;
   std::size_t length = 0;
+
+  /// Half of a pair of UTF-16, which strict readers of UTF-8 do not take.
+  bool is_surrogate() const { return code >= 0xD800 && code <= 0xDFFF; }
 };
 
 Utf8Character first_utf8_character(std::string_view text);

@@ -33,9 +33,9 @@ std::size_t sound_length(std::string_view text) {
     } else if (static_cast<unsigned char>(text[at]) < 0x80) {
       ++at;
     } else {
-      const std::size_t length = support::first_utf8_character(text.substr(at)).length;
-      if (length == 0) break;
-      at += length;
+      const support::Utf8Character next = support::first_utf8_character(text.substr(at));
+      if (next.length == 0 || next.is_surrogate()) break;
+      at += next.length;
     }
   }
   return at;
@@ -174,7 +174,9 @@ void JsonWriter::checksum_member(std::string_view name, std::uint64_t checksum) 
 void JsonWriter::time_member(std::string_view name, std::int64_t seconds) {
   if (!engine_) return;
   char form[32];
-  member(name, utc_time(seconds, form));
+  const std::string_view time = utc_time(seconds, form);
+  if (time.empty()) return null_member(name);
+  member(name, time);
 }
 
 void JsonWriter::flush() {
@@ -185,7 +187,10 @@ std::string_view utc_time(std::int64_t seconds, char (&form)[32]) {
   const std::time_t time = seconds;
   std::tm parts = {};
   if (gmtime_r(&time, &parts) == nullptr) return "";
-  return {form, std::strftime(form, sizeof form, "%Y-%m-%dT%H:%M:%SZ", &parts)};
+  constexpr int kFirstYear = 1900;
+  if (parts.tm_year < -kFirstYear || parts.tm_year > 9999 - kFirstYear) return "";
+  std::snprintf(form, sizeof form, "%04d", parts.tm_year + kFirstYear);
+  return {form, 4 + std::strftime(form + 4, sizeof form - 4, "-%m-%dT%H:%M:%SZ", &parts)};
 }
 
 }  // namespace inspect

@@ -86,7 +86,7 @@ class JsonWriter {
   /// "0x" and 8 digits, 16 for what does not fit into them.
   void checksum_member(std::string_view name, std::uint64_t checksum);
 
-  /// Seconds since 1970, as "2026-05-25T06:52:06Z".
+  /// Seconds since 1970, as "2026-05-25T06:52:06Z"; null beyond the years 0 to 9999.
   void time_member(std::string_view name, std::int64_t seconds);
 
   /// Hands what is still held back to the sink.

@@ -49,12 +49,12 @@ def write_oddities(folder):
     path = os.path.join(os.fsencode(folder), b"odd")
     os.makedirs(os.path.join(path, b"folder", b"below"))
     files = {b"empty.prt": b"", b"text.prt": b"Dear reader,\nthis is a letter.\n", b"new\nline.prt": b"%PDF-1.7\n",
-             b"no\xfftf8\xe2\x82.prt": b"PK\x03\x04", b"\"quoted\\\t\x1b[31m.prt": b"\x7fELF",
+             b"no\xfftf8\xe2\x82\xed\xaf\xbf.prt": b"PK\x03\x04", b"\"quoted\\\t\x1b[31m.prt": b"\x7fELF",
              b"folder/b.prt": b"text", b"folder/below/z.prt": b"text", b"folder/a.prt": b"\0" * 9000}
     for name, content in files.items():
         with open(os.path.join(path, name), "wb") as file:
             file.write(content)
     verdicts = {b"missing.prt": "unreadable", b"empty.prt": "unreadable", b"text.prt": "not_a_part",
-                b"new\nline.prt": "not_a_part", b"no\xfftf8\xe2\x82.prt": "not_a_part",
+                b"new\nline.prt": "not_a_part", b"no\xfftf8\xe2\x82\xed\xaf\xbf.prt": "not_a_part",
                 b"\"quoted\\\t\x1b[31m.prt": "not_a_part", b"text.prt/below": "unreadable"}
     return path, verdicts
