@@ -15,7 +15,8 @@ constexpr Target kTargets[] = {{"kvpm_container", run_kvpm_container, repair_kvp
                                {"object_manager", run_object_manager, nullptr},
                                {"brepsolid", run_brepsolid, nullptr},
                                {"inflate", run_inflate, nullptr},
-                               {"driver", run_driver, repair_driver}};
+                               {"driver", run_driver, repair_driver},
+                               {"document", run_document, repair_file}};
 
 }  // namespace
 

@@ -37,13 +37,19 @@ void run_brepsolid(std::string_view input);
 void run_inflate(std::string_view input);
 void run_driver(std::string_view input);
 
+/// A whole file: its document is JSON, and has one owner for each byte.
+void run_document(std::string_view input);
+
 /// Signatures, counts that fit what follows, and checksums of both indexes of the maker's format.
 void repair_kvpm_container(std::span<unsigned char> file);
 
 /// The fields of the header that have one legal value.
 void repair_compound_file(std::span<unsigned char> file);
 
-/// Behind the selector: the repair of the kind of file that it still resembles.
+/// The repair of the kind of file that it still resembles.
+void repair_file(std::span<unsigned char> file);
+
+/// The same behind the selector.
 void repair_driver(std::span<unsigned char> input);
 
 }  // namespace fuzz

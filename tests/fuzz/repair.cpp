@@ -102,9 +102,8 @@ void repair_compound_file(Bytes file) {
   store_little<std::uint32_t>(file.data() + header::kMiniStreamCutoff, compound::kMiniStreamCutoff);
 }
 
-void repair_driver(Bytes input) {
-  if (!holds(input, 1, kSignatureSize)) return;
-  const Bytes file = input.subspan(1);
+void repair_file(Bytes file) {
+  if (!holds(file, 0, kSignatureSize)) return;
   const auto resembles = [&](std::string_view signature) {
     return std::ranges::count_if(signature, [&, i = 0U](char c) mutable {
              return static_cast<unsigned char>(c) == file[i++];
@@ -112,6 +111,10 @@ void repair_driver(Bytes input) {
   };
   if (resembles(kKvpmSignature)) repair_kvpm_container(file);
   if (resembles(kMicrosoftSignature)) repair_compound_file(file);
+}
+
+void repair_driver(Bytes input) {
+  if (!input.empty()) repair_file(input.subspan(1));
 }
 
 }  // namespace fuzz

@@ -159,28 +159,33 @@ void write_files(const fs::path& folder) {
   SeedFolder kvpm(folder, "kvpm_container");
   SeedFolder microsoft(folder, "compound_file");
   SeedFolder driver(folder, "driver");
+  SeedFolder document(folder, "document");
   const unsigned index_selectors[] = {0, 5};
   const unsigned driver_selectors[] = {0b10001, 0b00110, 0b01001, 32};
+  const auto add_whole_file = [&](std::string_view bytes) {
+    driver.add(driver_selectors, bytes);
+    document.add(bytes);
+  };
   for (const std::endian order : {std::endian::little, std::endian::big}) {
     for (const std::uint16_t header_words : std::initializer_list<std::uint16_t>{10, 12, 269}) {
       const std::string stream = part(order, header_words).build();
       index.add(index_selectors, stream);
-      driver.add(driver_selectors, stream);
+      add_whole_file(stream);
     }
     const std::string stream = part(order, 269).build();
     for (const int version : {0, 2, 4, 6}) {
       kvpm.add(container(version, stream));
-      driver.add(driver_selectors, container(version, stream));
+      add_whole_file(container(version, stream));
     }
     for (const std::uint32_t sector_size : {512U, 4096U}) {
       microsoft.add(compound(sector_size, stream));
-      driver.add(driver_selectors, compound(sector_size, stream));
+      add_whole_file(compound(sector_size, stream));
     }
-    driver.add(driver_selectors, container(6, test_support::lz4_frame(stream)));
+    add_whole_file(container(6, test_support::lz4_frame(stream)));
   }
   for (const auto& file : fs::directory_iterator(VRII_SAMPLES)) {
     if (file.path().extension() != ".prt") continue;
-    driver.add(driver_selectors, test_support::read_file(file.path()));
+    add_whole_file(test_support::read_file(file.path()));
   }
 }
 
