@@ -7,6 +7,8 @@ import olefile
 
 BLACK = 1
 NONE = 0xFFFFFFFF
+END_OF_CHAIN = 0xFFFFFFFE
+LOCK_OFFSET = 0x7FFFFF00  # no stream may lie there
 
 
 def check_tree(ole, number, is_below_red, order):
@@ -29,6 +31,9 @@ with olefile.OleFileIO(sys.argv[1], raise_defects=olefile.DEFECT_POTENTIAL) as o
             names = []
             check_tree(ole, entry.sid_child, True, names)
             assert names == sorted(names), f"{entry.name}: siblings out of order"
+    lock_sector = LOCK_OFFSET // ole.sector_size - 1
+    if lock_sector < len(ole.fat):
+        assert ole.fat[lock_sector] == END_OF_CHAIN and lock_sector not in ole.fat, "a stream over the lock bytes"
     for path in ole.listdir():
         size = ole.get_size(path)
         crc = zlib.crc32(ole.openstream(path).read()) if size < 1 << 30 else 0
