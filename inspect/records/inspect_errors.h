@@ -47,13 +47,13 @@ class FatalEscape final : public support::ErrorEscape {
 void report_escape(const InspectFile& file, const support::ErrorEscape& escape);
 
 /// Runs one step of the work on a file; what it raises is reported, and the work goes on with the next. Only
-/// what ends the run passes.
+/// what ends the run passes, and not even that where damage ends nothing.
 template <typename Step>
 void attempt(const InspectFile& file, Step step) {
   try {
     step();
   } catch (const FatalEscape&) {
-    throw;
+    if (!file.steps_over_damage) throw;
   } catch (const support::ErrorEscape& escape) {
     report_escape(file, escape);
   }
