@@ -29,12 +29,14 @@ void PartContainer::open(const std::string& name) {
   if (file_) root_.emplace(*file_, name);
 }
 
-std::unique_ptr<support::ByteSource> PartContainer::open_part_stream() {
+std::unique_ptr<support::ByteSource> PartContainer::open_part_stream(
+    std::optional<support::ErrorEscape>* failure) {
   if (!file_) return std::make_unique<ChannelSource>(*channel_, 0, channel_->size());
   auto stored = open_stored_part(*file_);
   if (!is_lz4_framed(*stored)) return stored;
   ExpandedFile expanded = expand_to_temporary_file(*stored, stream_names::kPartPath, channel_->size());
-  if (expanded.failure) throw *expanded.failure;
+  if (expanded.failure && failure == nullptr) throw *expanded.failure;
+  if (failure != nullptr) *failure = std::move(expanded.failure);
   return std::move(expanded.source);
 }
 

@@ -10,6 +10,7 @@
 #include "cfi/file_channel.h"
 #include "cfi/storage_reader.h"
 #include "support/byte_source.h"
+#include "support/error_escape.h"
 
 namespace inspect {
 
@@ -41,8 +42,10 @@ class PartContainer {
   /// Null for a flat file.
   VRX::System::CFI::StorageFile* storage_file() const { return file_.get(); }
 
-  /// The part stream: /Root/VR_PART/VR_PART, expanded when it is LZ4-framed, or the flat file itself.
-  std::unique_ptr<support::ByteSource> open_part_stream();
+  /// The part stream: /Root/VR_PART/VR_PART, expanded when it is LZ4-framed, or the flat file itself. A frame
+  /// that is damaged raises its error, or leaves it in `failure` and gives what comes before the damage.
+  std::unique_ptr<support::ByteSource> open_part_stream(
+      std::optional<support::ErrorEscape>* failure = nullptr);
 
   /// Loads the footer index of the maker's format, which nothing else may ask for. Raises what a damaged one
   /// raises.

@@ -29,6 +29,7 @@ using support::ErrorEscape;
 namespace {
 
 constexpr std::size_t kHeadBytes = 512;
+constexpr std::size_t kPieceBytes = 65536;
 constexpr std::int16_t kFirstTerminated = 15;
 constexpr std::uint8_t kTerminator = 0xFF;
 
@@ -47,6 +48,7 @@ class ScanCounts final : public cfi_tools::CorruptionScanSink {
       case Rule::copy_no_line_feeds:
       case Rule::copy_no_carriage_returns:
       case Rule::copy_no_zeroes:
+      case Rule::copy_no_high_bits:
         return file_size >= kBytesWithEveryValue;
       case Rule::copy_all_line_feeds_with_cr:
         return counts_.line_feeds >= kBytesBesideTheOther;
@@ -184,12 +186,15 @@ bool PartExamination::open() {
 
 void PartExamination::take_open_failure(const ErrorEscape& escape) {
   look_at_file();
-  report(rule_of(escape.code()), {}, support::printable(escape.message()));
   unreadable_ = hides_the_file(escape.code());
-  if (unreadable_) return;
+  if (unreadable_) return report(rule_of(escape.code()), {}, support::printable(escape.message()));
   attempt(file_, [&] {
     damaged_ = std::make_unique<CFI::FileChannel>(facts_.name);
     facts_.size = damaged_->size();
+    const bool lacks_header =
+        CFI::recognise(*damaged_) == CFI::FileKind::microsoft && *facts_.size < kHeadBytes;
+    if (escape.code() == CFI::kEndOfStream || lacks_header) report_truncation();
+    report(rule_of(escape.code()), {}, support::printable(escape.message()));
     map_.emplace(damaged_->size());
     ContainerClaims claims(*map_, {});
     container_facts_ = CFI::lay_out_damaged(*damaged_, claims);
@@ -206,9 +211,13 @@ bool PartExamination::open_part_stream() {
     return false;
   }
   try {
-    auto stream = container_.open_part_stream();
-    part_is_framed_ = stream->size() != 0 && file_.container != nullptr && !stream->file_offset(0);
+    std::optional<ErrorEscape> failure;
+    auto stream = container_.open_part_stream(&failure);
+    part_is_framed_ =
+        failure || (stream->size() != 0 && file_.container != nullptr && !stream->file_offset(0));
     file_.attach(std::move(stream), part_stream_);
+    if (failure) report_escape(file_, *failure);
+    if (file_.records.length == 0) report_empty_part();
     return file_.records.length != 0;
   } catch (const ErrorEscape& escape) {
     check_truncation();
@@ -220,6 +229,14 @@ bool PartExamination::open_part_stream() {
     }
     return false;
   }
+}
+
+void PartExamination::report_empty_part() {
+  support::Place place;
+  place.stream = part_stream_;
+  place.stream_offset = 0;
+  place.length = 0;
+  report(Rule::container_end_of_stream, std::move(place), "the part stream has no bytes");
 }
 
 void PartExamination::read_records() {
@@ -241,19 +258,51 @@ void PartExamination::scan_bytes() {
   FindingList found;
   ScanCounts counts;
   ScanFindings sink(found, counts);
-  const std::int32_t version = text_copy ? kLastRelease : file_.records.version;
+  // A container that cannot be read may still show how it was copied.
+  const bool unread = file_.records.version == cfi_tools::CorruptionScanRequest::kVersionNotRead;
+  const bool judged_as_latest = text_copy || (unread && !not_a_part_);
+  const std::int32_t version = judged_as_latest ? kLastRelease : file_.records.version;
   attempt(file_, [&] {
     cfi_tools::scan_for_corruption(*channel(), {.file_name = facts_.name, .version = version}, sink);
   });
+  if (lacks_high_bits()) {
+    support::Finding finding;
+    finding.rule = Rule::copy_no_high_bits;
+    found.report(finding);
+  }
   for (const ListedFinding& row : found.rows()) {
     const Rule rule = row.finding.rule;
     if (!counts.is_telling(rule, *facts_.size)) continue;
     if (not_a_part_ && !text_copy && rule != Rule::copy_only_zeroes) continue;
-    findings_.report(row.finding);
+    support::Finding finding = row.finding;
+    if (rule == Rule::copy_no_terminator) finding.place = place_of_last_byte();
+    findings_.report(finding);
     not_a_part_ = false;
     looks_like_ = {};
   }
   if (not_a_part_) report_not_a_part();
+}
+
+/// In a binary file the first such byte comes soon.
+bool PartExamination::lacks_high_bits() {
+  std::vector<unsigned char> piece(kPieceBytes);
+  for (std::uint64_t at = 0; at < *facts_.size;) {
+    const std::size_t count = read_bytes(at, piece);
+    if (count == 0) return false;
+    if (std::ranges::any_of(std::span(piece).first(count), [](unsigned char c) { return c >= 0x80; })) {
+      return false;
+    }
+    at += count;
+  }
+  return true;
+}
+
+support::Place PartExamination::place_of_last_byte() const {
+  support::Place place;
+  place.file_offset = *facts_.size - 1;
+  place.length = 1;
+  place.field = "terminating_byte";
+  return place;
 }
 
 void PartExamination::report_not_a_part() {
@@ -292,7 +341,10 @@ void PartExamination::check_terminator() {
 }
 
 void PartExamination::check_truncation() {
-  if (file_.container == nullptr || !file_.container->is_truncated()) return;
+  if (file_.container != nullptr && file_.container->is_truncated()) report_truncation();
+}
+
+void PartExamination::report_truncation() {
   support::Place place;
   place.file_offset = facts_.size;
   report(Rule::file_truncated, std::move(place));

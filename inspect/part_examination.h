@@ -63,6 +63,7 @@ class PartExamination {
   void keep_release();
   bool open();
   bool open_part_stream();
+  void report_empty_part();
   void take_open_failure(const support::ErrorEscape& escape);
   void examine(PartDocument& document);
   std::size_t read_bytes(std::uint64_t offset, std::span<unsigned char> bytes);
@@ -72,6 +73,10 @@ class PartExamination {
   void check_header_copy();
   void check_terminator();
   void check_truncation();
+  void report_truncation();
+  void check_last_sector();
+  bool lacks_high_bits();
+  support::Place place_of_last_byte() const;
   void report_absent_checksums();
   void report_not_a_part();
   void report(support::Rule rule, support::Place place = {}, std::string message = {});

@@ -47,12 +47,25 @@ void PartExamination::lay_out_container() {
   check_truncation();
   for (const std::string& text : container.damage()) report(Rule::container_compound_entry, {}, text);
   attempt(file_, [&] { container_facts_ = container.facts(); });
+  check_last_sector();
   attempt(file_, [&] { report_layout_faults(); });
   attempt(file_, [&] {
     const auto storage = container.find_child(CFI::kRootElement, stream_names::kPartStorage);
     if (storage) part_element_ = container.find_child(*storage, stream_names::kPart);
     if (part_element_) part_stream_ = container.path(*part_element_);
   });
+}
+
+/// Sectors are written whole: what is behind the last stream's end may be cut all the same.
+void PartExamination::check_last_sector() {
+  const auto* compound = container_facts_ ? std::get_if<CFI::CompoundFacts>(&*container_facts_) : nullptr;
+  if (compound == nullptr || compound->sector_size == 0) return;
+  const std::uint64_t rest = *facts_.size % compound->sector_size;
+  if (rest == 0) return;
+  support::Place place;
+  place.file_offset = *facts_.size - rest;
+  place.length = rest;
+  report(Rule::container_last_sector, std::move(place));
 }
 
 /// Overlaps are told by the map.

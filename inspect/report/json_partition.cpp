@@ -36,7 +36,7 @@ void write_checks(JsonWriter& json, const CheckedBlock& block) {
 /// The "KEY=value" of a header text, each key once.
 void write_keywords(JsonWriter& json, std::string_view text) {
   json.begin_object("header_keywords");
-  std::set<std::string_view> seen;
+  std::set<std::string> seen;
   text = text.substr(0, text.find('\0'));
   while (!text.empty()) {
     std::string_view field = text.substr(0, text.find(';'));
@@ -45,9 +45,8 @@ void write_keywords(JsonWriter& json, std::string_view text) {
     if (line_end != std::string_view::npos) field.remove_prefix(line_end + 1);
     const std::size_t equals = field.find('=');
     if (equals == std::string_view::npos || equals == 0) continue;
-    if (seen.insert(field.substr(0, equals)).second) {
-      json.text_member(field.substr(0, equals), field.substr(equals + 1));
-    }
+    const std::string name = utf8_text(field.substr(0, equals));
+    if (seen.insert(name).second) json.text_member(name, field.substr(equals + 1));
   }
   json.end_object();
 }

@@ -41,17 +41,6 @@ std::size_t sound_length(std::string_view text) {
   return at;
 }
 
-std::string replaced(std::string_view text) {
-  std::string sound;
-  for (;;) {
-    const std::size_t length = sound_length(text);
-    sound += text.substr(0, length);
-    if (length == text.size()) return sound;
-    sound += kReplacement;
-    text.remove_prefix(length + 1);
-  }
-}
-
 std::string base64(std::string_view bytes) {
   constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   std::string text;
@@ -125,9 +114,9 @@ void JsonWriter::end_array() {
   if (engine_) engine_->run([](auto& writer) { writer.EndArray(); });
 }
 void JsonWriter::key(std::string_view name) {
-  if (engine_)
-    engine_->run(
-        [&](auto& writer) { writer.Key(name.data(), static_cast<rapidjson::SizeType>(name.size())); });
+  if (!engine_) return;
+  if (sound_length(name) < name.size()) return key(utf8_text(name));
+  engine_->run([&](auto& writer) { writer.Key(name.data(), static_cast<rapidjson::SizeType>(name.size())); });
 }
 void JsonWriter::null() {
   if (engine_) engine_->run([](auto& writer) { writer.Null(); });
@@ -144,11 +133,10 @@ void JsonWriter::unsigned_number(std::uint64_t number) {
 
 void JsonWriter::value(std::string_view text) {
   if (!engine_) return;
-  if (sound_length(text) < text.size()) return value(std::string_view(replaced(text)));
-  if (engine_)
-    engine_->run([&](auto& writer) {
-      writer.String(text.data() == nullptr ? "" : text.data(), static_cast<rapidjson::SizeType>(text.size()));
-    });
+  if (sound_length(text) < text.size()) return value(std::string_view(utf8_text(text)));
+  engine_->run([&](auto& writer) {
+    writer.String(text.data() == nullptr ? "" : text.data(), static_cast<rapidjson::SizeType>(text.size()));
+  });
 }
 
 void JsonWriter::text_member(std::string_view name, std::string_view text) {
@@ -181,6 +169,17 @@ void JsonWriter::time_member(std::string_view name, std::int64_t seconds) {
 
 void JsonWriter::flush() {
   if (engine_) engine_->flush();
+}
+
+std::string utf8_text(std::string_view text) {
+  std::string sound;
+  for (;;) {
+    const std::size_t length = sound_length(text);
+    sound += text.substr(0, length);
+    if (length == text.size()) return sound;
+    sound += kReplacement;
+    text.remove_prefix(length + 1);
+  }
 }
 
 std::string_view utc_time(std::int64_t seconds, char (&form)[32]) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "support/byte_sink.h"
@@ -34,6 +35,8 @@ class JsonWriter {
   void end_object();
   void begin_array();
   void end_array();
+
+  /// What is no UTF-8 in a name that comes from a part becomes U+FFFD, as in its texts.
   void key(std::string_view name);
 
   void null();
@@ -100,6 +103,9 @@ class JsonWriter {
 
   std::unique_ptr<Engine> engine_;
 };
+
+/// The text as it stands in a document: what is no UTF-8 is U+FFFD.
+std::string utf8_text(std::string_view text);
 
 /// "2026-05-25T06:52:06Z" in `form`, which keeps it; for years 0 to 9999.
 std::string_view utc_time(std::int64_t seconds, char (&form)[32]);

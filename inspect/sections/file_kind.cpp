@@ -92,6 +92,32 @@ bool is_head(std::span<const unsigned char> bytes) {
   return false;
 }
 
+using Bytes = std::span<const unsigned char>;
+
+bool is_stripped_signature(Bytes bytes) {
+  const std::string_view signature = support::kMicrosoftSignature;
+  return bytes.size() >= signature.size() &&
+         std::ranges::equal(bytes.first(signature.size()), signature, {}, {},
+                            [](char c) { return static_cast<unsigned char>(c) & 0x7FU; });
+}
+
+/// The head without each `first` in front of a `second`: without what a copy has put there.
+std::vector<unsigned char> without_first_of_pairs(Bytes head, unsigned char first, unsigned char second) {
+  std::vector<unsigned char> left;
+  for (std::size_t i = 0; i < head.size(); ++i) {
+    if (head[i] != first || i + 1 == head.size() || head[i + 1] != second) left.push_back(head[i]);
+  }
+  return left;
+}
+
+std::vector<unsigned char> without_second_of_pairs(Bytes head, unsigned char first, unsigned char second) {
+  std::vector<unsigned char> left;
+  for (std::size_t i = 0; i < head.size(); ++i) {
+    if (i == 0 || head[i] != second || head[i - 1] != first) left.push_back(head[i]);
+  }
+  return left;
+}
+
 }  // namespace
 
 std::string_view file_kind(std::span<const unsigned char> bytes) {
@@ -116,6 +142,7 @@ bool begins_like_part_header(std::span<const unsigned char> bytes) {
 bool begins_like_text_copy(std::span<const unsigned char> bytes) {
   constexpr unsigned char kReturn = '\r';
   constexpr unsigned char kFeed = '\n';
+  if (is_stripped_signature(bytes)) return true;
   const auto head = bytes.first(std::min(bytes.size(), kLongestHead));
   // 269 is 0D 01 or 01 0D.
   for (const std::size_t at : {std::size_t{0}, std::size_t{1}}) {
@@ -125,12 +152,12 @@ bool begins_like_text_copy(std::span<const unsigned char> bytes) {
     if (is_head(with_return)) return true;
   }
   // 10 is 0A 00 or 00 0A.
-  std::vector<unsigned char> without_returns;
-  for (std::size_t i = 0; i < head.size(); ++i) {
-    const bool put_in = head[i] == kReturn && i + 1 < head.size() && head[i + 1] == kFeed;
-    if (!put_in) without_returns.push_back(head[i]);
+  std::vector<unsigned char> exchanged(head.begin(), head.end());
+  for (unsigned char& byte : exchanged) {
+    if (byte == kReturn || byte == kFeed) byte = static_cast<unsigned char>(kReturn + kFeed - byte);
   }
-  return without_returns.size() < head.size() && is_head(without_returns);
+  return is_head(without_first_of_pairs(head, kReturn, kFeed)) ||
+         is_head(without_second_of_pairs(head, kReturn, kFeed)) || is_head(exchanged);
 }
 
 }  // namespace inspect

@@ -12,8 +12,8 @@ std::string_view file_kind(std::span<const unsigned char> bytes);
 /// True when a flat file begins like a part header, whatever follows.
 bool begins_like_part_header(std::span<const unsigned char> bytes);
 
-/// True when a flat file begins like a part header that was changed by a copy as text: a carriage return of
-/// the first word was taken out, or put in front of its line feed.
+/// True when a file begins like a part that was changed by a copy as text: the line ends in the first bytes
+/// were taken out, put in or exchanged, or the high bits of a container's signature are gone.
 bool begins_like_text_copy(std::span<const unsigned char> bytes);
 
 }  // namespace inspect

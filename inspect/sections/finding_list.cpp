@@ -1,6 +1,7 @@
 #include "inspect/sections/finding_list.h"
 
 #include <algorithm>
+#include <climits>
 
 namespace inspect {
 
@@ -27,6 +28,7 @@ bool is_cause(Rule rule) {
     case Rule::copy_no_carriage_returns:
     case Rule::copy_all_carriage_returns_with_lf:
     case Rule::copy_no_zeroes:
+    case Rule::copy_no_high_bits:
     case Rule::copy_no_terminator:
     case Rule::transfer_vms:
     case Rule::file_truncated:
@@ -61,17 +63,46 @@ bool shares_bytes(const Finding& cause, const Finding& finding, const ByteMap& m
   return false;
 }
 
+/// What a cut file lacks cannot be read, and what was found by its end is not where it was.
+bool follows_from_cut(const Finding& finding) {
+  switch (finding.rule) {
+    case Rule::record_end_of_file:
+    case Rule::container_end_of_stream:
+    case Rule::container_element_missing:
+    case Rule::container_compound:
+    case Rule::container_compound_entry:
+    case Rule::container_framing:
+    case Rule::container_index:
+    case Rule::container_last_sector:
+    case Rule::copy_block_boundary:
+    case Rule::solid_truncated:
+    case Rule::partition_bounds:
+    case Rule::index_entry:
+    case Rule::jt_body:
+    case Rule::jt_table:
+      return true;
+    case Rule::om_checksum:
+      return finding.expected.empty();  // the stored one lies behind the end
+    default:
+      return false;
+  }
+}
+
+/// Causes come by rank: what was done to all bytes, zero blocks, a missing end, a missing last byte.
+int rank_of(const Finding& cause) {
+  if (is_everywhere(cause)) return 0;
+  if (cause.rule == Rule::copy_zero_blocks) return 1;
+  return cause.rule == Rule::file_truncated ? 2 : 3;
+}
+
 bool explains(const Finding& cause, const Finding& finding, const ByteMap& map) {
   if (finding.severity() == Severity::note || cause.rule == finding.rule) return false;
-  if (cause.rule == Rule::file_truncated && finding.rule == Rule::copy_no_terminator) return true;
-  if (is_cause(finding.rule)) return false;
-  if (is_everywhere(cause)) return true;
-  // What a cut file lacks cannot be read.
-  if (cause.rule != Rule::copy_zero_blocks) {
-    return finding.rule == Rule::record_end_of_file || finding.rule == Rule::container_end_of_stream ||
-           finding.rule == Rule::solid_truncated || finding.rule == Rule::partition_bounds ||
-           finding.rule == Rule::index_entry || finding.rule == Rule::jt_body;
+  if (is_cause(finding.rule)) {
+    return rank_of(cause) < rank_of(finding) && finding.rule == Rule::copy_no_terminator &&
+           (cause.rule != Rule::copy_zero_blocks || shares_bytes(cause, finding, map));
   }
+  if (is_everywhere(cause)) return true;
+  if (cause.rule != Rule::copy_zero_blocks) return follows_from_cut(finding);
   return shares_bytes(cause, finding, map);
 }
 
@@ -171,7 +202,10 @@ void FindingList::report(const Finding& finding) {
 
 void FindingList::explain(const ByteMap& map, std::string_view part_stream,
                           const std::function<std::string(std::uint64_t)>& path_of) {
-  std::ranges::stable_partition(rows_, [](const ListedFinding& row) { return is_cause(row.finding.rule); });
+  const auto rank = [](const ListedFinding& row) {
+    return is_cause(row.finding.rule) ? rank_of(row.finding) : INT_MAX;
+  };
+  std::ranges::stable_sort(rows_, {}, rank);
   for (ListedFinding& row : rows_) {
     if (row.finding.place.file_offset) complete_place(row.finding.place, map, part_stream, path_of);
     if (row.finding.effect.empty()) row.finding.effect = effect_of(row.finding, map);
