@@ -107,13 +107,14 @@ void PartExamination::run(PartDocument& document, bool sha256) {
 }
 
 void PartExamination::examine(PartDocument& document) {
+  document.set_file_size(*facts_.size);
   if (has_part_) read_records();
   scan_bytes();
   if (has_part_) {
     check_header_copy();
     check_terminator();
     report_header_oddities(file_);
-    places_.object_data = find_object_data(file_);
+    places_.set_object_data(find_object_data(file_));
     keep_release();
   }
   write_sections(document);

@@ -165,8 +165,11 @@ void PartExamination::write_partition(PartDocument& document, PartitionEntry& pa
                                 .checksum = checksum_of(partition)});
   file_.reader.set_partition(partition.id);
   attempt(file_, [&] {
+    const std::uint32_t first = places_.first_with_data_of(partition.number);
     if (partition.solid != nullptr) {
       write_solid(document, partition);
+    } else if (first != partition.number) {
+      document.take_same_data(file_.records.partitions[first]);
     } else if (!partition.bad && !is_modeller_type(partition.type)) {
       read_listed_partition(file_, partition, {.cookies = true, .chains = true}, document);
     }

@@ -106,6 +106,9 @@ inline constexpr std::size_t kKeptHeaders = 256;
 /// ones do not overlap; those of objects are read once for the filing history and once for their listing.
 inline constexpr std::uint64_t kReadsOfAllBytes = 8;
 
+/// The same of objects, where damage ends no reading: nothing stops at the first partition that goes astray.
+inline constexpr std::uint64_t kReadsOfDamagedObjects = 4;
+
 /// Bytes that all deflated data of a part may expand to, by the bytes of the file: what one byte can expand
 /// to at best. Only framing, which is an expansion of its own, or data that overlap can come to more.
 inline constexpr std::uint64_t kDeflateRatio = 1032;
@@ -128,6 +131,10 @@ inline constexpr std::size_t kRememberedBodies = 200'000;
 
 /// Bytes of an output's name with what extraction adds to it: the longest that the interface takes.
 inline constexpr std::size_t kOutputNameBytes = 3469;
+
+/// Rows of the lists in the document of a part whose bytes may be framed: so many, and one more for each byte
+/// of the file. A row of a sound part has more bytes than that, on disk too. JT bodies have kJtBodies.
+inline constexpr std::uint64_t kDocumentRows = 10'000;
 
 // Ours: streams without a known layout, in which any bytes may look like a text.
 

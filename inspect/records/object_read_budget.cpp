@@ -7,7 +7,9 @@
 namespace inspect {
 
 ObjectReadBudget::ObjectReadBudget(InspectFile& file) : file_(file), start_(file.reader.count()) {
-  const std::uint64_t all = limits::kReadsOfAllBytes * file.bytes_there();
+  const std::uint64_t times =
+      file.steps_over_damage ? limits::kReadsOfDamagedObjects : limits::kReadsOfAllBytes;
+  const std::uint64_t all = times * file.bytes_there();
   const std::uint64_t left = all - std::min(all, file.budgets.object_bytes);
   const std::uint64_t fields =
       limits::kTracedFieldsPerByte * std::min(file.stored_bytes(), file.bytes_there());

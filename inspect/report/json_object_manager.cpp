@@ -21,6 +21,11 @@ void write_text(JsonWriter& json, std::string_view name, ShownTexts& texts, Text
   if (shown.cut) json.member(std::string(name) + "_cut", true);
 }
 
+void end_list(JsonWriter& json, std::string_view member, std::uint64_t left_out) {
+  json.end_array();
+  if (left_out != 0) json.member(member, left_out);
+}
+
 void write_time(JsonWriter& json, std::string_view name, std::int32_t seconds) {
   if (seconds == 0) return json.null_member(name);
   json.time_member(name, seconds);
@@ -78,24 +83,27 @@ void write_om_counts(JsonWriter& json, const ObjectManagerPartition& om) {
   json.member("inter_part_references", om.external_file_ids);
 }
 
-void write_om_classes(JsonWriter& json, const PartitionEntry& partition, const ObjectManagerPartition& om) {
+void write_om_classes(JsonWriter& json, const PartitionEntry& partition, const ObjectManagerPartition& om,
+                      RowBudget& rows) {
   ShownTexts texts(partition, om);
   if (om.version >= kLastOmVersion) {
     json.begin_array("schemas");
-    for (std::size_t i = 0; i < om.schemas.size(); ++i) {
+    std::size_t i = 0;
+    for (; i < om.schemas.size() && rows.take(); ++i) {
       json.begin_object();
       json.member("index", i);
       write_text(json, "name", texts, om.schemas[i].name);
       json.member("version", om.schemas[i].version);
       json.end_object();
     }
-    json.end_array();
+    end_list(json, "schemas_left_out", om.schemas.size() - i);
   }
   json.begin_array("classes");
-  for (std::size_t i = 0; i < om.classes.size(); ++i) {
+  std::size_t i = 0;
+  for (; i < om.classes.size() && rows.take(); ++i) {
     write_class(json, i, om.classes[i], om.version >= kLastOmVersion, texts);
   }
-  json.end_array();
+  end_list(json, "classes_left_out", om.classes.size() - i);
 }
 
 void write_om_root(JsonWriter& json, const PartitionEntry& partition, const ObjectManagerPartition& om) {
@@ -107,15 +115,20 @@ void write_om_root(JsonWriter& json, const PartitionEntry& partition, const Obje
   json.end_object();
 }
 
-void write_audit_trail(JsonWriter& json, const PartitionEntry& partition, const ObjectManagerPartition& om) {
+void write_audit_trail(JsonWriter& json, const PartitionEntry& partition, const ObjectManagerPartition& om,
+                       RowBudget& rows) {
   ShownTexts texts(partition, om);
   const AuditTrail& audit = om.audit;
+  std::size_t objects = 0;
   json.begin_array("audit_trail");
-  for (const AuditObject& object : audit.objects) {
+  for (; objects < audit.objects.size() && rows.take(); ++objects) {
+    const AuditObject& object = audit.objects[objects];
+    const std::size_t end = std::size_t{object.first_entry} + object.entry_count;
+    std::size_t i = object.first_entry;
     json.begin_object();
     write_text(json, "program_version", texts, object.program_version);
     json.begin_array("saves");
-    for (std::size_t i = object.first_entry; i < std::size_t{object.first_entry} + object.entry_count; ++i) {
+    for (; i < end && rows.take(); ++i) {
       json.begin_object();
       write_save_members(json, texts, audit.entries[i]);
       if (i < audit.cookies.size()) {
@@ -124,10 +137,10 @@ void write_audit_trail(JsonWriter& json, const PartitionEntry& partition, const 
       }
       json.end_object();
     }
-    json.end_array();
+    end_list(json, "saves_left_out", end - i);
     json.end_object();
   }
-  json.end_array();
+  end_list(json, "audit_trail_left_out", audit.objects.size() - objects);
 }
 
 void write_entity_chains(JsonWriter& json, const EntityTypeChains& heads, Encoding encoding) {
@@ -160,14 +173,20 @@ void write_old_entity_chains(JsonWriter& json, std::span<const std::int16_t> wor
   json.end_array();
 }
 
-void write_saves(JsonWriter& json, const FilingHistory& history) {
+std::uint64_t write_saves(JsonWriter& json, const FilingHistory& history, RowBudget& rows) {
   ShownTexts texts(history.partition, history.om);
+  std::uint64_t left_out = 0;
   history.saves.visit([&](const AuditObject& object, const AuditEntry& entry) {
+    if (!rows.take()) {
+      ++left_out;
+      return;
+    }
     json.begin_object();
     write_save_members(json, texts, entry);
     write_text(json, "program_version", texts, object.program_version);
     json.end_object();
   });
+  return left_out;
 }
 
 }  // namespace inspect

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string_view>
 
@@ -12,6 +13,22 @@
 /// The members of a part's document, one function each. All write a value behind a key that has been written,
 /// or whole members of the object that is open.
 namespace inspect {
+
+/// How many rows of lists a document may still take. A list that it cuts has a member "..._left_out" behind
+/// it.
+class RowBudget {
+ public:
+  explicit RowBudget(std::uint64_t rows = UINT64_MAX) : left_(rows) {}
+
+  bool take() {
+    if (left_ == 0) return false;
+    --left_;
+    return true;
+  }
+
+ private:
+  std::uint64_t left_;
+};
 
 void write_release(JsonWriter& json, const ReleaseSection& release);
 void write_header(JsonWriter& json, const HeaderSection& header);
@@ -28,13 +45,15 @@ void write_solid(JsonWriter& json, const SolidSection& solid);
 /// The members of "object_manager", by the steps in which they become known.
 void write_om_identity(JsonWriter& json, const PartitionEntry& partition, const ObjectManagerPartition& om);
 void write_om_counts(JsonWriter& json, const ObjectManagerPartition& om);
-void write_om_classes(JsonWriter& json, const PartitionEntry& partition, const ObjectManagerPartition& om);
+void write_om_classes(JsonWriter& json, const PartitionEntry& partition, const ObjectManagerPartition& om,
+                      RowBudget& rows);
 void write_om_root(JsonWriter& json, const PartitionEntry& partition, const ObjectManagerPartition& om);
-void write_audit_trail(JsonWriter& json, const PartitionEntry& partition, const ObjectManagerPartition& om);
+void write_audit_trail(JsonWriter& json, const PartitionEntry& partition, const ObjectManagerPartition& om,
+                       RowBudget& rows);
 void write_entity_chains(JsonWriter& json, const EntityTypeChains& heads, Encoding encoding);
 void write_old_entity_chains(JsonWriter& json, std::span<const std::int16_t> words);
 
-/// The saves of one record manager, as elements of an array.
-void write_saves(JsonWriter& json, const FilingHistory& history);
+/// The saves of one record manager, as elements of an array; gives the number of those left out.
+std::uint64_t write_saves(JsonWriter& json, const FilingHistory& history, RowBudget& rows);
 
 }  // namespace inspect

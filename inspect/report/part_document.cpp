@@ -1,8 +1,30 @@
 #include "inspect/report/part_document.h"
 
 #include "inspect/report/json_parts.h"
+#include "support/limits.h"
 
 namespace inspect {
+
+void PartDocument::set_file_size(std::uint64_t bytes) {
+  rows_ = RowBudget(limits::kDocumentRows + bytes);
+  bodies_ = RowBudget(limits::kJtBodies + bytes / limits::kBytesOfJtBody);
+}
+
+bool PartDocument::takes_row() {
+  if (rows_.take()) return true;
+  ++left_out_;
+  return false;
+}
+
+void PartDocument::end_list(std::string_view member) {
+  json_.end_array();
+  if (left_out_ != 0) json_.member(member, left_out_);
+  left_out_ = 0;
+}
+
+void PartDocument::toggle(std::string_view text) {
+  if (takes_row()) json_.value(text);
+}
 
 void PartDocument::begin_container(const VRX::System::CFI::ContainerFacts& facts) {
   json_.begin_object("container");
@@ -34,18 +56,20 @@ void PartDocument::begin_compatibility() {
 void PartDocument::take_compatibility_line(const CompatibilityLine& line) {
   if (line.first) {
     earliest_release_ = line.text;
-  } else {
+  } else if (takes_row()) {
     json_.value(line.text);
   }
 }
 
 void PartDocument::end_compatibility() {
-  json_.end_array();
+  end_list("lines_left_out");
   json_.text_or_null("earliest_release", earliest_release_.value_or(""));
   json_.end_object();
 }
 
-void PartDocument::take_filing_history(const FilingHistory& history) { write_saves(json_, history); }
+void PartDocument::take_filing_history(const FilingHistory& history) {
+  left_out_ += write_saves(json_, history, rows_);
+}
 
 void PartDocument::begin_partitions(const PartRecords& part) {
   json_.member("next_partition_id", part.next_partition_id);
@@ -68,7 +92,7 @@ void PartDocument::take_om_counts(const PartitionEntry&, const ObjectManagerPart
 }
 
 void PartDocument::take_om_classes(const PartitionEntry& partition, const ObjectManagerPartition& om) {
-  write_om_classes(json_, partition, om);
+  write_om_classes(json_, partition, om, rows_);
 }
 
 void PartDocument::take_om_root(const PartitionEntry& partition, const ObjectManagerPartition& om) {
@@ -76,7 +100,7 @@ void PartDocument::take_om_root(const PartitionEntry& partition, const ObjectMan
 }
 
 void PartDocument::take_audit_trail(const PartitionEntry& partition, const ObjectManagerPartition& om) {
-  write_audit_trail(json_, partition, om);
+  write_audit_trail(json_, partition, om, rows_);
 }
 
 void PartDocument::take_entity_chains(const EntityChains& chains) {
@@ -116,6 +140,10 @@ void PartDocument::take_jt_body(const JtBody& body) {
 
 void PartDocument::write_held_body(std::optional<std::uint64_t> end) {
   if (!held_body_) return;
+  if (!bodies_.take()) {
+    ++left_out_;
+    return held_body_.reset();
+  }
   const JtBody& body = *held_body_;
   json_.begin_object();
   json_.member("id", body.id);
@@ -129,12 +157,13 @@ void PartDocument::write_held_body(std::optional<std::uint64_t> end) {
 void PartDocument::end_jt_stream() {
   if (!jt_open_) return;
   write_held_body(jt_->size);
-  json_.end_array();
+  end_list("bodies_left_out");
   json_.end_object();
   jt_open_ = false;
 }
 
 void PartDocument::take_reference_count(const ReferencedName& name, std::string_view stream) {
+  if (!takes_row()) return;
   json_.begin_object();
   json_.text_member("name", name.text);
   json_.text_member("stream", stream);
@@ -144,7 +173,7 @@ void PartDocument::take_reference_count(const ReferencedName& name, std::string_
 }
 
 void PartDocument::end_toggles(const std::optional<cfi_tools::ToggleChecksums>& checksums) {
-  json_.end_array();
+  end_list("feature_toggles_left_out");
   json_.member("feature_toggle_format", toggle_format_);
   if (!checksums) return json_.null_member("feature_toggle_checksum");
   json_.begin_object("feature_toggle_checksum");

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "cfi/tools/feature_toggles.h"
+#include "inspect/report/json_parts.h"
 #include "inspect/report/json_writer.h"
 #include "inspect/sections/byte_map.h"
 #include "inspect/sections/part_facts.h"
@@ -28,6 +29,9 @@ class PartDocument final : public SectionSink, public cfi_tools::FeatureToggleSi
  public:
   explicit PartDocument(JsonWriter& json) : json_(json) { json_.begin_object(); }
 
+  /// Of a file of so many bytes: the lists grow no longer than that makes plausible.
+  void set_file_size(std::uint64_t bytes);
+
   /// Closes the document.
   void end() { json_.end_object(); }
 
@@ -46,7 +50,7 @@ class PartDocument final : public SectionSink, public cfi_tools::FeatureToggleSi
 
   void begin_filing_history() override { json_.begin_array("filing_history"); }
   void take_filing_history(const FilingHistory& history) override;
-  void end_filing_history() { json_.end_array(); }
+  void end_filing_history() { end_list("filing_history_left_out"); }
 
   void begin_partitions(const PartRecords& part);
   void begin_partition_row(const PartitionRow& row);
@@ -57,6 +61,9 @@ class PartDocument final : public SectionSink, public cfi_tools::FeatureToggleSi
   void take_audit_trail(const PartitionEntry& partition, const ObjectManagerPartition& om) override;
   void take_entity_chains(const EntityChains& chains) override;
   void take_old_entity_chains(std::span<const std::int16_t> words) override;
+
+  /// The data of the partition are those of another, which are not told twice.
+  void take_same_data(const PartitionEntry& first) { json_.member("same_data_as_partition", first.id); }
   void take_solid(const SolidSection& solid);
   void end_partition_row();
   void end_partitions() { json_.end_array(); }
@@ -70,22 +77,27 @@ class PartDocument final : public SectionSink, public cfi_tools::FeatureToggleSi
 
   void begin_toggles() { json_.begin_array("feature_toggles"); }
   void begin(int stream_format) override { toggle_format_ = stream_format; }
-  void toggle(std::string_view text) override { json_.value(text); }
+  void toggle(std::string_view text) override;
 
   /// `checksums` is none when the stream could not be read to its end.
   void end_toggles(const std::optional<cfi_tools::ToggleChecksums>& checksums);
 
   void begin_references() { json_.begin_array("references"); }
   void take_reference_count(const ReferencedName& name, std::string_view stream);
-  void end_references() { json_.end_array(); }
+  void end_references() { end_list("references_left_out"); }
 
   JsonWriter& json() { return json_; }
 
  private:
   void write_row(const StorageRow& storage);
+  bool takes_row();
+  void end_list(std::string_view member);
   void write_held_body(std::optional<std::uint64_t> end);
 
   JsonWriter& json_;
+  RowBudget rows_;
+  RowBudget bodies_;
+  std::uint64_t left_out_ = 0;  ///< rows of the list that is open
   bool om_open_ = false;
   std::optional<std::string> earliest_release_;
   const JtStreamPlace* jt_ = nullptr;

@@ -182,6 +182,21 @@ const ObjectDataPlace* PartPlaces::find_object_data(std::uint32_t partition_numb
   return place != object_data.end() && place->partition_number == partition_number ? &*place : nullptr;
 }
 
+void PartPlaces::set_object_data(std::vector<ObjectDataPlace> places) {
+  object_data = std::move(places);
+  data_starts.reserve(object_data.size());
+  for (const ObjectDataPlace& place : object_data) {
+    data_starts.emplace_back(place.start, place.partition_number);
+  }
+  std::ranges::sort(data_starts);
+}
+
+std::uint32_t PartPlaces::first_with_data_of(std::uint32_t partition_number) const {
+  const ObjectDataPlace* own = find_object_data(partition_number);
+  if (own == nullptr) return partition_number;
+  return std::ranges::lower_bound(data_starts, std::pair(own->start, std::uint32_t{0}))->second;
+}
+
 std::span<const CheckedBlock> PartPlaces::blocks_of(std::uint32_t partition_number) const {
   const auto found = std::ranges::equal_range(blocks, partition_number, {}, &CheckedBlock::partition_number);
   return {found.begin(), found.end()};

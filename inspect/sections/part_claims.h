@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "inspect/records/inspect_file.h"
@@ -46,8 +47,16 @@ struct ObjectDataPlace {
 struct PartPlaces {
   std::vector<CheckedBlock> blocks;          ///< by partition number
   std::vector<ObjectDataPlace> object_data;  ///< by partition number
+  std::vector<std::pair<std::uint64_t, std::uint32_t>>
+      data_starts;  ///< of the same: place and number, sorted
+
+  void set_object_data(std::vector<ObjectDataPlace> places);
 
   const ObjectDataPlace* find_object_data(std::uint32_t partition_number) const;
+
+  /// The number of the first partition whose object-manager data begin where those of this one do: its own,
+  /// unless entries of a damaged index lead to one place.
+  std::uint32_t first_with_data_of(std::uint32_t partition_number) const;
 
   /// The checked blocks of one partition: none, one or two.
   std::span<const CheckedBlock> blocks_of(std::uint32_t partition_number) const;
