@@ -36,7 +36,7 @@ enum class Protection : std::uint8_t {
 struct LayoutRange {
   std::uint64_t offset = 0;  ///< from the start of the file
   std::uint64_t length = 0;  ///< in bytes, never 0
-  std::string_view owner;    ///< lives as long as the program
+  std::string_view owner;    ///< a literal
   Protection protection = Protection::decoded;
 };
 

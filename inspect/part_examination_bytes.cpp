@@ -93,6 +93,7 @@ void PartExamination::settle_map() {
 
 void PartExamination::claim_container() {
   const bool by_record = has_part_ && !part_is_framed_;
+  std::ranges::stable_sort(read_streams_, {}, &ReadStream::element);
   ContainerClaims claims(*map_,
                          {.kept = by_record ? part_element_ : std::nullopt,
                           .protection_of = [this](CFI::ElementId stream) { return protection_of(stream); }});
@@ -102,8 +103,9 @@ void PartExamination::claim_container() {
 }
 
 Protection PartExamination::protection_of(std::uint64_t stream) const {
-  const auto known = std::ranges::find(read_streams_, stream, &ReadStream::element);
-  return known != read_streams_.end() ? known->protection : Protection::opaque;
+  const auto known = std::ranges::lower_bound(read_streams_, stream, {}, &ReadStream::element);
+  const bool was_read = known != read_streams_.end() && known->element == stream;
+  return was_read ? known->protection : Protection::opaque;
 }
 
 void PartExamination::report_overlaps() {
@@ -128,14 +130,15 @@ void PartExamination::report_holes() {
   const bool is_compound = file_.container != nullptr && file_.container->kind() == CFI::FileKind::microsoft;
   if (is_compound || !has_part_ || !file_.records.has_markers || part_is_framed_) return;
   std::size_t reported = 0;
-  for (const ByteClaim& range : map_->ranges()) {
-    if (range.owner.kind != ByteOwner::Kind::none || fill_of(range) == std::uint8_t{0}) continue;
-    if (++reported > kReportedHoles) return;
+  map_->visit_ranges([&](const ByteClaim& range) {
+    if (reported == kReportedHoles || range.owner.kind != ByteOwner::Kind::none) return;
+    if (fill_of(range) == std::uint8_t{0}) return;
+    ++reported;
     support::Place place;
     place.file_offset = range.offset;
     place.length = range.length;
     report(Rule::bytes_hole, std::move(place));
-  }
+  });
 }
 
 std::size_t PartExamination::read_bytes(std::uint64_t offset, std::span<unsigned char> bytes) {

@@ -78,7 +78,7 @@ void write_owner(JsonWriter& json, const ByteOwner& owner, const StreamNames& st
     case ByteOwner::Kind::none:
       return json.null_member("owner");
     case ByteOwner::Kind::container:
-      return json.member("owner", owner.field);
+      return json.member("owner", std::string_view(owner.field));
     case ByteOwner::Kind::stream:
       return json.text_member("owner", "stream " + streams.path(owner.stream));
     case ByteOwner::Kind::part:
@@ -138,7 +138,8 @@ void write_bytes(JsonWriter& json, const ByteMap& map, bool with_ranges, std::st
   json.end_object();
   if (with_ranges) {
     json.begin_array("map");
-    for (const ByteClaim& range : map.ranges()) write_range(json, range, part_stream, streams, fill_of);
+    map.visit_ranges(
+        [&](const ByteClaim& range) { write_range(json, range, part_stream, streams, fill_of); });
     json.end_array();
   }
   json.end_object();

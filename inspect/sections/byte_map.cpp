@@ -1,6 +1,7 @@
 #include "inspect/sections/byte_map.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace inspect {
 
@@ -29,36 +30,36 @@ void ByteMap::note_overlap(const ByteClaim& kept, const ByteClaim& cut) {
 }
 
 void ByteMap::settle() {
-  std::ranges::stable_sort(claims_, {}, &ByteClaim::offset);
-  std::vector<ByteClaim> settled;
-  settled.reserve(claims_.size() + claims_.size() / 2 + 1);
-  std::uint64_t end = 0;
-  const auto add_gap = [&](std::uint64_t up_to) {
-    if (end < up_to) settled.push_back({end, up_to - end, ByteClaim::kNoOffset, {}});
+  const auto place = [](const ByteClaim& claim) {
+    const ByteOwner& owner = claim.owner;
+    return std::tuple(claim.offset, owner.kind, owner.partition, owner.stream);
   };
-  std::size_t reaching_farthest = 0;
-  for (ByteClaim& claim : claims_) {
+  if (!std::ranges::is_sorted(claims_, {}, place)) std::ranges::sort(claims_, {}, place);
+  std::uint64_t end = 0;
+  std::size_t kept = 0;
+  for (ByteClaim claim : claims_) {
     if (claim.offset < end) {
-      note_overlap(settled[reaching_farthest], claim);
+      note_overlap(claims_[kept - 1], claim);
       if (claim.end() <= end) continue;
       const std::uint64_t cut = end - claim.offset;
       if (claim.stream_offset != ByteClaim::kNoOffset) claim.stream_offset += cut;
       claim.offset += cut;
       claim.length -= cut;
     }
-    add_gap(claim.offset);
-    reaching_farthest = settled.size();
-    settled.push_back(claim);
     end = claim.end();
+    claims_[kept++] = claim;
   }
-  add_gap(size_);
-  claims_ = std::move(settled);
-  for (const ByteClaim& range : claims_)
+  claims_.resize(kept);
+  visit_ranges([this](const ByteClaim& range) {
     sums_[static_cast<std::size_t>(range.owner.protection)] += range.length;
+  });
 }
 
-const ByteClaim& ByteMap::at(std::uint64_t offset) const {
-  return *(std::ranges::upper_bound(claims_, offset, {}, &ByteClaim::offset) - 1);
+const ByteClaim* ByteMap::find(std::uint64_t offset) const {
+  const auto behind = std::ranges::upper_bound(claims_, offset, {}, &ByteClaim::offset);
+  if (behind == claims_.begin()) return nullptr;
+  const ByteClaim& claim = *(behind - 1);
+  return offset < claim.end() ? &claim : nullptr;
 }
 
 }  // namespace inspect

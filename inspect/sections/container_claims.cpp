@@ -13,7 +13,7 @@ void ContainerClaims::structure(const LayoutRange& range) {
   map_.claim({range.offset,
               range.length,
               ByteClaim::kNoOffset,
-              {ByteOwner::Kind::container, range.protection, 0, 0, range.owner}});
+              {ByteOwner::Kind::container, range.protection, 0, 0, range.owner.data()}});
 }
 
 void ContainerClaims::stream_run(const StreamRun& run) {
@@ -26,7 +26,7 @@ void ContainerClaims::stream_run(const StreamRun& run) {
   map_.claim({run.file_offset,
               run.length,
               run.stream_offset == 0 ? ByteClaim::kNoOffset : run.stream_offset,
-              {ByteOwner::Kind::stream, protection, 0, run.stream, {}}});
+              {ByteOwner::Kind::stream, protection, 0, run.stream, ""}});
 }
 
 const std::vector<StreamRun>& ContainerClaims::kept_runs() {

@@ -52,7 +52,7 @@ bool shares_bytes(const Finding& cause, const Finding& finding, const ByteMap& m
   if (at < end && at + finding.place.length.value_or(1) > begin) return true;
   // A record is judged where it ends, or by a checksum that stands apart: its partition tells.
   if (!finding.place.partition) return false;
-  const auto& ranges = map.ranges();
+  const auto& ranges = map.claims();
   for (auto range = std::ranges::upper_bound(ranges, begin, {}, &ByteClaim::end);
        range != ranges.end() && range->offset < end; ++range) {
     if (range->owner.kind == ByteOwner::Kind::partition &&
@@ -110,7 +110,7 @@ bool explains(const Finding& cause, const Finding& finding, const ByteMap& map) 
 std::vector<std::int32_t> partitions_in(const ByteMap& map, std::uint64_t begin, std::uint64_t end) {
   constexpr std::size_t kNamed = 20;
   std::vector<std::int32_t> ids;
-  const auto& ranges = map.ranges();
+  const auto& ranges = map.claims();
   for (auto range = std::ranges::upper_bound(ranges, begin, {}, &ByteClaim::end);
        range != ranges.end() && range->offset < end && ids.size() <= kNamed; ++range) {
     if (range->owner.kind != ByteOwner::Kind::partition) continue;
@@ -157,8 +157,9 @@ std::string effect_of(const Finding& finding, const ByteMap& map) {
 /// What lies at the place, when nobody has said so.
 void complete_place(support::Place& place, const ByteMap& map, std::string_view part_stream,
                     const std::function<std::string(std::uint64_t)>& path_of) {
-  if (place.stream_offset || map.ranges().empty() || *place.file_offset >= map.size()) return;
-  const ByteClaim& range = map.at(*place.file_offset);
+  const ByteClaim* claim = place.stream_offset ? nullptr : map.find(*place.file_offset);
+  if (claim == nullptr) return;
+  const ByteClaim& range = *claim;
   if (range.stream_offset != ByteClaim::kNoOffset) {
     place.stream_offset = range.stream_offset + (*place.file_offset - range.offset);
   }

@@ -49,10 +49,10 @@ class PartStreamClaims {
   void claim_block(const PartitionEntry& partition, const CheckedBlock& block, bool second);
   void claim_terminator();
 
-  void part(std::uint64_t offset, std::uint64_t length, std::string_view field) {
+  void part(std::uint64_t offset, std::uint64_t length, const char* field) {
     take(offset, length, {ByteOwner::Kind::part, Protection::decoded, 0, 0, field});
   }
-  void of(const PartitionEntry& partition, std::uint64_t offset, std::uint64_t length, std::string_view field,
+  void of(const PartitionEntry& partition, std::uint64_t offset, std::uint64_t length, const char* field,
           Protection protection = Protection::decoded) {
     take(offset, length, {ByteOwner::Kind::partition, protection, partition.id, 0, field});
   }
@@ -98,7 +98,7 @@ void PartStreamClaims::claim_partition(const PartitionEntry& partition) {
 }
 
 void PartStreamClaims::claim_objects(const PartitionEntry& partition, const ObjectDataPlace& place) {
-  constexpr std::string_view kData = "object_manager_data";
+  constexpr const char* kData = "object_manager_data";
   of(partition, place.start - place.length_size, place.length_size, "length");
   const auto& checksums = file_.records.om_checksums;
   const auto checksum =
