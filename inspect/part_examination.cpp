@@ -39,6 +39,7 @@ class ScanCounts final : public cfi_tools::CorruptionScanSink {
   void begin() override {}
   void finding(const cfi_tools::ScanFinding&) override {}
   void statistics(const cfi_tools::ByteCounts& counts) override { counts_ = counts; }
+  const cfi_tools::ByteCounts& counts() const { return counts_; }
   void end(cfi_tools::ScanVerdict) override {}
 
   bool is_telling(Rule rule, std::uint64_t file_size) const {
@@ -117,6 +118,7 @@ void PartExamination::examine(PartDocument& document) {
     places_.set_object_data(find_object_data(file_));
     keep_release();
   }
+  if (byte_counts_) document.take_byte_counts(*byte_counts_);
   write_sections(document);
 }
 
@@ -195,10 +197,10 @@ void PartExamination::take_open_failure(const ErrorEscape& escape) {
     const bool lacks_header =
         CFI::recognise(*damaged_) == CFI::FileKind::microsoft && *facts_.size < kHeadBytes;
     if (escape.code() == CFI::kEndOfStream || lacks_header) report_truncation();
-    report(rule_of(escape.code()), {}, support::printable(escape.message()));
     map_.emplace(damaged_->size());
     ContainerClaims claims(*map_, {});
-    container_facts_ = CFI::lay_out_damaged(*damaged_, claims);
+    attempt(file_, [&] { container_facts_ = CFI::lay_out_damaged(*damaged_, claims); });
+    report_container_damage(escape);
   });
 }
 
@@ -266,6 +268,7 @@ void PartExamination::scan_bytes() {
   attempt(file_, [&] {
     cfi_tools::scan_for_corruption(*channel(), {.file_name = facts_.name, .version = version}, sink);
   });
+  byte_counts_ = counts.counts();
   if (lacks_high_bits()) {
     support::Finding finding;
     finding.rule = Rule::copy_no_high_bits;

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "cfi/tools/byte_counts.h"
 #include "inspect/part_container.h"
 #include "inspect/records/inspect_file.h"
 #include "inspect/report/part_document.h"
@@ -64,6 +65,7 @@ class PartExamination {
   bool open();
   bool open_part_stream();
   void report_empty_part();
+  void report_container_damage(const support::ErrorEscape& escape);
   void take_open_failure(const support::ErrorEscape& escape);
   void examine(PartDocument& document);
   std::size_t read_bytes(std::uint64_t offset, std::span<unsigned char> bytes);
@@ -94,6 +96,7 @@ class PartExamination {
   // The sections, in the order of the document.
   void write_sections(PartDocument& document);
   void write_container(PartDocument& document);
+  FastLoadFacts fast_load_facts() const;
   void write_streams(PartDocument& document);
   StreamRow stream_row(VRX::System::CFI::ElementId element, const std::string& path);
   void expand_framed(StreamRow& row, VRX::System::CFI::ElementId element);
@@ -126,6 +129,7 @@ class PartExamination {
   PartPlaces places_;
   std::vector<ReadStream> read_streams_;
   std::uint64_t framed_bytes_ = 0;  ///< stored bytes of framed streams that were expanded
+  std::optional<cfi_tools::ByteCounts> byte_counts_;
   std::optional<ByteMap> map_;
   bool has_part_ = false;
   bool not_a_part_ = false;

@@ -39,14 +39,44 @@ std::string PartExamination::stream_path(std::uint64_t stream) const {
   return file_.container != nullptr ? file_.container->path(stream) : std::string();
 }
 
+/// An escape names no place: the facts of the indexes tell which one is meant.
+void PartExamination::report_container_damage(const support::ErrorEscape& escape) {
+  support::Finding finding;
+  finding.rule = rule_of(escape.code());
+  finding.message = support::printable(escape.message());
+  const auto* facts = container_facts_ ? std::get_if<CFI::KvpmFacts>(&*container_facts_) : nullptr;
+  if (facts == nullptr) return findings_.report(finding);
+  const auto take = [&](const std::optional<CFI::IndexFacts>& index, const char* field) {
+    const bool is_meant = finding.rule == Rule::container_index_checksum
+                              ? index && index->xxh32_stored && !index->matches()
+                              : index && !index->is_whole;
+    if (!is_meant || finding.place.file_offset) return;
+    finding.place.file_offset = index->offset;
+    finding.place.length = index->length;
+    finding.place.field = field;
+    if (finding.rule != Rule::container_index_checksum) return;
+    finding.found.push_back({"xxh32", std::uint64_t{index->xxh32_computed.value_or(0)}});
+    finding.expected.push_back({"xxh32", std::uint64_t{*index->xxh32_stored}});
+  };
+  take(facts->header_index, "container.header_index");
+  take(facts->footer_index, "container.footer_index");
+  findings_.report(finding);
+}
+
 /// What the container lists, all of it, and what is wrong with it apart from its elements.
 void PartExamination::lay_out_container() {
   CFI::StorageFile& container = *file_.container;
   check_truncation();
-  attempt(file_, [&] { container.load_all(); });
+  std::optional<support::ErrorEscape> failure;
+  try {
+    container.load_all();
+  } catch (const support::ErrorEscape& escape) {
+    failure = escape;
+  }
   check_truncation();
   for (const std::string& text : container.damage()) report(Rule::container_compound_entry, {}, text);
   attempt(file_, [&] { container_facts_ = container.facts(); });
+  if (failure) report_container_damage(*failure);
   check_last_sector();
   attempt(file_, [&] { report_layout_faults(); });
   attempt(file_, [&] {

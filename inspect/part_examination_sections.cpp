@@ -43,7 +43,7 @@ void PartExamination::write_sections(PartDocument& document) {
 
 void PartExamination::write_container(PartDocument& document) {
   if (!container_facts_) return;
-  document.begin_container(*container_facts_);
+  document.begin_container(*container_facts_, fast_load_facts());
   if (CFI::StorageFile* container = file_.container) {
     const bool has_areas = container->kind() == CFI::FileKind::kvpm;
     const auto row = [&](CFI::ElementId element, std::string_view path, CFI::IndexArea area) {
@@ -57,6 +57,13 @@ void PartExamination::write_container(PartDocument& document) {
                    });
   }
   document.end_container();
+}
+
+FastLoadFacts PartExamination::fast_load_facts() const {
+  constexpr std::size_t kVersionUnit = 225;  // of the header copy
+  const CFI::StorageFile* container = file_.container;
+  if (container == nullptr || container->kind() != CFI::FileKind::kvpm) return {};
+  return {container->part_header_unit(kVersionUnit), container->fast_load_end()};
 }
 
 void PartExamination::write_streams(PartDocument& document) {
@@ -157,12 +164,14 @@ const ObjectManagerChecksum* PartExamination::checksum_of(const PartitionEntry& 
 }
 
 void PartExamination::write_partition(PartDocument& document, PartitionEntry& partition) {
-  document.begin_partition_row({.partition = partition,
-                                .has_marker = file_.records.has_markers,
-                                .stream = part_stream_,
-                                .file_offset = file_.stream->file_offset(partition.offset),
-                                .length = partition_length(partition, places_),
-                                .checksum = checksum_of(partition)});
+  const PartitionRow row = {
+      .partition = partition,
+      .has_marker = file_.records.has_markers,
+      .stream = part_stream_,
+      .file_offset = [this](std::uint64_t offset) { return file_.stream->file_offset(offset); },
+      .length = partition_length(partition, places_),
+      .checksum = checksum_of(partition)};
+  document.begin_partition_row(row);
   file_.reader.set_partition(partition.id);
   attempt(file_, [&] {
     const std::uint32_t first = places_.first_with_data_of(partition.number);
@@ -270,8 +279,9 @@ void PartExamination::write_references(PartDocument& document) {
       if (!source) return;
       const std::string path = std::string(storage) + '/' + stream_names::kExternalReferences;
       note_child_stream(storage, stream_names::kExternalReferences, Protection::decoded);
-      visit_referenced_names(*source,
-                             [&](const ReferencedName& name) { document.take_reference_count(name, path); });
+      visit_referenced_names(*source, [&](const ReferencedName& name) {
+        document.take_reference_count(name, path, source->file_offset(name.first_offset));
+      });
     });
   }
   document.end_references();

@@ -136,6 +136,10 @@ inline constexpr std::size_t kOutputNameBytes = 3469;
 /// of the file. A row of a sound part has more bytes than that, on disk too. JT bodies have kJtBodies.
 inline constexpr std::uint64_t kDocumentRows = 10'000;
 
+/// Bytes of the header texts of solids that a document tells, beyond so many times the bytes of the file: any
+/// number of partitions may borrow one text.
+inline constexpr std::uint64_t kDocumentTexts = std::uint64_t{1} << 20U;
+
 // Ours: streams without a known layout, in which any bytes may look like a text.
 
 /// Bytes of one printable text; a longer run comes in pieces.

@@ -104,6 +104,7 @@ void write_format(JsonWriter& json, const PartRecords& part) {
   const bool known = !is_v10(part) && (format == 1 || format == 2);
   json.member("format",
               known ? std::optional<std::string_view>(filing_mode_name(format == 1)) : std::nullopt);
+  json.member("format_number", is_v10(part) ? std::nullopt : std::optional(format));
 }
 
 void write_display_stamp(JsonWriter& json, const PartHeader& header) {

@@ -141,6 +141,7 @@ void write_audit_trail(JsonWriter& json, const PartitionEntry& partition, const 
     json.end_object();
   }
   end_list(json, "audit_trail_left_out", audit.objects.size() - objects);
+  json.member("pseudo_entries", audit.pseudo_entries);
 }
 
 void write_entity_chains(JsonWriter& json, const EntityTypeChains& heads, Encoding encoding) {
@@ -184,6 +185,7 @@ std::uint64_t write_saves(JsonWriter& json, const FilingHistory& history, RowBud
     json.begin_object();
     write_save_members(json, texts, entry);
     write_text(json, "program_version", texts, object.program_version);
+    json.member("partition", history.partition.id);
     json.end_object();
   });
   return left_out;

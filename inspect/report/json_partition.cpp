@@ -101,7 +101,7 @@ void write_partition_members(JsonWriter& json, const PartitionRow& row) {
   json.member("data", partition.data);
   json.member("empty", partition.data_zero);
   json.begin_object("where");
-  json.member("file_offset", row.file_offset);
+  json.member("file_offset", row.file_offset(partition.offset));
   json.member("length", row.length);
   if (!row.stream.empty()) json.text_member("stream", row.stream);
   json.member("stream_offset", partition.offset);
@@ -111,15 +111,30 @@ void write_partition_members(JsonWriter& json, const PartitionRow& row) {
   write_pair(json, "adler32", *row.checksum->stored, row.checksum->computed);
 }
 
-void write_solid(JsonWriter& json, const SolidSection& section) {
+void write_data_place(JsonWriter& json, const PartitionRow& row, std::uint64_t stream_offset,
+                      std::optional<std::uint64_t> length) {
+  json.begin_object("where");
+  json.member("file_offset", row.file_offset(stream_offset));
+  if (length) json.member("length", length);
+  json.member("stream_offset", stream_offset);
+  json.end_object();
+}
+
+void write_solid_members(JsonWriter& json, const SolidSection& section, bool with_text) {
   const BrepsolidPartition& solid = *section.partition.solid;
-  json.begin_object();
   json.text_or_null("brepsolid_version", section.kernel_version);
   json.member("file_format", text_or_none(section.extract.format));
   if (is_in_set(section.partition.type, kModellerSet)) {
     json.member("body_id", section.partition.data >> kBodyIdShift);
   }
-  write_keywords(json, section.header_text);
+  write_keywords(json, with_text ? section.header_text : std::string_view());
+  if (!with_text) {
+    json.member("header_text_left_out", true);
+  } else if (solid.header_saved_here) {
+    json.text_member("header_text", section.header_text);
+  } else {
+    json.null_member("header_text");
+  }
   json.member("header_text_length", section.header_text.size());
   json.member("header_borrowed", !solid.header_saved_here);
   write_extension(json, solid.bits);
@@ -136,7 +151,6 @@ void write_solid(JsonWriter& json, const SolidSection& section) {
   json.member("possible", section.extract.possible);
   json.member("sound", section.extract.sound);
   json.member("suffix", text_or_none(section.extract.suffix));
-  json.end_object();
   json.end_object();
 }
 

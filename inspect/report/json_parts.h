@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -40,7 +41,13 @@ void write_stream(JsonWriter& json, const StreamRow& stream);
 
 /// The members of a partition but what it holds.
 void write_partition_members(JsonWriter& json, const PartitionRow& row);
-void write_solid(JsonWriter& json, const SolidSection& solid);
+
+/// Member "where" of the data of a partition, which may begin behind the partition's own offset.
+void write_data_place(JsonWriter& json, const PartitionRow& row, std::uint64_t stream_offset,
+                      std::optional<std::uint64_t> length);
+
+/// The members of "solid" but its place; without the header text when that is told no longer.
+void write_solid_members(JsonWriter& json, const SolidSection& solid, bool with_text);
 
 /// The members of "object_manager", by the steps in which they become known.
 void write_om_identity(JsonWriter& json, const PartitionEntry& partition, const ObjectManagerPartition& om);

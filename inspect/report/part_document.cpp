@@ -8,6 +8,7 @@ namespace inspect {
 void PartDocument::set_file_size(std::uint64_t bytes) {
   rows_ = RowBudget(limits::kDocumentRows + bytes);
   bodies_ = RowBudget(limits::kJtBodies + bytes / limits::kBytesOfJtBody);
+  text_bytes_ = limits::kDocumentTexts + limits::kReadsOfAllBytes * bytes;
 }
 
 bool PartDocument::takes_row() {
@@ -26,9 +27,24 @@ void PartDocument::toggle(std::string_view text) {
   if (takes_row()) json_.value(text);
 }
 
-void PartDocument::begin_container(const VRX::System::CFI::ContainerFacts& facts) {
+void PartDocument::take_byte_counts(const cfi_tools::ByteCounts& counts) {
+  json_.begin_object("byte_counts");
+  json_.member("cr", counts.carriage_returns);
+  json_.member("lf", counts.line_feeds);
+  json_.member("crlf", counts.crlf_pairs);
+  json_.member("lfcr", counts.lfcr_pairs);
+  json_.member("zeroes", counts.zeroes);
+  json_.end_object();
+}
+
+void PartDocument::begin_container(const VRX::System::CFI::ContainerFacts& facts,
+                                   const FastLoadFacts& fast_load) {
   json_.begin_object("container");
   write_container_members(json_, facts);
+  if (fast_load.end) {
+    json_.member("fast_load_partition_version", fast_load.version);
+    json_.member("fast_load_partition_end", fast_load.end);
+  }
   json_.begin_array("storages");
 }
 
@@ -71,12 +87,29 @@ void PartDocument::take_filing_history(const FilingHistory& history) {
   left_out_ += write_saves(json_, history, rows_);
 }
 
+void PartDocument::take_unreadable_history(const UnreadableHistory& history) {
+  unreadable_partition_ = history.partition.id;
+  unreadable_history_ = history.reason;
+}
+
+void PartDocument::end_filing_history() {
+  end_list("filing_history_left_out");
+  if (unreadable_history_.empty()) return;
+  json_.begin_object("unreadable_filing_history");
+  json_.member("partition", unreadable_partition_);
+  json_.text_member("reason", unreadable_history_);
+  json_.end_object();
+}
+
 void PartDocument::begin_partitions(const PartRecords& part) {
   json_.member("next_partition_id", part.next_partition_id);
+  json_.member("non_empty_directories",
+               static_cast<std::int64_t>(part.partitions.size()) - part.empty_directories);
   json_.begin_array("partitions");
 }
 
 void PartDocument::begin_partition_row(const PartitionRow& row) {
+  row_ = &row;
   json_.begin_object();
   write_partition_members(json_, row);
 }
@@ -84,8 +117,12 @@ void PartDocument::begin_partition_row(const PartitionRow& row) {
 void PartDocument::take_om_identity(const PartitionEntry& partition, const ObjectManagerPartition& om) {
   json_.begin_object("object_manager");
   om_open_ = true;
+  write_data_place(json_, *row_, om_start_.start, om_start_.length);
   write_om_identity(json_, partition, om);
 }
+
+/// Parts of old have partitions in other formats.
+void PartDocument::take_not_om(const PartitionEntry&) { json_.member("in_om_format", false); }
 
 void PartDocument::take_om_counts(const PartitionEntry&, const ObjectManagerPartition& om) {
   write_om_counts(json_, om);
@@ -112,8 +149,12 @@ void PartDocument::take_old_entity_chains(std::span<const std::int16_t> words) {
 }
 
 void PartDocument::take_solid(const SolidSection& solid) {
-  json_.key("solid");
-  write_solid(json_, solid);
+  const bool told = solid.header_text.size() <= text_bytes_;
+  if (told) text_bytes_ -= solid.header_text.size();
+  json_.begin_object("solid");
+  write_data_place(json_, *row_, solid.partition.base, std::nullopt);
+  write_solid_members(json_, solid, told);
+  json_.end_object();
 }
 
 void PartDocument::end_partition_row() {
@@ -129,6 +170,7 @@ void PartDocument::begin_jt(const JtHead& head) {
   json_.text_member("stream", jt_->path);
   json_.member("version", head.version);
   json_.member("body_partition_objects", head.body_partition_count);
+  json_.member("body_count", head.body_count);
   json_.begin_array("bodies");
   jt_open_ = true;
 }
@@ -162,13 +204,19 @@ void PartDocument::end_jt_stream() {
   jt_open_ = false;
 }
 
-void PartDocument::take_reference_count(const ReferencedName& name, std::string_view stream) {
+void PartDocument::take_reference_count(const ReferencedName& name, std::string_view stream,
+                                        std::optional<std::uint64_t> file_offset) {
   if (!takes_row()) return;
   json_.begin_object();
   json_.text_member("name", name.text);
   json_.text_member("stream", stream);
   json_.member("times", name.times);
   json_.member("names_part", name.names_part);
+  json_.begin_object("where");
+  json_.member("file_offset", file_offset);
+  json_.member("stream_offset", name.first_offset);
+  json_.end_object();
+  json_.member("last_stream_offset", name.last_offset);
   json_.end_object();
 }
 

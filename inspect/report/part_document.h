@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "cfi/tools/byte_counts.h"
 #include "cfi/tools/feature_toggles.h"
 #include "inspect/report/json_parts.h"
 #include "inspect/report/json_writer.h"
@@ -35,7 +36,10 @@ class PartDocument final : public SectionSink, public cfi_tools::FeatureToggleSi
   /// Closes the document.
   void end() { json_.end_object(); }
 
-  void begin_container(const VRX::System::CFI::ContainerFacts& facts);
+  /// Of the whole file.
+  void take_byte_counts(const cfi_tools::ByteCounts& counts);
+
+  void begin_container(const VRX::System::CFI::ContainerFacts& facts, const FastLoadFacts& fast_load);
   void take_storage(const StorageRow& storage) { write_row(storage); }
   void end_container();
   void begin_streams();
@@ -50,10 +54,14 @@ class PartDocument final : public SectionSink, public cfi_tools::FeatureToggleSi
 
   void begin_filing_history() override { json_.begin_array("filing_history"); }
   void take_filing_history(const FilingHistory& history) override;
-  void end_filing_history() { end_list("filing_history_left_out"); }
+  void take_unreadable_history(const UnreadableHistory& history) override;
+  void end_filing_history();
 
   void begin_partitions(const PartRecords& part);
   void begin_partition_row(const PartitionRow& row);
+  void take_om_start(const ObjectManagerStart& start) override { om_start_ = start; }
+  void take_not_om(const PartitionEntry& partition) override;
+  void begin_unlisted_directory(const PartitionEntry& partition) override { take_not_om(partition); }
   void take_om_identity(const PartitionEntry& partition, const ObjectManagerPartition& om) override;
   void take_om_counts(const PartitionEntry& partition, const ObjectManagerPartition& om) override;
   void take_om_classes(const PartitionEntry& partition, const ObjectManagerPartition& om) override;
@@ -83,7 +91,8 @@ class PartDocument final : public SectionSink, public cfi_tools::FeatureToggleSi
   void end_toggles(const std::optional<cfi_tools::ToggleChecksums>& checksums);
 
   void begin_references() { json_.begin_array("references"); }
-  void take_reference_count(const ReferencedName& name, std::string_view stream);
+  void take_reference_count(const ReferencedName& name, std::string_view stream,
+                            std::optional<std::uint64_t> file_offset);
   void end_references() { end_list("references_left_out"); }
 
   JsonWriter& json() { return json_; }
@@ -97,8 +106,13 @@ class PartDocument final : public SectionSink, public cfi_tools::FeatureToggleSi
   JsonWriter& json_;
   RowBudget rows_;
   RowBudget bodies_;
-  std::uint64_t left_out_ = 0;  ///< rows of the list that is open
+  std::uint64_t text_bytes_ = UINT64_MAX;  ///< of header texts that are still told
+  std::uint64_t left_out_ = 0;             ///< rows of the list that is open
   bool om_open_ = false;
+  const PartitionRow* row_ = nullptr;
+  ObjectManagerStart om_start_ = {};
+  std::string unreadable_history_;  ///< why; empty when there is none
+  std::int32_t unreadable_partition_ = 0;
   std::optional<std::string> earliest_release_;
   const JtStreamPlace* jt_ = nullptr;
   bool jt_open_ = false;

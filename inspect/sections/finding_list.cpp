@@ -119,9 +119,7 @@ std::vector<std::int32_t> partitions_in(const ByteMap& map, std::uint64_t begin,
   return ids;
 }
 
-std::string effect_of_zeroes(const Finding& finding, const ByteMap& map) {
-  const std::uint64_t begin = finding.place.file_offset.value_or(0);
-  const auto ids = partitions_in(map, begin, begin + finding.place.length.value_or(0));
+std::string hit_partitions(const std::vector<std::int32_t>& ids) {
   if (ids.empty()) return "no partition is touched";
   if (ids.size() == 1)
     return "partition " + std::to_string(ids[0]) + " is hit; no other partition is touched";
@@ -130,13 +128,44 @@ std::string effect_of_zeroes(const Finding& finding, const ByteMap& map) {
   return text + " are hit; no other partition is touched";
 }
 
+std::string effect_of_zeroes(const Finding& finding, const ByteMap& map) {
+  const std::uint64_t begin = finding.place.file_offset.value_or(0);
+  return hit_partitions(partitions_in(map, begin, begin + finding.place.length.value_or(0)));
+}
+
+/// What follows from a cut tells which partitions are hit.
+std::string effect_of_cut(Rule cause, const std::vector<ListedFinding>& rows) {
+  std::vector<std::int32_t> ids;
+  for (const ListedFinding& row : rows) {
+    if (row.caused_by != cause) continue;
+    if (row.finding.rule == Rule::index_entry)
+      return "the partitions whose place lies behind the end are lost";
+    if (row.finding.place.partition) ids.push_back(*row.finding.place.partition);
+  }
+  std::ranges::sort(ids);
+  ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
+  const std::string what =
+      cause == Rule::file_truncated ? "what is listed behind the end of the file is lost; " : "";
+  return what + hit_partitions(ids);
+}
+
 std::string effect_of(const Finding& finding, const ByteMap& map) {
   const std::string id = std::to_string(finding.place.partition.value_or(0));
   switch (finding.rule) {
     case Rule::copy_zero_blocks:
       return effect_of_zeroes(finding, map);
-    case Rule::file_truncated:
-      return "what the container lists behind the end of the file is lost";
+    case Rule::copy_no_line_feeds:
+    case Rule::copy_all_line_feeds_with_cr:
+    case Rule::copy_no_carriage_returns:
+    case Rule::copy_all_carriage_returns_with_lf:
+    case Rule::copy_no_zeroes:
+    case Rule::copy_no_high_bits:
+    case Rule::transfer_vms:
+      return "no partition can be trusted";
+    case Rule::copy_only_zeroes:
+      return "nothing is left";
+    case Rule::record_end_of_file:
+      return finding.place.partition ? "partition " + id + " cannot be read whole" : "";
     case Rule::solid_inflate:
     case Rule::solid_truncated:
       return finding.place.partition ? "solid " + id + " cannot be extracted whole" : "";
@@ -216,6 +245,12 @@ void FindingList::explain(const ByteMap& map, std::string_view part_stream,
       row.caused_by = cause.finding.rule;
       break;
     }
+  }
+  for (ListedFinding& row : rows_) {
+    const Rule rule = row.finding.rule;
+    const bool is_cut = rule == Rule::file_truncated || rule == Rule::copy_no_terminator;
+    if (is_cut && !row.caused_by && row.finding.effect.empty())
+      row.finding.effect = effect_of_cut(rule, rows_);
   }
 }
 

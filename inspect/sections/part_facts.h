@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,6 +21,12 @@ struct FileFacts {
   std::optional<std::uint64_t> size;
   std::optional<std::int64_t> modified;
   std::string sha256;  ///< 64 hexadecimal digits; empty when it was not asked for
+};
+
+/// What the maker's format says of the part that is loaded first.
+struct FastLoadFacts {
+  std::optional<std::int32_t> version;  ///< of the partition, from the header copy; none without one
+  std::optional<std::int64_t> end;      ///< of its streams in the file; none in other containers
 };
 
 /// One storage of a container.
@@ -54,7 +61,7 @@ struct PartitionRow {
   const PartitionEntry& partition;
   bool has_marker = false;  ///< files with an index have one in front of each partition
   std::string_view stream;  ///< path of the part stream; empty in a flat file
-  std::optional<std::uint64_t> file_offset;
+  std::function<std::optional<std::uint64_t>(std::uint64_t)> file_offset;  ///< of a position in the stream
   std::uint64_t length = 0;  ///< from the partition's offset, as far as its layout is known
   const ObjectManagerChecksum* checksum = nullptr;  ///< of object-manager data that carry one
 };

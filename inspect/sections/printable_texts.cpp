@@ -21,6 +21,11 @@ bool PrintableTexts::refill() {
   return !rest_.empty();
 }
 
+void PrintableTexts::step_over(std::size_t count) {
+  rest_.remove_prefix(count);
+  looked_at_ += count;
+}
+
 void PrintableTexts::start_run() {
   text_.clear();
   characters_ = 0;
@@ -36,12 +41,12 @@ std::optional<std::string_view> PrintableTexts::next() {
       if (ends_text) return text_without_length(behind_nul);
       start_run();
       behind_nul = rest_.front() == '\0';
-      rest_.remove_prefix(1);
+      step_over(1);
       continue;
     }
     if (text_.size() + length > limits::kPrintableTextBytes) return text_without_length(behind_nul);
     text_.append(rest_.substr(0, length));
-    rest_.remove_prefix(length);
+    step_over(length);
     ++characters_;
   }
   if (characters_ >= kMinCharacters) return text_without_length(behind_nul);
@@ -50,10 +55,11 @@ std::optional<std::string_view> PrintableTexts::next() {
 
 /// The run, without a first byte that is the length of the rest: the last byte of a stored length may happen
 /// to be printable.
-std::string_view PrintableTexts::text_without_length(bool behind_nul) const {
+std::string_view PrintableTexts::text_without_length(bool behind_nul) {
   const std::string_view text = text_;
   const bool begins_with_length = behind_nul && characters_ > kMinCharacters &&
                                   static_cast<unsigned char>(text.front()) == text.size() - 1;
+  offset_ = looked_at_ - text.size() + (begins_with_length ? 1 : 0);
   return begins_with_length ? text.substr(1) : text;
 }
 

@@ -21,18 +21,24 @@ class PrintableTexts {
   /// The next text, valid until the next call; none at the end of the stream. Raises what the source raises.
   std::optional<std::string_view> next();
 
+  /// Of the first byte of the text that was given last, in bytes from the start of the stream.
+  std::uint64_t offset() const { return offset_; }
+
  private:
   static constexpr std::size_t kMinCharacters = 4;
   static constexpr std::size_t kMaxCharacterBytes = 4;
 
   bool refill();
   void start_run();
-  std::string_view text_without_length(bool behind_nul) const;
+  void step_over(std::size_t count);
+  std::string_view text_without_length(bool behind_nul);
 
   support::ByteSource& source_;
   std::array<char, std::size_t{64}* 1024> buffer_ = {};
   std::string_view rest_;  ///< bytes of buffer_ not yet looked at
   bool at_end_ = false;
+  std::uint64_t looked_at_ = 0;  ///< bytes of the stream
+  std::uint64_t offset_ = 0;
   std::string text_;
   std::size_t characters_ = 0;
 };

@@ -12,6 +12,8 @@ namespace inspect {
 struct ReferencedName {
   std::string_view text;
   std::uint64_t times = 1;
+  std::uint64_t first_offset = 0;  ///< where it stands first, in bytes from the start of the stream
+  std::uint64_t last_offset = 0;
   bool names_part = false;  ///< it names a ".prt" file
 };
 
