@@ -131,7 +131,13 @@ std::uint64_t ExpandedSource::size() const {
   inner_.set_position(inner_position);
   if (failure) throw *failure;
   size_ = decoder.position();
+  ends_at_bad_block_ = decoder.ended_at_bad_block();
   return *size_;
+}
+
+bool ExpandedSource::ends_at_bad_block() const {
+  static_cast<void>(size());
+  return ends_at_bad_block_;
 }
 
 bool is_lz4_framed(support::ByteSource& source) {

@@ -27,6 +27,9 @@ class ExpandedSource final : public support::ByteSource {
   void set_position(std::uint64_t position) override { position_ = position; }
   std::uint64_t size() const override;
 
+  /// The frame ends, without a status, at a block that cannot be decoded. Raises what size() raises.
+  bool ends_at_bad_block() const;
+
  private:
   bool reach_position();
   std::uint64_t budget() const;
@@ -37,6 +40,7 @@ class ExpandedSource final : public support::ByteSource {
   std::optional<LZ4DecompressStream> decoder_;
   std::uint64_t position_ = 0;
   mutable std::optional<std::uint64_t> size_;
+  mutable bool ends_at_bad_block_ = false;
 };
 
 /// True when the first four bytes are the frame's signature. Leaves the source at its start.

@@ -130,6 +130,7 @@ std::int32_t LZ4DecompressStream::expand_block(std::byte* target) {
   const int expanded =
       LZ4_decompress_safe_continue(&decoder_->state, reinterpret_cast<const char*>(block),
                                    reinterpret_cast<char*>(target), length, static_cast<int>(kBlockSize));
+  bad_block_ = expanded < 0;
   if (expanded < 1) return finish(0);  // a block that expands to nothing ends the stream quietly
   return expanded;
 }

@@ -53,6 +53,9 @@ class LZ4DecompressStream {
   /// Bytes delivered so far.
   std::uint64_t position() const { return position_; }
 
+  /// The frame has ended, with status 0, at a block that cannot be decoded.
+  bool ended_at_bad_block() const { return bad_block_; }
+
  private:
   struct Decoder;
 
@@ -91,6 +94,7 @@ class LZ4DecompressStream {
   int signature_status_ = 0;
   bool finished_ = false;
   int status_ = 0;  ///< of the end, once finished
+  bool bad_block_ = false;
 };
 
 }  // namespace VRX::System::CFI

@@ -44,12 +44,14 @@ class ScanCounts final : public cfi_tools::CorruptionScanSink {
 
   bool is_telling(Rule rule, std::uint64_t file_size) const {
     constexpr std::uint64_t kBytesWithEveryValue = 4096;  // without one of 256 values: once in ten million
+    const std::uint64_t data = file_size - std::min(file_size, counts_.zeroes);  // zeroes are mostly padding
     constexpr std::uint64_t kBytesBesideTheOther = 4;
     switch (rule) {
       case Rule::copy_no_line_feeds:
       case Rule::copy_no_carriage_returns:
-      case Rule::copy_no_zeroes:
       case Rule::copy_no_high_bits:
+        return data >= kBytesWithEveryValue;
+      case Rule::copy_no_zeroes:
         return file_size >= kBytesWithEveryValue;
       case Rule::copy_all_line_feeds_with_cr:
         return counts_.line_feeds >= kBytesBesideTheOther;
@@ -114,7 +116,7 @@ void PartExamination::examine(PartDocument& document) {
   if (has_part_) {
     check_header_copy();
     check_terminator();
-    report_header_oddities(file_);
+    if (file_.records.version != PartRecords::kVersionNotRead) report_header_oddities(file_);
     places_.set_object_data(find_object_data(file_));
     keep_release();
   }
@@ -219,8 +221,9 @@ bool PartExamination::open_part_stream() {
     part_is_framed_ =
         failure || (stream->size() != 0 && file_.container != nullptr && !stream->file_offset(0));
     file_.attach(std::move(stream), part_stream_);
+    part_frame_failed_ = failure.has_value();
     if (failure) report_escape(file_, *failure);
-    if (file_.records.length == 0) report_empty_part();
+    if (!failure && file_.records.length == 0) report_empty_part();
     return file_.records.length != 0;
   } catch (const ErrorEscape& escape) {
     check_truncation();

@@ -99,6 +99,7 @@ class PartExamination {
   FastLoadFacts fast_load_facts() const;
   void write_streams(PartDocument& document);
   StreamRow stream_row(VRX::System::CFI::ElementId element, const std::string& path);
+  void report_bad_block(const StreamRow& row);
   void expand_framed(StreamRow& row, VRX::System::CFI::ElementId element);
   std::unique_ptr<support::ByteSource> open_named(std::string_view name);
   void note_child_stream(std::string_view storage, std::string_view name, Protection protection);
@@ -126,6 +127,7 @@ class PartExamination {
   std::optional<VRX::System::CFI::ElementId> part_element_;
   std::string part_stream_;
   bool part_is_framed_ = false;
+  bool part_frame_failed_ = false;  ///< and that has been reported
   PartPlaces places_;
   std::vector<ReadStream> read_streams_;
   std::uint64_t framed_bytes_ = 0;  ///< stored bytes of framed streams that were expanded

@@ -21,6 +21,7 @@
 #include "inspect/solid/plain_data.h"
 #include "inspect/solid/transmit_names.h"
 #include "support/limits.h"
+#include "support/printable.h"
 
 // What is known of a part, section by section.
 
@@ -104,13 +105,25 @@ StreamRow PartExamination::stream_row(CFI::ElementId element, const std::string&
 /// Looks whether a framed stream expands whole; of streams that share their bytes only as many as the file
 /// can hold.
 void PartExamination::expand_framed(StreamRow& row, CFI::ElementId element) {
+  if (part_frame_failed_ && element == part_element_) return;
   framed_bytes_ += row.length;
   if (framed_bytes_ > limits::kReadsOfAllBytes * *facts_.size) return;
   attempt(file_, [&] {
     CFI::ExpandedSource expanded(file_.container->open_stream(element), std::string(row.path));
     row.expanded_length = expanded.size();
+    if (expanded.ends_at_bad_block()) report_bad_block(row);
     read_streams_.push_back({element, Protection::decoded});
   });
+}
+
+/// Readers take it for the end of the stream.
+void PartExamination::report_bad_block(const StreamRow& row) {
+  support::Place place;
+  place.stream = row.path;
+  place.file_offset = row.file_offset;
+  place.length = row.length;
+  report(Rule::container_framing, std::move(place),
+         "compressed stream " + support::printable(row.path) + " ends at a block that does not expand");
 }
 
 void PartExamination::write_header(PartDocument& document) {

@@ -1,6 +1,7 @@
 #include "inspect/reading_pass.h"
 
 #include <algorithm>
+#include <optional>
 #include <vector>
 
 #include "inspect/records/inspect_errors.h"
@@ -37,6 +38,7 @@ class ReadingPass {
     for (PartitionEntry* partition : waiting_) {
       step([&] { finish_borrower(*partition); });
     }
+    file_.reader.set_partition(std::nullopt);
   }
 
  private:
@@ -58,6 +60,7 @@ class ReadingPass {
   }
 
   void visit(PartitionEntry& partition) {
+    file_.reader.set_partition(partition.id);
     if (check_partition_start(file_, partition)) return;
     if (holds_modeller_data(partition)) {
       visit_modeller_partition(partition);
@@ -78,6 +81,7 @@ class ReadingPass {
   }
 
   void finish_borrower(PartitionEntry& partition) {
+    file_.reader.set_partition(partition.id);
     borrow_brepsolid_header(file_, partition, sink_);
     check(partition);
   }

@@ -135,7 +135,14 @@ void mark_truncation(InspectFile& file, PartitionEntry& entry, const BrepsolidHe
   const std::uint64_t left = file.records.length > entry.base ? file.records.length - entry.base : 0;
   if (entry.truncated || bits.rest_size <= left) return;
   entry.truncated = true;
-  report_problem(file, Rule::solid_truncated, "**** Brepsolid partition id %d is truncated - size %llu\n",
+  support::Finding finding;
+  finding.rule = Rule::solid_truncated;
+  finding.place = file.reader.place(entry.base, left);
+  finding.place.partition = entry.id;
+  finding.place.field = "data";
+  finding.found.push_back({"length", left});
+  finding.expected.push_back({"length", bits.rest_size});
+  report_finding(file, std::move(finding), "**** Brepsolid partition id %d is truncated - size %llu\n",
                  entry.id, static_cast<ull>(bits.rest_size));
 }
 
