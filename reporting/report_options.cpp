@@ -1,14 +1,12 @@
 #include "reporting/report_options.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <string_view>
 #include <vector>
 
+#include "support/command_line.h"
 #include "support/error_escape.h"
-#include "support/printable.h"
 #include "support/system_failure.h"
 
 namespace reporting {
@@ -24,21 +22,6 @@ struct OptionRule {
   bool repeats = false;  ///< every value counts; else the last one
 };
 
-[[noreturn]] void reject(const char* option, const std::string& value, const char* wanted) {
-  throw CLI::ValidationError(option, "\"" + value + "\" is not " + wanted);
-}
-
-std::uint64_t parse_number(const char* option, std::string_view text, std::uint64_t most,
-                           const char* wanted) {
-  std::uint64_t number = 0;
-  const char* const end = text.data() + text.size();
-  const auto [next, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || next != end || number == 0 || number > most) {
-    reject(option, std::string(text), wanted);
-  }
-  return number;
-}
-
 template <ReportOptions::Job kJob>
 void set_job(ReportOptions& options, const std::string&) {
   options.job = kJob;
@@ -47,18 +30,18 @@ void set_job(ReportOptions& options, const std::string&) {
 void set_format(ReportOptions& options, const std::string& value) {
   constexpr std::array<std::string_view, 3> kNames = {"json", "jsonl", "html"};
   const auto* const name = std::ranges::find(kNames, value);
-  if (name == kNames.end()) reject("--format", value, "json, jsonl or html");
+  if (name == kNames.end()) support::reject_option("format", value, "json, jsonl or html");
   options.format = static_cast<Format>(name - kNames.begin());
 }
 
 void set_shard(ReportOptions& options, const std::string& value) {
   const auto shard = sweep::parse_shard(value);
-  if (!shard) reject("--shard", value, "I/N with I from 0 to N - 1");
+  if (!shard) support::reject_option("shard", value, "I/N with I from 0 to N - 1");
   options.files.shard = *shard;
 }
 
 void set_jobs(ReportOptions& options, const std::string& value) {
-  options.sweep.jobs = parse_number("--jobs", value, 1024, "a number from 1 to 1024");
+  options.sweep.jobs = support::option_number("jobs", value, 1024, "a number from 1 to 1024");
 }
 
 void set_memory_limit(ReportOptions& options, const std::string& value) {
@@ -68,13 +51,14 @@ void set_memory_limit(ReportOptions& options, const std::string& value) {
   const std::size_t unit = digits.empty() ? std::string_view::npos : kUnits.find(digits.back());
   const std::size_t shift = unit == std::string_view::npos ? 0 : 10 * (unit + 1);
   if (shift > 0) digits.remove_suffix(1);
-  options.sweep.memory_bytes = parse_number("--limit-memory", digits, UINT64_MAX >> shift, kWanted) << shift;
+  options.sweep.memory_bytes = support::option_number("limit-memory", digits, UINT64_MAX >> shift, kWanted)
+                               << shift;
 }
 
 void set_time_limit(ReportOptions& options, const std::string& value) {
   constexpr std::uint64_t kMost = 1'000'000'000;
   options.sweep.time =
-      std::chrono::seconds(parse_number("--limit-time", value, kMost, "a whole number of seconds"));
+      std::chrono::seconds(support::option_number("limit-time", value, kMost, "a whole number of seconds"));
 }
 
 void explain(ReportOptions& options, const std::string& value) {
@@ -136,43 +120,6 @@ constexpr auto kOptions = [] {
   return options;
 }();
 
-/// Takes names as they stand: as values of an option the parser would split those in brackets.
-class CommandLine final : public CLI::App {
- public:
-  CommandLine() {
-    set_help_flag();
-    allow_extras();
-  }
-
-  /// Raises when there are options among them.
-  std::vector<std::string> names() const {
-    std::vector<std::string> names;
-    for (const auto& [kind, word] : missing_) {
-      if (kind == CLI::detail::Classifier::NONE) {
-        names.push_back(word);
-      } else if (kind != CLI::detail::Classifier::POSITIONAL_MARK) {
-        throw CLI::ParseError("unknown option " + word, CLI::ExitCodes::ExtrasError);
-      }
-    }
-    return names;
-  }
-};
-
-void add_rule(CommandLine& line, const OptionRule& rule, ReportOptions& options) {
-  std::string names = "--" + std::string(rule.option.long_name);
-  if (rule.option.short_name != 0) names += std::string(",-") + rule.option.short_name;
-  if (rule.option.value == Value::none) {
-    line.add_flag_callback(names, [&rule, &options] { rule.apply(options, ""); });
-    return;
-  }
-  using Values = std::vector<std::string>;
-  CLI::Option* option = line.add_option_function<Values>(names, [&rule, &options](const Values& values) {
-    for (const std::string& value : values) rule.apply(options, value);
-  });
-  option->allow_extra_args(false);
-  if (!rule.repeats) option->take_last();
-}
-
 [[noreturn]] void fail(const std::string& message) {
   throw support::ErrorEscape("reporting", support::kSystemFailure, message);
 }
@@ -192,14 +139,13 @@ std::span<const ProgramOption> report_options() { return kOptions; }
 
 ReportOptions parse_report_options(int argument_count, const char* const* arguments) {
   ReportOptions options;
-  try {
-    CommandLine line;
-    for (const OptionRule& rule : kRules) add_rule(line, rule, options);
-    line.parse(argument_count, arguments);
-    options.files.names = line.names();
-  } catch (const CLI::ParseError& error) {
-    fail(support::printable(error.what()));
+  std::vector<support::OptionAction> actions;
+  for (const OptionRule& rule : kRules) {
+    const auto apply = [&rule, &options](const std::string& value) { rule.apply(options, value); };
+    actions.push_back({rule.option, apply, rule.repeats});
   }
+  const std::span<const char* const> words(arguments, static_cast<std::size_t>(argument_count));
+  options.files.names = support::parse_command_line(actions, words.subspan(words.empty() ? 0 : 1));
   complete(options);
   return options;
 }

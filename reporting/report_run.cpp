@@ -11,6 +11,7 @@
 #include "support/error_escape.h"
 #include "support/printable.h"
 #include "support/system_failure.h"
+#include "sweep/file_finder.h"
 #include "sweep/sweep_progress.h"
 
 namespace reporting {

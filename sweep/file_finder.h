@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "sweep/file_source.h"
 #include "sweep/folder_walk.h"
 #include "sweep/found_file.h"
 #include "sweep/name_list.h"
@@ -22,16 +23,15 @@ struct FileQuery {
 
 /// Finds the files of a query one after the other: the names in their order, then those of the list; a folder
 /// stands for all files below it. What is named is a file unless it is a folder, whether it exists or not.
-class FileFinder {
+class FileFinder final : public FileSource {
  public:
   /// The query outlives the finder. Raises 641002 when the list of names cannot be opened.
   explicit FileFinder(const FileQuery& query);
 
   /// The next file of the shard; nothing at the end. Raises 641002 when the list of names cannot be read.
-  std::optional<FoundFile> next();
+  std::optional<FoundFile> next() override;
 
-  /// The descriptor that next() would wait for; -1 when it would not wait. Raises what next() raises.
-  int awaited();
+  int awaited() override;
 
  private:
   int find(bool may_wait);

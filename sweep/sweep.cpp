@@ -55,12 +55,12 @@ class SweepHere {
 
 }  // namespace
 
-void sweep_files(FileFinder& finder, Examiner& examiner, const SweepOptions& options, Receiver& receiver) {
+void sweep_files(FileSource& source, Examiner& examiner, const SweepOptions& options, Receiver& receiver) {
   if (options.jobs > 0) {
-    WorkerPool(finder, examiner, options, receiver).run();
+    WorkerPool(source, examiner, options, receiver).run();
   } else {
     SweepHere here(examiner, options.passage);
-    while (const auto file = finder.next()) here.examine(*file, receiver);
+    while (const auto file = source.next()) here.examine(*file, receiver);
   }
 }
 

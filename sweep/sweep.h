@@ -8,7 +8,7 @@
 
 #include "support/byte_sink.h"
 #include "support/spool.h"
-#include "sweep/file_finder.h"
+#include "sweep/file_source.h"
 
 namespace sweep {
 
@@ -44,8 +44,8 @@ struct SweepOptions {
 };
 
 /// Has each file examined, and its document taken. A worker that dies, or exceeds what it may take, costs the
-/// one file that it held; then the next one is started. Raises what the finder and the receiver raise, and
+/// one file that it held; then the next one is started. Raises what the source and the receiver raise, and
 /// 641002 when no worker can be started or a document that began to pass could not be finished.
-void sweep_files(FileFinder& finder, Examiner& examiner, const SweepOptions& options, Receiver& receiver);
+void sweep_files(FileSource& source, Examiner& examiner, const SweepOptions& options, Receiver& receiver);
 
 }  // namespace sweep

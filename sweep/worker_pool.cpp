@@ -25,9 +25,9 @@ constexpr std::chrono::milliseconds kTick{200};
 
 }  // namespace
 
-WorkerPool::WorkerPool(FileFinder& finder, Examiner& examiner, const SweepOptions& options,
+WorkerPool::WorkerPool(FileSource& source, Examiner& examiner, const SweepOptions& options,
                        Receiver& receiver)
-    : finder_(finder), examiner_(examiner), options_(options), receiver_(receiver) {
+    : source_(source), examiner_(examiner), options_(options), receiver_(receiver) {
   for (std::size_t i = 0; i < options.jobs; ++i) posts_.emplace_back(*this, examiner, options);
 }
 
@@ -83,9 +83,9 @@ Task* WorkerPool::next_task() {
     return task;
   }
   while (!at_end_ && tasks_.size() < kMostTasks) {
-    awaited_ = finder_.awaited();
+    awaited_ = source_.awaited();
     if (awaited_ >= 0) return nullptr;
-    auto file = finder_.next();
+    auto file = source_.next();
     if (!file) {
       at_end_ = true;
       return nullptr;

@@ -15,7 +15,7 @@ namespace sweep {
 class WorkerPool final : public TaskKeeper {
  public:
   /// Of the options at least one job.
-  WorkerPool(FileFinder& finder, Examiner& examiner, const SweepOptions& options, Receiver& receiver);
+  WorkerPool(FileSource& source, Examiner& examiner, const SweepOptions& options, Receiver& receiver);
 
   /// To the end of the files; once only. Raises what sweep_files() raises.
   void run();
@@ -31,7 +31,7 @@ class WorkerPool final : public TaskKeeper {
   void lose(Task& task, const std::string& reason) override;
   void give_back(Task& task) override { returned_.push_front(&task); }
 
-  FileFinder& finder_;
+  FileSource& source_;
   Examiner& examiner_;
   const SweepOptions& options_;
   Receiver& receiver_;
