@@ -30,6 +30,12 @@ if(VRII_ISAL)
   endif()
 endif()
 
+# SQLite and its C++ wrapper, static like the others: a catalogue is written by the release of SQLite it was tried with.
+vrii_import(vrii_sqlite3 sqlite3 sqlite3.h)
+target_link_libraries(vrii_sqlite3 INTERFACE m ${CMAKE_DL_LIBS})
+vrii_import(vrii_sqlitecpp SQLiteCpp SQLiteCpp/SQLiteCpp.h)
+target_link_libraries(vrii_sqlitecpp INTERFACE vrii_sqlite3)
+
 # CLI11 is headers alone, and not held against the warnings of this house.
 find_path(vrii_cli11_INCLUDE CLI/CLI.hpp REQUIRED)
 add_library(vrii_cli11 INTERFACE)

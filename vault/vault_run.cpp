@@ -1,0 +1,57 @@
+#include "vault/vault_run.h"
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include "support/console.h"
+#include "support/error_escape.h"
+#include "support/program.h"
+#include "support/system_failure.h"
+#include "vault/catalogue.h"
+#include "vault/catalogue_check.h"
+#include "vault/file_sheet.h"
+#include "vault/import.h"
+#include "vault/listing.h"
+#include "vault/part_verdict.h"
+#include "vault/run_difference.h"
+#include "vault/update.h"
+
+namespace vault {
+
+namespace {
+
+int run_command(const VaultOptions& options) {
+  switch (options.command) {
+    case Command::help:
+      support::print_text(help_text());
+      break;
+    case Command::version:
+      support::print("vr_vault %s\n", support::kVersionText);
+      break;
+    case Command::update:
+      return update_catalogue(options);
+    case Command::import:
+      return import_documents(options);
+    case Command::list:
+      return list_files(options);
+    case Command::show:
+      return show_file(options);
+    case Command::diff:
+      return print_difference(options);
+    case Command::check:
+      return check_catalogue(options);
+  }
+  return kAllSound;
+}
+
+}  // namespace
+
+int run_vault(const VaultOptions& options) {
+  try {
+    return run_command(options);
+  } catch (const SQLite::Exception& failure) {
+    throw support::ErrorEscape("vault", support::kSystemFailure,
+                               Catalogue::explain(options.catalogue, failure));
+  }
+}
+
+}  // namespace vault
