@@ -9,6 +9,7 @@
 #include "packaging/program_documents.h"
 #include "packaging/templates.h"
 #include "reporting/report_options.h"
+#include "vault/vault_options.h"
 
 int main(int argument_count, char** arguments) {
   if (argument_count != 4) {
@@ -18,6 +19,8 @@ int main(int argument_count, char** arguments) {
   const packaging::Templates templates = {arguments[1], arguments[2], arguments[3]};
   const bool written =
       packaging::generate_findings_document(templates) && packaging::generate_inspect_documents(templates) &&
-      packaging::generate_program_documents(templates, "vr_report", reporting::report_options());
+      packaging::generate_program_documents(templates, "vr_report", reporting::report_options()) &&
+      packaging::generate_program_documents(templates, "vr_vault", vault::vault_options(),
+                                            vault::command_names());
   return written ? 0 : 1;
 }

@@ -81,14 +81,18 @@ std::string zsh_rule(const ProgramOption& option) {
   return "  " + rule + "'" + explanation + "' \\\n";
 }
 
-void fill_zsh(std::string& text, Options options) {
+void fill_zsh(std::string& text, Options options, const std::string& commands) {
   std::string rules;
+  if (!commands.empty()) rules = "  '1:command:(" + commands + ")' \\\n";
   for (const ProgramOption& option : options) rules += zsh_rule(option);
   replace_all(text, "@OPTIONS@\n", rules);
 }
 
-void fill_fish(std::string& text, Options options, const std::string& program) {
+void fill_fish(std::string& text, Options options, const std::string& program, const std::string& commands) {
   std::string rules;
+  if (!commands.empty()) {
+    rules = "complete -c " + program + " -n __fish_use_subcommand -x -a '" + commands + "'\n";
+  }
   for (const ProgramOption& option : options) {
     rules += "complete -c " + program + " -l " + std::string(option.long_name);
     if (option.short_name != 0) rules += std::string(" -s ") + option.short_name;
@@ -103,11 +107,13 @@ void fill_fish(std::string& text, Options options, const std::string& program) {
 
 }  // namespace
 
-bool generate_program_documents(const Templates& templates, const std::string& program, Options options) {
+bool generate_program_documents(const Templates& templates, const std::string& program, Options options,
+                                const std::string& commands) {
   const auto completion = [&](const char* source, const std::string& target, const auto& fill) {
     return generate(templates, source, target, [&](std::string& text) {
       fill(text);
       replace_all(text, "@PROGRAM@", program);
+      replace_all(text, "@COMMANDS@", commands);
     });
   };
   const auto fill_manual = [&](std::string& text) {
@@ -117,9 +123,10 @@ bool generate_program_documents(const Templates& templates, const std::string& p
   };
   return generate(templates, program + ".1.in", program + ".1", fill_manual) &&
          completion("program.bash.in", program, [&](std::string& text) { fill_bash(text, options); }) &&
-         completion("program.zsh.in", "_" + program, [&](std::string& text) { fill_zsh(text, options); }) &&
+         completion("program.zsh.in", "_" + program,
+                    [&](std::string& text) { fill_zsh(text, options, commands); }) &&
          completion("program.fish.in", program + ".fish",
-                    [&](std::string& text) { fill_fish(text, options, program); });
+                    [&](std::string& text) { fill_fish(text, options, program, commands); });
 }
 
 }  // namespace packaging

@@ -38,7 +38,7 @@ int check_catalogue(const VaultOptions& options) {
     SQLite::Statement row(database, check.select);
     while (row.executeStep()) {
       is_sound = false;
-      support::print("%s\n", support::printable(row.getColumn(0).getString()).c_str());
+      support::print_text(support::printable(row.getColumn(0).getString(), support::KeepLayout::yes) + "\n");
     }
   }
   if (is_sound) {

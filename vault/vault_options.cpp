@@ -172,6 +172,12 @@ void take_words(VaultOptions& options, std::vector<std::string> words) {
 
 std::span<const ProgramOption> vault_options() { return kOptions; }
 
+std::string command_names() {
+  std::string names;
+  for (const CommandRow& row : kCommands) names.append(names.empty() ? "" : " ").append(row.name);
+  return names;
+}
+
 std::string help_text() {
   std::string text =
       "Usage: vr_vault COMMAND CATALOGUE [OPTION]... [FOLDER|FILE|PART|RUN]...\n"

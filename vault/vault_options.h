@@ -42,6 +42,9 @@ struct VaultOptions {
 /// Of all commands.
 std::span<const support::ProgramOption> vault_options();
 
+/// Of all commands, blanks between them.
+std::string command_names();
+
 /// Usage, commands and options, as --help shows them.
 std::string help_text();
 
