@@ -35,13 +35,13 @@ std::vector<std::string> environment_with(const std::vector<std::string>& additi
 }
 
 /// In the child: everything from here on may only be what is safe after fork.
-[[noreturn]] void become_program(const char* folder, const char* out, const char* err, char** arguments,
-                                 char** environment) {
+[[noreturn]] void become_program(const char* program, const char* folder, const char* out, const char* err,
+                                 char** arguments, char** environment) {
   ::alarm(kLongestRun);
   if (::chdir(folder) != 0) ::_exit(126);
   ::dup2(::open(out, O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
   ::dup2(::open(err, O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
-  ::execve(VRII_PROGRAM, arguments, environment);
+  ::execve(program, arguments, environment);
   ::_exit(127);
 }
 
@@ -70,18 +70,23 @@ std::string TemporaryFolder::read(const std::string& name) const {
 
 ProgramResult run_program(const std::vector<std::string>& arguments, const fs::path& folder,
                           const std::vector<std::string>& environment) {
+  return run_other_program(VRII_PROGRAM, arguments, folder, environment);
+}
+
+ProgramResult run_other_program(const char* program, const std::vector<std::string>& arguments,
+                                const fs::path& folder, const std::vector<std::string>& environment) {
   const TemporaryFolder streams;
   const std::string out = (streams.path() / "out").string();
   const std::string err = (streams.path() / "err").string();
-  std::vector<std::string> all = {"vr_inspect"};
+  std::vector<std::string> all = {fs::path(program).filename().string()};
   all.insert(all.end(), arguments.begin(), arguments.end());
   std::vector<std::string> variables = environment_with(environment);
   const std::vector<char*> argument_list = pointers(all);
   const std::vector<char*> variable_list = pointers(variables);
   const pid_t child = ::fork();
   if (child == 0) {
-    become_program(folder.c_str(), out.c_str(), err.c_str(), const_cast<char**>(argument_list.data()),
-                   const_cast<char**>(variable_list.data()));
+    become_program(program, folder.c_str(), out.c_str(), err.c_str(),
+                   const_cast<char**>(argument_list.data()), const_cast<char**>(variable_list.data()));
   }
   int status = 0;
   ::waitpid(child, &status, 0);

@@ -40,4 +40,9 @@ ProgramResult run_program(const std::vector<std::string>& arguments,
                           const std::filesystem::path& folder = ".",
                           const std::vector<std::string>& environment = {});
 
+/// The same for another of the programs, by its path.
+ProgramResult run_other_program(const char* program, const std::vector<std::string>& arguments,
+                                const std::filesystem::path& folder = ".",
+                                const std::vector<std::string>& environment = {});
+
 }  // namespace test_support

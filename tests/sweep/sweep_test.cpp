@@ -1,3 +1,4 @@
+#include "sweep/file_finder.h"
 #include "sweep/sweep.h"
 
 #include <gtest/gtest.h>
