@@ -71,7 +71,8 @@ void Catalogue::open_for_writing() {
   if (is_empty()) create();
   check_kind();
   database_->exec(
-      "PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL; PRAGMA foreign_keys = ON;"
+      "PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL; PRAGMA wal_autocheckpoint = 8192; PRAGMA "
+      "foreign_keys = ON;"
       "PRAGMA cache_size = -16384; PRAGMA cell_size_check = 1; PRAGMA trusted_schema = 0");
 }
 

@@ -154,7 +154,7 @@ FileTable::Recorded FileTable::record(const std::string& name, const Json& docum
   write_file(known, name, document);
   const std::int64_t id = known.value_or(database_.getLastInsertRowid());
   parts_.write(id, base_name_of(name), document);
-  write_identity(id, identity);
+  if (known || identity) write_identity(id, identity);
   observe(id);
   return {id, !known};
 }

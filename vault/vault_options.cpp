@@ -40,6 +40,7 @@ constexpr std::array kCommands = {
     CommandRow{Command::diff, "diff", 2, 2, "CATALOGUE RUN RUN",
                "Show what changed from one run to another."},
     CommandRow{Command::check, "check", 0, 0, "CATALOGUE", "Judge the catalogue itself."},
+    CommandRow{Command::page, "page", 0, 0, "CATALOGUE", "Show the catalogue as one HTML page."},
 };
 
 const CommandRow& row_of(Command command) {
@@ -140,6 +141,10 @@ constexpr std::array kRules = {
     OptionRule{{"json", 0, Value::none, "", "With list: an array of JSON objects."},
                bit(Command::list),
                [](VaultOptions& o, const std::string&) { o.form = ListForm::json; }},
+    OptionRule{{"output", 'o', Value::output, "FILE",
+                "With page: write to FILE, which is whole or absent, instead of standard output."},
+               bit(Command::page),
+               [](VaultOptions& o, const std::string& value) { o.output = value; }},
     OptionRule{{"help", 0, Value::none, "", "Show this help and exit."},
                ~0U,
                [](VaultOptions& o, const std::string&) { o.command = Command::help; }},

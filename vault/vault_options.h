@@ -11,7 +11,7 @@
 
 namespace vault {
 
-enum class Command : std::uint8_t { help, version, update, import, list, show, diff, check };
+enum class Command : std::uint8_t { help, version, update, import, list, show, diff, check, page };
 
 /// Which files list shows: those that fit all that is set.
 struct FileFilter {
@@ -37,6 +37,7 @@ struct VaultOptions {
   std::vector<std::string> patterns;
   FileFilter filter;
   ListForm form = ListForm::lines;
+  std::optional<std::string> output;  ///< a file; none: standard output
 };
 
 /// Of all commands.

@@ -11,6 +11,7 @@
 #include "vault/file_sheet.h"
 #include "vault/import.h"
 #include "vault/listing.h"
+#include "vault/page.h"
 #include "vault/part_verdict.h"
 #include "vault/run_difference.h"
 #include "vault/update.h"
@@ -39,6 +40,8 @@ int run_command(const VaultOptions& options) {
       return print_difference(options);
     case Command::check:
       return check_catalogue(options);
+    case Command::page:
+      return write_page(options);
   }
   return kAllSound;
 }

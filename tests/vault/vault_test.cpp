@@ -236,6 +236,7 @@ TEST_F(Vault, RefusesWhatIsNoCatalogue) {
       {{"check", "cut.db"}, "damaged"},
       {{"update", "damaged.db", "parts"}, "damaged"},
       {{"update", "none/v.db", "parts"}, "No such file"},
+      {{"page", "v.db", "--output", "v.db"}, "is the catalogue"},
   };
   for (const auto& row : cases) {
     const ProgramResult result = vault(row.arguments);
