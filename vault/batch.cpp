@@ -4,7 +4,6 @@ namespace vault {
 
 namespace {
 
-constexpr std::size_t kMostFiles = 512;
 constexpr std::chrono::seconds kMostTime{1};
 
 }  // namespace
@@ -17,7 +16,7 @@ void Batch::begin() {
 }
 
 void Batch::end_file() {
-  if (++files_ >= kMostFiles) commit();
+  if (++files_ >= most_files_) commit();
   tick();
 }
 

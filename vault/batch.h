@@ -10,12 +10,12 @@
 
 namespace vault {
 
-/// Gathers changes into transactions of some hundred files or one second each. What is not committed when the
+/// Gathers changes into transactions of so many files or one second each. What is not committed when the
 /// object ends is undone.
 class Batch {
  public:
   /// The catalogue outlives the object.
-  explicit Batch(Catalogue& catalogue) : catalogue_(catalogue) {}
+  Batch(Catalogue& catalogue, std::size_t most_files) : catalogue_(catalogue), most_files_(most_files) {}
 
   /// Before each change: begins a transaction when there is none.
   void begin();
@@ -32,6 +32,7 @@ class Batch {
   using Clock = std::chrono::steady_clock;
 
   Catalogue& catalogue_;
+  std::size_t most_files_;
   std::optional<SQLite::Transaction> transaction_;
   std::size_t files_ = 0;
   Clock::time_point began_;

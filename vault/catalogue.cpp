@@ -51,7 +51,7 @@ void Catalogue::open_for_reading() {
   if (::stat(file_name_.c_str(), &found) != 0) {
     throw support::system_failure("open the catalogue " + support::printable(file_name_), errno);
   }
-  const int flags = SQLite::OPEN_READONLY | SQLite::OPEN_URI;
+  const int flags = SQLite::OPEN_READONLY | SQLite::OPEN_URI | SQLite::OPEN_NOMUTEX;
   try {
     database_.emplace(uri_of(file_name_), flags, kPatienceMilliseconds);
     check_kind();
@@ -67,7 +67,8 @@ void Catalogue::open_for_reading() {
 }
 
 void Catalogue::open_for_writing() {
-  database_.emplace(uri_of(file_name_), SQLite::OPEN_READWRITE | SQLite::OPEN_URI, kPatienceMilliseconds);
+  database_.emplace(uri_of(file_name_), SQLite::OPEN_READWRITE | SQLite::OPEN_URI | SQLite::OPEN_NOMUTEX,
+                    kPatienceMilliseconds);
   if (is_empty()) create();
   check_kind();
   database_->exec(

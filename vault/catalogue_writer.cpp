@@ -7,8 +7,9 @@
 namespace vault {
 
 CatalogueWriter::CatalogueWriter(const std::string& file_name, const std::string& kind,
-                                 const std::vector<std::string>& sources, FileTable::Files files)
-    : catalogue_(file_name, Catalogue::Access::write), batch_(catalogue_) {
+                                 const std::vector<std::string>& sources, FileTable::Files files,
+                                 std::size_t batch_files)
+    : catalogue_(file_name, Catalogue::Access::write), batch_(catalogue_, batch_files) {
   batch_.begin();
   run_ = begin_run(catalogue_.database(), kind, sources);
   table_.emplace(catalogue_.database(), run_, files);

@@ -26,9 +26,10 @@ struct RunCounts {
 /// SQLite::Exception.
 class CatalogueWriter {
  public:
-  /// Opens the catalogue and begins the run, or goes on with it. For `kind` and `sources` see begin_run().
+  /// Opens the catalogue and begins the run, or goes on with it. For `kind` and `sources` see begin_run(); at
+  /// most `batch_files` files make one transaction.
   CatalogueWriter(const std::string& file_name, const std::string& kind,
-                  const std::vector<std::string>& sources, FileTable::Files files);
+                  const std::vector<std::string>& sources, FileTable::Files files, std::size_t batch_files);
 
   std::optional<KnownFile> find(const std::string& name) { return table_->find(name); }
   std::optional<KnownFile> find_moved(const FileIdentity& identity) { return table_->find_moved(identity); }

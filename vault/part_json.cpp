@@ -37,17 +37,19 @@ bool is_too_deep(std::string_view json) {
 
 bool PartJson::parse(std::string text_of_document) {
   text_ = std::move(text_of_document);
-  document_ = rapidjson::Document();
+  document_.reset();
+  allocator_.emplace(pool_.data(), pool_.size());
+  document_.emplace(&*allocator_);
   if (text_.find('\0') != std::string::npos || is_too_deep(text_)) {
     why_ = "it is no JSON of a part";
     return false;
   }
-  document_.ParseInsitu<rapidjson::kParseValidateEncodingFlag>(text_.data());
-  if (document_.HasParseError()) {
-    why_ = std::string("it is no JSON: ") + rapidjson::GetParseError_En(document_.GetParseError());
-  } else if (text(&document_, "schema") != "vr-part-report/1") {
+  document_->ParseInsitu<rapidjson::kParseValidateEncodingFlag>(text_.data());
+  if (document_->HasParseError()) {
+    why_ = std::string("it is no JSON: ") + rapidjson::GetParseError_En(document_->GetParseError());
+  } else if (text(&*document_, "schema") != "vr-part-report/1") {
     why_ = "it is no document of the schema vr-part-report/1";
-  } else if (!bytes(member(&document_, "file"), "name") ||
+  } else if (!bytes(member(&*document_, "file"), "name") ||
              std::ranges::find(kVerdicts, verdict()) == kVerdicts.end()) {
     why_ = "it names no file or no verdict";
   } else {
@@ -56,8 +58,8 @@ bool PartJson::parse(std::string text_of_document) {
   return false;
 }
 
-std::string PartJson::file_name() const { return bytes(member(&document_, "file"), "name").value_or(""); }
+std::string PartJson::file_name() const { return bytes(member(&*document_, "file"), "name").value_or(""); }
 
-std::string PartJson::verdict() const { return std::string(text(&document_, "verdict").value_or("")); }
+std::string PartJson::verdict() const { return std::string(text(&*document_, "verdict").value_or("")); }
 
 }  // namespace vault

@@ -21,6 +21,8 @@ namespace vault {
 
 namespace {
 
+constexpr std::size_t kBatchFiles = 512;
+
 /// The files that are to be examined: the known ones that have not changed are kept on the way.
 class ChangedFiles final : public sweep::FileSource {
  public:
@@ -88,14 +90,13 @@ class DocumentReceiver final : public sweep::Receiver {
     TextSink sink;
     document.copy_to(sink);
     const auto identity = PartInspector::take_identity(sink.text);
-    PartJson json;
-    if (!json.parse(std::move(sink.text))) {
+    if (!json_.parse(std::move(sink.text))) {
       throw support::ErrorEscape(
           "vault", support::kSystemFailure,
-          "the document of " + support::printable(file.name) + " is not sound: " + json.why());
+          "the document of " + support::printable(file.name) + " is not sound: " + json_.why());
     }
-    writer_.record(file.name, json, identity);
-    progress_.add(file.name, json.verdict() != "sound");
+    writer_.record(file.name, json_, identity);
+    progress_.add(file.name, json_.verdict() != "sound");
   }
 
   void tick() override {
@@ -106,6 +107,7 @@ class DocumentReceiver final : public sweep::Receiver {
  private:
   CatalogueWriter& writer_;
   sweep::SweepProgress& progress_;
+  PartJson json_;
 };
 
 /// What makes this update the same as one that was cut short.
@@ -127,7 +129,8 @@ void print_counts(std::int64_t run, const RunCounts& counts) {
 
 int update_catalogue(const VaultOptions& options) {
   const sweep::FileQuery query = {.names = options.operands, .patterns = options.patterns};
-  CatalogueWriter writer(options.catalogue, "update", sources_of(options), FileTable::Files::here);
+  CatalogueWriter writer(options.catalogue, "update", sources_of(options), FileTable::Files::here,
+                         kBatchFiles);
   sweep::SweepProgress progress(query);
   support::hide_progress_lines();
   ChangedFiles files(options, query, writer, progress);
