@@ -20,8 +20,8 @@ constexpr int kMostPauses = 100;
 
 }  // namespace
 
-WriterLock::WriterLock(const std::string& file_name) : file_name_(file_name) {
-  file_ = support::Descriptor(::open(file_name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
+WriterLock::WriterLock(const std::string& file_name)
+    : file_name_(file_name), file_(::open(file_name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666)) {
   if (!file_.is_open()) throw support::system_failure("open " + support::printable(file_name), errno);
   struct flock lock = {};
   lock.l_type = F_WRLCK;
