@@ -23,7 +23,7 @@ bool import_file(const std::string& file_name, CatalogueWriter& writer) {
   PartJson document;
   while (auto line = lines.next()) {
     if (line->empty()) continue;
-    if (document.parse(std::move(*line))) {
+    if (document.parse(std::move(*line), PartJson::Origin::foreign)) {
       writer.record(document.file_name(), document, std::nullopt);
       continue;
     }

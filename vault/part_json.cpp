@@ -35,16 +35,19 @@ bool is_too_deep(std::string_view json) {
 
 }  // namespace
 
-bool PartJson::parse(std::string text_of_document) {
+bool PartJson::parse(std::string text_of_document, Origin origin) {
   text_ = std::move(text_of_document);
   document_.reset();
   allocator_.emplace(pool_.data(), pool_.size());
   document_.emplace(&*allocator_);
-  if (text_.find('\0') != std::string::npos || is_too_deep(text_)) {
+  if (origin == Origin::own) {
+    document_->ParseInsitu(text_.data());
+  } else if (text_.find('\0') != std::string::npos || is_too_deep(text_)) {
     why_ = "it is no JSON of a part";
     return false;
+  } else {
+    document_->ParseInsitu<rapidjson::kParseValidateEncodingFlag>(text_.data());
   }
-  document_->ParseInsitu<rapidjson::kParseValidateEncodingFlag>(text_.data());
   if (document_->HasParseError()) {
     why_ = std::string("it is no JSON: ") + rapidjson::GetParseError_En(document_->GetParseError());
   } else if (text(&*document_, "schema") != "vr-part-report/1") {

@@ -16,8 +16,13 @@ class PartJson {
   PartJson(const PartJson&) = delete;
   PartJson& operator=(const PartJson&) = delete;
 
+  enum class Origin {
+    own,      ///< written by this program
+    foreign,  ///< may be anything
+  };
+
   /// Takes the text of one document; false when it is none, and then why() says so.
-  bool parse(std::string text_of_document);
+  bool parse(std::string text_of_document, Origin origin);
 
   const std::string& why() const { return why_; }
   const rapidjson::Value& root() const { return *document_; }

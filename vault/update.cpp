@@ -90,7 +90,7 @@ class DocumentReceiver final : public sweep::Receiver {
     TextSink sink;
     document.copy_to(sink);
     const auto identity = PartInspector::take_identity(sink.text);
-    if (!json_.parse(std::move(sink.text))) {
+    if (!json_.parse(std::move(sink.text), PartJson::Origin::own)) {
       throw support::ErrorEscape(
           "vault", support::kSystemFailure,
           "the document of " + support::printable(file.name) + " is not sound: " + json_.why());

@@ -1,6 +1,7 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -42,6 +43,33 @@ std::string dump(const fs::path& catalogue, bool with_runs = true) {
   }
   return text;
 }
+
+/// Sees which files of a folder are opened.
+class OpenWatch {
+ public:
+  explicit OpenWatch(const fs::path& folder) : descriptor_(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+    EXPECT_GE(::inotify_add_watch(descriptor_, folder.c_str(), IN_OPEN), 0);
+  }
+  ~OpenWatch() { ::close(descriptor_); }
+  OpenWatch(const OpenWatch&) = delete;
+  OpenWatch& operator=(const OpenWatch&) = delete;
+
+  /// Since the last call.
+  int opened() {
+    alignas(inotify_event) char events[65536];
+    const ssize_t length = ::read(descriptor_, events, sizeof events);
+    int count = 0;
+    for (ssize_t at = 0; at < length;) {
+      const auto* event = reinterpret_cast<const inotify_event*>(events + at);
+      if ((event->mask & IN_ISDIR) == 0) ++count;
+      at += static_cast<ssize_t>(sizeof *event + event->len);
+    }
+    return count;
+  }
+
+ private:
+  int descriptor_;
+};
 
 class Vault : public testing::Test {
  protected:
@@ -115,8 +143,11 @@ TEST_F(Vault, ListsWhatFits) {
 }
 
 TEST_F(Vault, FollowsChanges) {
+  OpenWatch watch(part(""));
   update();
+  EXPECT_GE(watch.opened(), 5);
   EXPECT_EQ(update().out, "run 2: 0 new, 0 examined again, 6 unchanged, 0 moved, 0 vanished\n");
+  EXPECT_EQ(watch.opened(), 0);
   EXPECT_EQ(ask("SELECT count(*) FROM newly_bad"), "0;");
   std::string bytes = test_support::read_file(part("flat_be").string());
   bytes.resize(bytes.size() / 2);
