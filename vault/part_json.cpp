@@ -35,6 +35,9 @@ bool is_too_deep(std::string_view json) {
 
 }  // namespace
 
+PartJson::PartJson() = default;
+PartJson::~PartJson() = default;
+
 bool PartJson::parse(std::string text_of_document, Origin origin) {
   text_ = std::move(text_of_document);
   document_.reset();

@@ -12,7 +12,8 @@ namespace vault {
 /// A document of a part that was parsed, and the text that its values lie in.
 class PartJson {
  public:
-  PartJson() = default;
+  PartJson();
+  ~PartJson();
   PartJson(const PartJson&) = delete;
   PartJson& operator=(const PartJson&) = delete;
 

@@ -51,8 +51,8 @@ constexpr unsigned bit(Command command) { return 1U << static_cast<unsigned>(com
 
 struct OptionRule {
   ProgramOption option;
-  unsigned commands;  ///< bits of those that take it
-  void (*apply)(VaultOptions& options, const std::string& value);
+  unsigned commands = 0;  ///< bits of those that take it
+  void (*apply)(VaultOptions& options, const std::string& value) = nullptr;
   bool repeats = false;
 };
 

@@ -1,4 +1,3 @@
-#include "sweep/file_finder.h"
 #include "sweep/sweep.h"
 
 #include <gtest/gtest.h>
@@ -11,6 +10,7 @@
 #include <thread>
 
 #include "support/error_escape.h"
+#include "sweep/file_finder.h"
 #include "sweep/sweep_progress.h"
 #include "tests/support/program_runner.h"
 
