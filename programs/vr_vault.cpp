@@ -11,17 +11,19 @@
 
 int main(int argument_count, char** arguments) {
   support::clean_up_on_signals();
-  support::open_console();
+  support::Console console;
+  support::register_console(console);
+  support::hold_standard_streams();
   if (argument_count > 0) support::set_program_name(arguments[0]);
   int exit_status = vault::kFailed;
   try {
-    exit_status = vault::run_vault(vault::parse_vault_options(argument_count, arguments));
+    exit_status = vault::run_vault(vault::parse_vault_options(argument_count, arguments), console);
   } catch (const support::ErrorEscape& escape) {
-    support::print_message("%s: %s\n", support::program_name(), escape.what());
+    console.print_message("%s: %s\n", support::program_name(), escape.what());
   } catch (const std::bad_alloc&) {
     std::fputs("out of memory\n", stderr);
   }
-  if (!support::flush_console()) {
+  if (!console.flush()) {
     std::fprintf(stderr, "%s: could not write to standard output\n", support::program_name());
     exit_status = vault::kFailed;
   }

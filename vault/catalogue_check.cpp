@@ -29,7 +29,7 @@ constexpr Check kChecks[] = {
 
 }  // namespace
 
-int check_catalogue(const VaultOptions& options) {
+int check_catalogue(const VaultOptions& options, support::Console& console) {
   Catalogue catalogue(options.catalogue, Catalogue::Access::read);
   SQLite::Database& database = catalogue.database();
   SQLite::Transaction one_view(database);
@@ -38,18 +38,18 @@ int check_catalogue(const VaultOptions& options) {
     SQLite::Statement row(database, check.select);
     while (row.executeStep()) {
       is_sound = false;
-      support::print_text(support::printable(row.getColumn(0).getString(), support::KeepLayout::yes) + "\n");
+      console.print_text(support::printable(row.getColumn(0).getString(), support::KeepLayout::yes) + "\n");
     }
   }
   if (is_sound) {
-    support::print(
+    console.print(
         "sound: %lld files, %lld runs\n",
         static_cast<long long>(database.execAndGet("SELECT count(*) FROM file WHERE present = 1").getInt64()),
         static_cast<long long>(database.execAndGet("SELECT count(*) FROM run").getInt64()));
     return kAllSound;
   }
-  support::print_message("%s is damaged; restore it from a backup, or make a new one with update\n",
-                         support::printable(options.catalogue).c_str());
+  console.print_message("%s is damaged; restore it from a backup, or make a new one with update\n",
+                        support::printable(options.catalogue).c_str());
   return kFailed;
 }
 

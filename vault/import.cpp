@@ -17,7 +17,7 @@ namespace {
 constexpr std::size_t kBatchFiles = 8192;
 
 /// False when some line held no document.
-bool import_file(const std::string& file_name, CatalogueWriter& writer) {
+bool import_file(const std::string& file_name, CatalogueWriter& writer, support::Console& console) {
   bool all_sound = true;
   LineReader lines(file_name);
   PartJson document;
@@ -28,25 +28,25 @@ bool import_file(const std::string& file_name, CatalogueWriter& writer) {
       continue;
     }
     all_sound = false;
-    support::print_message("%s: %s, line %llu: %s\n", support::program_name(),
-                           support::printable(file_name).c_str(),
-                           static_cast<unsigned long long>(lines.number()), document.why().c_str());
+    console.print_message("%s: %s, line %llu: %s\n", support::program_name(),
+                          support::printable(file_name).c_str(),
+                          static_cast<unsigned long long>(lines.number()), document.why().c_str());
   }
   return all_sound;
 }
 
 }  // namespace
 
-int import_documents(const VaultOptions& options) {
+int import_documents(const VaultOptions& options, support::Console& console) {
   CatalogueWriter writer(options.catalogue, "import", options.operands, FileTable::Files::elsewhere,
                          kBatchFiles);
   bool all_sound = true;
   for (const std::string& file_name : options.operands)
-    all_sound = import_file(file_name, writer) && all_sound;
+    all_sound = import_file(file_name, writer, console) && all_sound;
   const RunCounts counts = writer.finish();
-  support::print("run %lld: %llu new, %llu known\n", static_cast<long long>(writer.run()),
-                 static_cast<unsigned long long>(counts.added),
-                 static_cast<unsigned long long>(counts.examined));
+  console.print("run %lld: %llu new, %llu known\n", static_cast<long long>(writer.run()),
+                static_cast<unsigned long long>(counts.added),
+                static_cast<unsigned long long>(counts.examined));
   return all_sound ? counts.status : kFailed;
 }
 

@@ -117,8 +117,8 @@ std::vector<std::string> sources_of(const VaultOptions& options) {
   return sources;
 }
 
-void print_counts(std::int64_t run, const RunCounts& counts) {
-  support::print(
+void print_counts(support::Console& console, std::int64_t run, const RunCounts& counts) {
+  console.print(
       "run %lld: %llu new, %llu examined again, %llu unchanged, %llu moved, %llu vanished\n",
       static_cast<long long>(run), static_cast<unsigned long long>(counts.added),
       static_cast<unsigned long long>(counts.examined), static_cast<unsigned long long>(counts.unchanged),
@@ -127,20 +127,19 @@ void print_counts(std::int64_t run, const RunCounts& counts) {
 
 }  // namespace
 
-int update_catalogue(const VaultOptions& options) {
+int update_catalogue(const VaultOptions& options, support::Console& console) {
   const sweep::FileQuery query = {.names = options.operands, .patterns = options.patterns};
   CatalogueWriter writer(options.catalogue, "update", sources_of(options), FileTable::Files::here,
                          kBatchFiles);
-  sweep::SweepProgress progress(query);
-  support::hide_progress_lines();
+  sweep::SweepProgress progress(query, console, false);
   ChangedFiles files(options, query, writer, progress);
   PartInspector inspector(options.sha256);
   DocumentReceiver receiver(writer, progress);
   sweep_files(files, inspector, {.jobs = options.jobs}, receiver);
   for (const std::string& folder : options.operands) writer.remove_gone(folder);
   const RunCounts counts = writer.finish();
-  sweep::SweepProgress::hide();
-  print_counts(writer.run(), counts);
+  console.erase_passing_line();
+  print_counts(console, writer.run(), counts);
   return counts.status;
 }
 

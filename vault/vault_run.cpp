@@ -20,18 +20,18 @@ namespace vault {
 
 namespace {
 
-int run_command(const VaultOptions& options) {
+int run_command(const VaultOptions& options, support::Console& console) {
   switch (options.command) {
     case Command::help:
-      support::print_text(help_text());
+      console.print_text(help_text());
       break;
     case Command::version:
-      support::print("vr_vault %s\n", support::kVersionText);
+      console.print("vr_vault %s\n", support::kVersionText);
       break;
     case Command::update:
-      return update_catalogue(options);
+      return update_catalogue(options, console);
     case Command::import:
-      return import_documents(options);
+      return import_documents(options, console);
     case Command::list:
       return list_files(options);
     case Command::show:
@@ -39,7 +39,7 @@ int run_command(const VaultOptions& options) {
     case Command::diff:
       return print_difference(options);
     case Command::check:
-      return check_catalogue(options);
+      return check_catalogue(options, console);
     case Command::page:
       return write_page(options);
   }
@@ -48,9 +48,9 @@ int run_command(const VaultOptions& options) {
 
 }  // namespace
 
-int run_vault(const VaultOptions& options) {
+int run_vault(const VaultOptions& options, support::Console& console) {
   try {
-    return run_command(options);
+    return run_command(options, console);
   } catch (const SQLite::Exception& failure) {
     throw support::ErrorEscape("vault", support::kSystemFailure,
                                Catalogue::explain(options.catalogue, failure));
