@@ -62,7 +62,9 @@ class TableWriter {
                  const std::vector<std::uint32_t>& difat_sectors);
   void write_header(const std::vector<std::uint32_t>& fat_sectors);
   void write_at(std::uint64_t offset, std::string_view bytes);
-  std::uint32_t entries_per_sector() const { return space_.sector_size() / kFatEntrySize; }
+  std::uint32_t entries_per_sector() const {
+    return static_cast<std::uint32_t>(space_.sector_size() / kFatEntrySize);
+  }
 
   SectorSpace& space_;
   std::span<const DirectoryItem> items_;
