@@ -285,7 +285,7 @@ void PartExamination::write_toggles(PartDocument& document) {
 }
 
 void PartExamination::write_references(PartDocument& document) {
-  document.begin_references();
+  document.begin_named_references();
   for (const char* storage : {stream_names::kPartStorage, stream_names::kFastLoadStorage}) {
     attempt(file_, [&] {
       const auto source = open_child_stream(file_, storage, stream_names::kExternalReferences);
@@ -297,7 +297,7 @@ void PartExamination::write_references(PartDocument& document) {
       });
     });
   }
-  document.end_references();
+  document.end_named_references();
 }
 
 }  // namespace inspect

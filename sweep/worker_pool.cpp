@@ -27,7 +27,7 @@ constexpr std::chrono::milliseconds kTick{200};
 
 WorkerPool::WorkerPool(FileSource& source, Examiner& examiner, const SweepOptions& options,
                        Receiver& receiver)
-    : source_(source), examiner_(examiner), options_(options), receiver_(receiver) {
+    : source_(source), examiner_(examiner), receiver_(receiver) {
   for (std::size_t i = 0; i < options.jobs; ++i) posts_.emplace_back(*this, examiner, options);
 }
 

@@ -33,7 +33,6 @@ class WorkerPool final : public TaskKeeper {
 
   FileSource& source_;
   Examiner& examiner_;
-  const SweepOptions& options_;
   Receiver& receiver_;
   support::SpoolFile spool_file_;
   std::deque<Task> tasks_;      ///< in order; those in front have been handed over

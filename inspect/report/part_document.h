@@ -90,10 +90,10 @@ class PartDocument final : public SectionSink, public cfi_tools::FeatureToggleSi
   /// `checksums` is none when the stream could not be read to its end.
   void end_toggles(const std::optional<cfi_tools::ToggleChecksums>& checksums);
 
-  void begin_references() { json_.begin_array("references"); }
+  void begin_named_references() { json_.begin_array("references"); }
   void take_reference_count(const ReferencedName& name, std::string_view stream,
                             std::optional<std::uint64_t> file_offset);
-  void end_references() { end_list("references_left_out"); }
+  void end_named_references() { end_list("references_left_out"); }
 
   JsonWriter& json() { return json_; }
 

@@ -198,8 +198,9 @@ std::uint32_t PartPlaces::first_with_data_of(std::uint32_t partition_number) con
 }
 
 std::span<const CheckedBlock> PartPlaces::blocks_of(std::uint32_t partition_number) const {
-  const auto found = std::ranges::equal_range(blocks, partition_number, {}, &CheckedBlock::partition_number);
-  return {found.begin(), found.end()};
+  const auto first = std::ranges::lower_bound(blocks, partition_number, {}, &CheckedBlock::partition_number);
+  const auto last = std::ranges::upper_bound(blocks, partition_number, {}, &CheckedBlock::partition_number);
+  return {first, last};
 }
 
 std::vector<ObjectDataPlace> find_object_data(InspectFile& file) {

@@ -45,7 +45,7 @@ void visit_referenced_names(support::ByteSource& stream,
       give();
       kept_bytes = 0;
     }
-    Counted& name = names.emplace_back(std::string(*text), 1, texts.offset(), texts.offset());
+    Counted& name = names.emplace_back(Counted{std::string(*text), 1, texts.offset(), texts.offset()});
     by_text.emplace(name.text, &name);
     kept_bytes += name.text.size() + kEntryOverhead;
   }
