@@ -100,7 +100,7 @@ void TableWriter::write_at(std::uint64_t offset, std::string_view bytes) {
 // The last sector is filled up.
 std::vector<SectorRun> TableWriter::store(SectorStream& stream, std::string bytes, char filler) {
   const std::uint64_t sectors = space_.sectors_for(bytes.size());
-  bytes.resize(static_cast<std::size_t>(sectors << space_.shift()), filler);
+  bytes.append(static_cast<std::size_t>(sectors << space_.shift()) - bytes.size(), filler);
   if (stream.write(bytes.data(), bytes.size()) != bytes.size()) throw system_call_failed(ENOSPC);
   return stream.runs();
 }

@@ -45,7 +45,8 @@ void visit_referenced_names(support::ByteSource& stream,
       give();
       kept_bytes = 0;
     }
-    Counted& name = names.emplace_back(Counted{std::string(*text), 1, texts.offset(), texts.offset()});
+    names.push_back({std::string(*text), 1, texts.offset(), texts.offset()});
+    Counted& name = names.back();
     by_text.emplace(name.text, &name);
     kept_bytes += name.text.size() + kEntryOverhead;
   }
