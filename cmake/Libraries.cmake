@@ -41,13 +41,11 @@ find_path(vrii_cli11_INCLUDE CLI/CLI.hpp REQUIRED)
 add_library(vrii_cli11 INTERFACE)
 target_include_directories(vrii_cli11 SYSTEM INTERFACE "${vrii_cli11_INCLUDE}")
 
-# RapidJSON is headers alone too; what it may use of the processor has to be the same in every file that includes it.
+# RapidJSON is headers alone too. Its vector code stays off: the packaged version leaves some control characters
+# unescaped there.
 find_path(vrii_rapidjson_INCLUDE rapidjson/writer.h REQUIRED)
 add_library(vrii_rapidjson INTERFACE)
 target_include_directories(vrii_rapidjson SYSTEM INTERFACE "${vrii_rapidjson_INCLUDE}")
-if(CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
-  target_compile_definitions(vrii_rapidjson INTERFACE RAPIDJSON_SSE2)
-endif()
 # Its stacks begin with an offset to a null pointer, which clang's sanitizer takes for a fault.
 if(VRII_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   target_compile_options(vrii_rapidjson INTERFACE -fno-sanitize=pointer-overflow)
